@@ -1,0 +1,38 @@
+# The packaged libraries as imported targets velnor::NAME, for either width.
+#
+# The 64-bit libraries are the system's. The 32-bit ones are unpacked by scripts/i386-libraries.sh
+# under build/i386/sysroot; their headers are the system's too, but for the one header that depends
+# on the width.
+set(VELNOR_I386_ROOT "${CMAKE_SOURCE_DIR}/build/i386/sysroot" CACHE PATH "Root of the 32-bit packages")
+
+find_package(PkgConfig REQUIRED)
+
+function(velnor_import name module library)
+    if(VELNOR_WIDTH STREQUAL lp64)
+        pkg_check_modules(${name}_pc REQUIRED IMPORTED_TARGET ${module})
+        add_library(velnor::${name} ALIAS PkgConfig::${name}_pc)
+        return()
+    endif()
+    set(folder "${VELNOR_I386_ROOT}/usr/lib/i386-linux-gnu")
+    if(NOT EXISTS "${folder}/${library}")
+        message(FATAL_ERROR "${folder}/${library} is missing; run scripts/i386-libraries.sh")
+    endif()
+    pkg_check_modules(${name}_pc QUIET ${module})
+    add_library(velnor_${name} INTERFACE)
+    foreach(dir IN LISTS ${name}_pc_INCLUDE_DIRS)
+        string(REPLACE "/usr/lib/x86_64-linux-gnu" "${folder}" dir "${dir}")
+        target_include_directories(velnor_${name} SYSTEM INTERFACE "${dir}")
+    endforeach()
+    target_link_libraries(velnor_${name} INTERFACE "${folder}/${library}" ${ARGN})
+    # RPATH, not RUNPATH: it must hold for the libraries' own libraries too.
+    target_link_options(velnor_${name} INTERFACE -Wl,--disable-new-dtags
+        "-Wl,-rpath,${folder}:${folder}/pulseaudio:${VELNOR_I386_ROOT}/lib/i386-linux-gnu"
+        "-Wl,-rpath-link,${folder}:${folder}/pulseaudio:${VELNOR_I386_ROOT}/lib/i386-linux-gnu")
+    add_library(velnor::${name} ALIAS velnor_${name})
+endfunction()
+
+velnor_import(plist libplist-2.0 libplist-2.0.so.3)
+velnor_import(tinyxml tinyxml libtinyxml.so.2.6.2)
+velnor_import(fluidsynth fluidsynth libfluidsynth.so.3)
+velnor_import(sndfile sndfile libsndfile.so.1)
+velnor_import(smf smf libsmf.so.0 "${VELNOR_I386_ROOT}/usr/lib/i386-linux-gnu/libglib-2.0.so.0")

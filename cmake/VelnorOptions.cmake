@@ -1,0 +1,30 @@
+# Word width, warnings, sanitizers and the static real-time check, gathered in one interface target.
+if(CMAKE_SIZEOF_VOID_P EQUAL 8)
+    set(VELNOR_WIDTH lp64)
+    set(VELNOR_PLATFORM_FOLDER x86_64-linux)
+else()
+    set(VELNOR_WIDTH ilp32)
+    set(VELNOR_PLATFORM_FOLDER i386-linux)
+endif()
+
+set(VELNOR_SANITIZE "" CACHE STRING "Value of -fsanitize= for everything that is built, or empty")
+option(VELNOR_FUNCTION_EFFECTS "Prove the render road non-blocking at compile time (needs clang 20 or later)" OFF)
+option(VELNOR_FUZZERS "Build the libFuzzer targets (needs clang)" OFF)
+option(VELNOR_BENCHMARKS "Build the benchmarks" OFF)
+set(VELNOR_BUNDLE_DIR "${CMAKE_BINARY_DIR}/bundles" CACHE PATH
+    "Where component and engine bundles are put together; two builds of different width may share it")
+
+add_library(velnor_flags INTERFACE)
+target_include_directories(velnor_flags INTERFACE "${CMAKE_SOURCE_DIR}")
+target_compile_options(velnor_flags INTERFACE
+    -Wall -Wextra -Wshadow -Wconversion -Werror -fno-strict-aliasing
+    $<$<COMPILE_LANGUAGE:CXX>:-Wnon-virtual-dtor -Woverloaded-virtual>)
+if(VELNOR_SANITIZE)
+    target_compile_options(velnor_flags INTERFACE
+        -fsanitize=${VELNOR_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all)
+    target_link_options(velnor_flags INTERFACE -fsanitize=${VELNOR_SANITIZE})
+endif()
+if(VELNOR_FUNCTION_EFFECTS)
+    target_compile_options(velnor_flags INTERFACE
+        $<$<COMPILE_LANGUAGE:CXX>:-Wfunction-effects -Werror=function-effects>)
+endif()

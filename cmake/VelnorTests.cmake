@@ -1,0 +1,19 @@
+# GoogleTest from Debian's source package, so that it exists for either width.
+set(INSTALL_GTEST OFF)
+set(BUILD_GMOCK ON)
+add_subdirectory(/usr/src/googletest "${CMAKE_BINARY_DIR}/googletest" EXCLUDE_FROM_ALL SYSTEM)
+foreach(lib gtest gtest_main gmock gmock_main)
+    if(VELNOR_SANITIZE)
+        target_compile_options(${lib} PRIVATE -fsanitize=${VELNOR_SANITIZE})
+    endif()
+    target_compile_options(${lib} PRIVATE -w)
+endforeach()
+include(GoogleTest)
+
+# velnor_add_tests(NAME SOURCES... LIBS...): one GoogleTest program of a layer, registered with CTest.
+function(velnor_add_tests name)
+    cmake_parse_arguments(arg "" "" "SOURCES;LIBS" ${ARGN})
+    add_executable(${name} ${arg_SOURCES})
+    target_link_libraries(${name} PRIVATE velnor_flags ${arg_LIBS} GTest::gmock GTest::gtest_main)
+    gtest_discover_tests(${name} DISCOVERY_MODE PRE_TEST PROPERTIES TIMEOUT 300)
+endfunction()

@@ -1,0 +1,32 @@
+/* The main event loop and its timers. Thread main, exclusive: a timer's action runs on the thread
+ * that runs the loop. */
+#ifndef VELNOR_PLATFORM_EVENTLOOP_H
+#define VELNOR_PLATFORM_EVENTLOOP_H
+
+#include "platform/Types.h"
+
+VELNOR_BEGIN_C
+
+typedef double EventTimerInterval; /* seconds */
+typedef double EventTimeout;       /* seconds */
+typedef struct OpaqueEventLoopRef* EventLoopRef;
+typedef struct OpaqueEventLoopTimerRef* EventLoopTimerRef;
+typedef void (*EventLoopTimerProc)(EventLoopTimerRef timer, void* userData);
+
+VELNOR_PLATFORM_API EventLoopRef GetMainEventLoop(void);
+/* Fires first after fireDelay, then every interval (0: once). A late loop skips missed ticks. */
+VELNOR_PLATFORM_API OSStatus InstallEventLoopTimer(EventLoopRef loop, EventTimerInterval fireDelay,
+                                                   EventTimerInterval interval,
+                                                   EventLoopTimerProc proc, void* userData,
+                                                   EventLoopTimerRef* timer);
+/* Allowed inside the timer's own action. */
+VELNOR_PLATFORM_API OSStatus RemoveEventLoopTimer(EventLoopTimerRef timer);
+/* Runs timers for so long, sleeping in between. */
+VELNOR_PLATFORM_API OSStatus RunCurrentEventLoop(EventTimeout timeout);
+/* For tests and hosts with a clock of their own: moves the loop's clock on by so many seconds
+ * without sleeping and fires what falls due, in order of time. */
+VELNOR_PLATFORM_API void PlatformAdvanceEventLoop(EventTimerInterval seconds);
+
+VELNOR_END_C
+
+#endif

@@ -1,0 +1,21 @@
+/* The well-known folders. */
+#ifndef VELNOR_PLATFORM_FOLDERS_H
+#define VELNOR_PLATFORM_FOLDERS_H
+
+#include "platform/FileRef.h"
+
+VELNOR_BEGIN_C
+
+enum { kUserDomain = -32763 };
+enum {
+    kApplicationSupportFolderType = VELNOR_FOUR_CHAR_CODE('a', 's', 'u', 'p'), /* XDG data home */
+    kDesktopFolderType = VELNOR_FOUR_CHAR_CODE('d', 'e', 's', 'k') /* XDG_DESKTOP_DIR, ~/Desktop */
+};
+
+/* domain is kUserDomain, createFolder false. fnfErr when the folder does not exist. */
+VELNOR_PLATFORM_API OSErr FSFindFolder(SInt16 domain, OSType type, Boolean createFolder,
+                                       FSRef* ref);
+
+VELNOR_END_C
+
+#endif

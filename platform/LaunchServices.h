@@ -1,0 +1,15 @@
+/* Opening a URL with the user's program for it. */
+#ifndef VELNOR_PLATFORM_LAUNCHSERVICES_H
+#define VELNOR_PLATFORM_LAUNCHSERVICES_H
+
+#include "platform/CFURL.h"
+
+VELNOR_BEGIN_C
+
+/* Does not wait for the program. launched must be null. kLSApplicationNotFoundErr without an opener
+ * (xdg-open on the search path). No shell sees the URL. */
+VELNOR_PLATFORM_API OSStatus LSOpenCFURLRef(CFURLRef url, CFURLRef* launched);
+
+VELNOR_END_C
+
+#endif
