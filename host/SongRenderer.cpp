@@ -1,0 +1,83 @@
+#include "host/SongRenderer.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace velnor::host {
+
+namespace {
+
+/* A 24-bit file's smallest step: what is below it everywhere is silence. */
+constexpr float kSilence = 1.0f / 8388608.0f;
+constexpr double kSilentSeconds = 0.25; /* how long it must last to end a tail */
+
+std::int64_t framesOf(double seconds, double rate) {
+    return static_cast<std::int64_t>(std::floor(seconds * rate + 0.5));
+}
+
+} // namespace
+
+std::int64_t frameOfTick(const TempoMap& map, std::int64_t tick, double rate) {
+    return framesOf(map.secondsAtTick(tick), rate);
+}
+
+SongRenderer::SongRenderer(Instrument& instrument, const MidiSong& song, const RenderPlan& plan)
+    : mInstrument(instrument), mSong(song), mPlan(plan), mTransport(song.tempoMap, plan.rate) {
+    mFrame = framesOf(plan.fromSeconds, plan.rate);
+    mEndFrame = frameOfTick(song.tempoMap, song.lengthTicks, plan.rate);
+    mTailFrames = framesOf(plan.tailSeconds, plan.rate);
+    if (plan.toSeconds >= 0.0) {
+        mEndFrame = framesOf(plan.toSeconds, plan.rate);
+        mTailFrames = 0;
+    }
+    while (mNext < song.messages.size() &&
+           frameOfTick(song.tempoMap, song.messages[mNext].tick, plan.rate) < mFrame)
+        ++mNext;
+    mInstrument.setMaximumFrames(plan.block);
+    mInstrument.setRate(plan.rate);
+    mInstrument.setCallbacks(mTransport.callbacks());
+    mInstrument.initialize();
+    mTransport.setPlaying(true);
+}
+
+std::uint64_t SongRenderer::run(const Sink& sink) {
+    const std::int64_t last = mEndFrame + mTailFrames;
+    const auto enough = framesOf(kSilentSeconds, mPlan.rate);
+    std::int64_t silent = 0;
+    while (mFrame < last) {
+        const auto frames = static_cast<UInt32>(std::min<std::int64_t>(mPlan.block, last - mFrame));
+        mTransport.moveTo(mFrame);
+        sendMessagesBefore(mFrame + frames);
+        mInstrument.pull(mFrame, frames);
+        if (!sink(mInstrument, frames))
+            break;
+        mFrame += frames;
+        silent = isSilent(frames) ? silent + frames : 0;
+        if (mPlan.tailUntilSilence && mFrame >= mEndFrame && silent >= enough)
+            break;
+    }
+    return mSent;
+}
+
+void SongRenderer::sendMessagesBefore(std::int64_t end) {
+    for (; mNext < mSong.messages.size(); ++mNext) {
+        const SongMessage& message = mSong.messages[mNext];
+        const std::int64_t at = frameOfTick(mSong.tempoMap, message.tick, mPlan.rate);
+        if (at >= end)
+            return;
+        mInstrument.send(message.status, message.data1, message.data2,
+                         static_cast<UInt32>(std::max<std::int64_t>(at - mFrame, 0)));
+        ++mSent;
+    }
+}
+
+bool SongRenderer::isSilent(UInt32 frames) const {
+    for (UInt32 bus = 0; bus < mInstrument.busCount(); ++bus)
+        for (const float* channel : mInstrument.bus(bus))
+            for (UInt32 i = 0; i < frames; ++i)
+                if (std::fabs(channel[i]) >= kSilence)
+                    return false;
+    return true;
+}
+
+} // namespace velnor::host
