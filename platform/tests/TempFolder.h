@@ -1,0 +1,52 @@
+/* A folder for the length of a scope, and short ways to write and read files. */
+#ifndef VELNOR_PLATFORM_TESTS_TEMPFOLDER_H
+#define VELNOR_PLATFORM_TESTS_TEMPFOLDER_H
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <stdexcept>
+#include <string>
+
+namespace velnor::test {
+
+/* Made by mkdtemp, resolved (no link in its path), removed with all that it holds. */
+class TempFolder {
+public:
+    TempFolder() {
+        std::string name = (std::filesystem::temp_directory_path() / "velnor-XXXXXX").string();
+        if (!mkdtemp(name.data()))
+            throw std::runtime_error("mkdtemp failed for " + name);
+        mPath = std::filesystem::canonical(name).string();
+    }
+    ~TempFolder() {
+        std::error_code ignored;
+        std::filesystem::remove_all(mPath, ignored);
+    }
+    TempFolder(const TempFolder&) = delete;
+    TempFolder& operator=(const TempFolder&) = delete;
+
+    const std::string& Path() const { return mPath; }
+    std::string operator/(const std::string& child) const { return mPath + "/" + child; }
+
+private:
+    std::string mPath;
+};
+
+/* Makes the folders on the way and replaces what was there. Returns the path. */
+inline std::string WriteFile(const std::string& path, const std::string& content) {
+    std::filesystem::create_directories(std::filesystem::path(path).parent_path());
+    std::ofstream(path, std::ios::binary | std::ios::trunc) << content;
+    return path;
+}
+
+/* Empty when there is no such file. */
+inline std::string ReadFile(const std::string& path) {
+    std::ifstream file(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+}
+
+} // namespace velnor::test
+
+#endif

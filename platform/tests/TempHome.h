@@ -1,0 +1,41 @@
+/* A home of its own for a test, so that nothing touches the user's. */
+#ifndef VELNOR_PLATFORM_TESTS_TEMPHOME_H
+#define VELNOR_PLATFORM_TESTS_TEMPHOME_H
+
+#include "platform/tests/AlertRecorder.h"
+#include "platform/tests/ScopedEnv.h"
+#include "platform/tests/TempFolder.h"
+
+namespace velnor::test {
+
+/* HOME and the XDG_* variables point below one temporary folder; all are restored, and the folder
+ * removed, at the end.
+ *   DataHome    the application-support folder; exists
+ *   ConfigHome  the user's preferences; does not exist until something is written
+ *   ConfigDirs, DataDirs  the system's, one folder each; exist */
+class TempHome {
+public:
+    TempHome() {
+        for (const std::string& folder : {Home(), DataHome(), ConfigDirs(), DataDirs()})
+            std::filesystem::create_directories(folder);
+    }
+
+    const std::string& Root() const { return mRoot.Path(); }
+    std::string Home() const { return mRoot / "home"; }
+    std::string DataHome() const { return Home() + "/.local/share"; }
+    std::string ConfigHome() const { return Home() + "/.config"; }
+    std::string ConfigDirs() const { return mRoot / "etc/xdg"; }
+    std::string DataDirs() const { return mRoot / "usr/share"; }
+
+private:
+    TempFolder mRoot;
+    ScopedEnv mHomeVariable{"HOME", Home().c_str()};
+    ScopedEnv mDataHomeVariable{"XDG_DATA_HOME", DataHome().c_str()};
+    ScopedEnv mConfigHomeVariable{"XDG_CONFIG_HOME", ConfigHome().c_str()};
+    ScopedEnv mConfigDirsVariable{"XDG_CONFIG_DIRS", ConfigDirs().c_str()};
+    ScopedEnv mDataDirsVariable{"XDG_DATA_DIRS", DataDirs().c_str()};
+};
+
+} // namespace velnor::test
+
+#endif
