@@ -1,0 +1,44 @@
+#include "platform/ForeignCodeScope.h"
+
+#include <utility>
+#include <vector>
+
+namespace velnor {
+namespace {
+
+// Initial-exec: the render thread's first access must not allocate the thread's block.
+struct ThreadState {
+    int depth;
+    std::vector<CFTypeRef>* putOff;
+};
+thread_local ThreadState tState __attribute__((tls_model("initial-exec"))) = {0, nullptr};
+
+void releasePutOff() {
+    std::vector<CFTypeRef>* objects = std::exchange(tState.putOff, nullptr);
+    for (CFTypeRef object : *objects)
+        CFRelease(object);
+    delete objects;
+}
+
+} // namespace
+
+ForeignCodeScope::ForeignCodeScope() {
+    ++tState.depth;
+}
+
+ForeignCodeScope::~ForeignCodeScope() {
+    if (--tState.depth == 0 && tState.putOff != nullptr)
+        VELNOR_RT_ESCAPE("only after a close, which is not for the render thread", releasePutOff());
+}
+
+void releaseAfterForeignCode(CFTypeRef object) {
+    if (tState.depth == 0) {
+        CFRelease(object);
+        return;
+    }
+    if (tState.putOff == nullptr)
+        tState.putOff = new std::vector<CFTypeRef>;
+    tState.putOff->push_back(object);
+}
+
+} // namespace velnor

@@ -1,0 +1,30 @@
+/* Keeps the code of a bundle loaded while it may be running.
+ *
+ * A component or a timer action can close the last instance of its own component. Its bundle is
+ * then given back only after that code has returned. */
+#ifndef VELNOR_PLATFORM_FOREIGNCODESCOPE_H
+#define VELNOR_PLATFORM_FOREIGNCODESCOPE_H
+
+#include "platform/CFBase.h"
+
+namespace velnor {
+
+/* Stands on the stack around every call out of the platform layer into a bundle's code. The end of
+ * the outermost scope of a thread gives back what releaseAfterForeignCode put off. Thread any,
+ * concurrent; touches nothing but a few words of the thread's own as long as nothing was put off,
+ * so that it may stand on the render road inside an escape. */
+class ForeignCodeScope {
+public:
+    ForeignCodeScope();
+    ~ForeignCodeScope();
+    ForeignCodeScope(const ForeignCodeScope&) = delete;
+    ForeignCodeScope& operator=(const ForeignCodeScope&) = delete;
+};
+
+/* Takes over one reference and releases it: at once outside of every scope of this thread, else
+ * when the outermost one ends. May block. */
+void releaseAfterForeignCode(CFTypeRef object);
+
+} // namespace velnor
+
+#endif

@@ -1,0 +1,99 @@
+#include "platform/TimerQueue.h"
+
+#include "platform/ForeignCodeScope.h"
+
+#include <algorithm>
+#include <thread>
+
+namespace velnor {
+namespace {
+
+using Duration = TimerQueue::Duration;
+
+Duration realTime() {
+    return std::chrono::steady_clock::now().time_since_epoch();
+}
+
+Duration addSaturated(Duration time, Duration step) {
+    return step > TimerQueue::kNever - time ? TimerQueue::kNever : time + step;
+}
+
+// The first tick after now that lies a whole number of intervals after due.
+Duration nextTick(Duration due, Duration interval, Duration now) {
+    if (interval == Duration::zero())
+        return TimerQueue::kNever;
+    const Duration late = std::max(now - due, Duration::zero());
+    return addSaturated(due + late / interval * interval, interval);
+}
+
+} // namespace
+
+Duration TimerQueue::Now() const {
+    return mManual ? mManualTime : realTime();
+}
+
+void TimerQueue::SetManualTime(Duration time) {
+    mManual = true;
+    mManualTime = std::max(mManualTime, time);
+}
+
+EventLoopTimerRef TimerQueue::Install(Duration delay, Duration interval, EventLoopTimerProc proc,
+                                      void* userData) {
+    mTimers.push_back(std::make_unique<OpaqueEventLoopTimerRef>(
+        OpaqueEventLoopTimerRef{addSaturated(Now(), delay), interval, proc, userData}));
+    return mTimers.back().get();
+}
+
+bool TimerQueue::Remove(EventLoopTimerRef timer) {
+    return std::erase_if(mTimers, [timer](const auto& held) { return held.get() == timer; }) > 0;
+}
+
+OpaqueEventLoopTimerRef* TimerQueue::Earliest() const {
+    const auto earliest =
+        std::min_element(mTimers.begin(), mTimers.end(),
+                         [](const auto& a, const auto& b) { return a->due < b->due; });
+    return earliest == mTimers.end() ? nullptr : earliest->get();
+}
+
+// The action may remove the timer: nothing touches it afterwards.
+void TimerQueue::Fire(OpaqueEventLoopTimerRef& timer, Duration now) {
+    timer.due = nextTick(timer.due, timer.interval, now);
+    const ForeignCodeScope scope;
+    timer.proc(&timer, timer.userData);
+}
+
+void TimerQueue::FireDue(Duration limit) {
+    for (auto* timer = Earliest(); timer != nullptr && timer->due <= limit && timer->due != kNever;
+         timer = Earliest())
+        Fire(*timer, limit);
+}
+
+void TimerQueue::Run(Duration timeout) {
+    const Duration start = realTime();
+    const Duration startManual = mManualTime;
+    const Duration end = addSaturated(start, timeout);
+    for (;;) {
+        const Duration real = realTime();
+        if (mManual)
+            SetManualTime(addSaturated(startManual, real - start));
+        FireDue(Now());
+        if (real >= end)
+            return;
+        const auto* next = Earliest();
+        const Duration wait = next != nullptr ? next->due - Now() : kNever;
+        std::this_thread::sleep_for(std::clamp(wait, Duration::zero(), end - real));
+    }
+}
+
+void TimerQueue::Advance(Duration step) {
+    const Duration target = addSaturated(Now(), step);
+    SetManualTime(Now());
+    for (auto* timer = Earliest(); timer != nullptr && timer->due <= target && timer->due != kNever;
+         timer = Earliest()) {
+        SetManualTime(timer->due);
+        Fire(*timer, timer->due);
+    }
+    SetManualTime(target);
+}
+
+} // namespace velnor
