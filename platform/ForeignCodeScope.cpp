@@ -6,7 +6,7 @@
 namespace velnor {
 namespace {
 
-// Initial-exec: the render thread's first access must not allocate the thread's block.
+// Initial-exec: a thread's first access must not allocate, it may be a render thread.
 struct ThreadState {
     int depth;
     std::vector<CFTypeRef>* putOff;
@@ -28,7 +28,7 @@ ForeignCodeScope::ForeignCodeScope() {
 
 ForeignCodeScope::~ForeignCodeScope() {
     if (--tState.depth == 0 && tState.putOff != nullptr)
-        VELNOR_RT_ESCAPE("only after a close, which is not for the render thread", releasePutOff());
+        releasePutOff();
 }
 
 void releaseAfterForeignCode(CFTypeRef object) {
