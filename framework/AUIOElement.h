@@ -1,0 +1,88 @@
+// Buses: elements with a stream format and buffers.
+#ifndef VELNOR_FRAMEWORK_AUIOELEMENT_H
+#define VELNOR_FRAMEWORK_AUIOELEMENT_H
+
+#include "framework/AUBufferList.h"
+#include "framework/AUElement.h"
+
+namespace velnor {
+
+/// Threads, concurrency and failures of the buffer operations are those of AUBufferList; those here
+/// take the element's own format.
+class AUIOElement : public AUElement {
+public:
+    /// The format is the default one of the unit's interface version; there are no buffers yet.
+    explicit AUIOElement(AUBase& inAudioUnit);
+    ~AUIOElement() override;
+
+    AUIOElement* AsIOElement() VELNOR_NONBLOCKING final { return this; }
+
+    const AudioStreamBasicDescription& GetStreamFormat() const VELNOR_NONBLOCKING {
+        return mStreamFormat;
+    }
+    /// Takes the format as it is and requests the buffers again. Thread main, outside rendering.
+    virtual OSStatus SetStreamFormat(const AudioStreamBasicDescription& inFormat);
+
+    /// False: an allocation makes room in the list but no memory.
+    virtual bool NeedsBufferSpace() const = 0;
+
+    /// Allocates for inFrames frames, 0 for the unit's maximum frames per slice. Does nothing while
+    /// the unit is not initialized. Thread main, outside rendering.
+    void AllocateBuffer(UInt32 inFrames = 0);
+    void DeallocateBuffer() { mBuffers.Deallocate(); }
+    void UseExternalBuffer(const AudioUnitExternalBuffer& inBlock) {
+        mBuffers.UseExternalBuffer(mStreamFormat, inBlock);
+    }
+
+    AudioBufferList& PrepareBuffer(UInt32 inFrames) VELNOR_NONBLOCKING {
+        return mBuffers.PrepareBuffer(mStreamFormat, inFrames);
+    }
+    AudioBufferList& PrepareNullBuffer(UInt32 inFrames) VELNOR_NONBLOCKING {
+        return mBuffers.PrepareNullBuffer(mStreamFormat, inFrames);
+    }
+    AudioBufferList& SetBufferList(const AudioBufferList& inList) VELNOR_NONBLOCKING {
+        return mBuffers.SetBufferList(inList);
+    }
+    void InvalidateBufferList() VELNOR_NONBLOCKING { mBuffers.Invalidate(); }
+    AudioBufferList& GetBufferList() VELNOR_NONBLOCKING { return mBuffers.GetBufferList(); }
+    void CopyBufferListTo(AudioBufferList& outList) VELNOR_NONBLOCKING {
+        mBuffers.CopyBufferListTo(outList);
+    }
+    void CopyBufferContentsTo(AudioBufferList& outList) VELNOR_NONBLOCKING {
+        mBuffers.CopyBufferContentsTo(outList);
+    }
+    const AUBufferList& GetBuffers() const VELNOR_NONBLOCKING { return mBuffers; }
+
+private:
+    AudioStreamBasicDescription mStreamFormat;
+    AUBufferList mBuffers;
+};
+
+/// A bus that the host or another unit feeds. It needs buffer space once the unit asked for it: a
+/// source that brings its own memory is taken with PrepareNullBuffer.
+class AUInputElement : public AUIOElement {
+public:
+    using AUIOElement::AUIOElement;
+    ~AUInputElement() override;
+
+    /// Requests the buffers again. Thread main, outside rendering.
+    void SetNeedsBufferSpace(bool inNeeds);
+    bool NeedsBufferSpace() const override { return mNeedsBufferSpace; }
+
+private:
+    bool mNeedsBufferSpace = false;
+};
+
+/// A bus that the host pulls; one that is made while the unit is initialized has its buffers at
+/// once.
+class AUOutputElement final : public AUIOElement {
+public:
+    explicit AUOutputElement(AUBase& inAudioUnit);
+    ~AUOutputElement() override;
+
+    bool NeedsBufferSpace() const override { return true; }
+};
+
+} // namespace velnor
+
+#endif
