@@ -44,7 +44,7 @@ TEST_F(EventLoop, FirstTickComesAfterTheDelayThenEveryInterval) {
     EXPECT_EQ(log, "");
     PlatformAdvanceEventLoop(0.001);
     EXPECT_EQ(log, "a");
-    PlatformAdvanceEventLoop(1.0);
+    PlatformAdvanceEventLoop(1.0001);
     EXPECT_EQ(log.size(), 16u);
     EXPECT_EQ(RemoveEventLoopTimer(tick.timer), noErr);
     PlatformAdvanceEventLoop(10);
