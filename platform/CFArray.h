@@ -18,7 +18,9 @@ VELNOR_PLATFORM_API CFMutableArrayRef CFArrayCreateMutable(CFAllocatorRef alloca
                                                            CFIndex capacity,
                                                            const CFArrayCallBacks* callBacks);
 VELNOR_PLATFORM_API CFIndex CFArrayGetCount(CFArrayRef array);
+/* Borrowed; null past the end. */
 VELNOR_PLATFORM_API const void* CFArrayGetValueAtIndex(CFArrayRef array, CFIndex index);
+/* Does nothing to an immutable array, such as one out of a property list, or for a null value. */
 VELNOR_PLATFORM_API void CFArrayAppendValue(CFMutableArrayRef array, const void* value);
 
 VELNOR_END_C

@@ -19,6 +19,7 @@ VELNOR_PLATFORM_API CFMutableDataRef CFDataCreateMutable(CFAllocatorRef allocato
 VELNOR_PLATFORM_API CFIndex CFDataGetLength(CFDataRef data);
 /* Valid until the object is changed or goes. */
 VELNOR_PLATFORM_API const UInt8* CFDataGetBytePtr(CFDataRef data);
+/* Does nothing to an immutable object. */
 VELNOR_PLATFORM_API void CFDataAppendBytes(CFMutableDataRef data, const UInt8* bytes,
                                            CFIndex length);
 

@@ -35,7 +35,8 @@ VELNOR_PLATFORM_API Boolean CFDictionaryGetValueIfPresent(CFDictionaryRef dictio
 /* Arrays of CFDictionaryGetCount entries; either may be null. The entries are borrowed. */
 VELNOR_PLATFORM_API void CFDictionaryGetKeysAndValues(CFDictionaryRef dictionary, const void** keys,
                                                       const void** values);
-/* Does nothing when the key is there already. */
+/* The three calls below do nothing to an immutable dictionary, such as one out of the preferences,
+ * for a key that is no string, or for a null value. Adding does nothing when the key is there. */
 VELNOR_PLATFORM_API void CFDictionaryAddValue(CFMutableDictionaryRef dictionary, const void* key,
                                               const void* value);
 VELNOR_PLATFORM_API void CFDictionarySetValue(CFMutableDictionaryRef dictionary, const void* key,

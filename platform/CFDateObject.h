@@ -1,0 +1,24 @@
+/* The object behind CFDateRef. Internal to the platform library. */
+#ifndef VELNOR_PLATFORM_CFDATEOBJECT_H
+#define VELNOR_PLATFORM_CFDATEOBJECT_H
+
+#include "platform/CFDate.h"
+#include "platform/CFObject.h"
+
+namespace velnor {
+
+class DateObject final : public CFObjectOf<DateObject> {
+public:
+    explicit DateObject(CFAbsoluteTime at) : mAt(at) {}
+    CFAbsoluteTime At() const { return mAt; }
+    bool Equals(const CFObject& other) const override {
+        return mAt == static_cast<const DateObject&>(other).mAt;
+    }
+
+private:
+    CFAbsoluteTime mAt;
+};
+
+} // namespace velnor
+
+#endif
