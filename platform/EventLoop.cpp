@@ -15,16 +15,16 @@ constexpr double kLongestSeconds = 1e9;
 constexpr double kShortestInterval = 0.001;
 
 // Never destroyed: components may remove timers while the process ends.
-OpaqueEventLoopRef& mainLoop() {
+OpaqueEventLoopRef& MainLoop() {
     static auto* const loop = new OpaqueEventLoopRef;
     return *loop;
 }
 
-bool isTime(double seconds) {
+bool IsTime(double seconds) {
     return seconds >= 0;
 }
 
-std::chrono::nanoseconds nanoseconds(double seconds) {
+std::chrono::nanoseconds ToNanoseconds(double seconds) {
     const double bounded = std::clamp(seconds, 0.0, kLongestSeconds);
     return std::chrono::nanoseconds(std::llround(bounded * 1e9));
 }
@@ -32,32 +32,32 @@ std::chrono::nanoseconds nanoseconds(double seconds) {
 } // namespace
 
 EventLoopRef GetMainEventLoop(void) {
-    return &mainLoop();
+    return &MainLoop();
 }
 
 OSStatus InstallEventLoopTimer(EventLoopRef loop, EventTimerInterval fireDelay,
                                EventTimerInterval interval, EventLoopTimerProc proc, void* userData,
                                EventLoopTimerRef* timer) {
-    if (loop != &mainLoop() || proc == nullptr || timer == nullptr || !isTime(fireDelay) ||
-        !isTime(interval))
+    if (loop != &MainLoop() || proc == nullptr || timer == nullptr || !IsTime(fireDelay) ||
+        !IsTime(interval))
         return paramErr;
     const double step = interval > 0 ? std::max(interval, kShortestInterval) : 0;
-    *timer = loop->timers.Install(nanoseconds(fireDelay), nanoseconds(step), proc, userData);
+    *timer = loop->timers.Install(ToNanoseconds(fireDelay), ToNanoseconds(step), proc, userData);
     return noErr;
 }
 
 OSStatus RemoveEventLoopTimer(EventLoopTimerRef timer) {
-    return mainLoop().timers.Remove(timer) ? noErr : paramErr;
+    return MainLoop().timers.Remove(timer) ? noErr : paramErr;
 }
 
 OSStatus RunCurrentEventLoop(EventTimeout timeout) {
-    if (!isTime(timeout))
+    if (!IsTime(timeout))
         return paramErr;
-    mainLoop().timers.Run(nanoseconds(timeout));
+    MainLoop().timers.Run(ToNanoseconds(timeout));
     return noErr;
 }
 
 void PlatformAdvanceEventLoop(EventTimerInterval seconds) {
-    if (isTime(seconds))
-        mainLoop().timers.Advance(nanoseconds(seconds));
+    if (IsTime(seconds))
+        MainLoop().timers.Advance(ToNanoseconds(seconds));
 }

@@ -13,7 +13,7 @@ struct ThreadState {
 };
 thread_local ThreadState tState __attribute__((tls_model("initial-exec"))) = {0, nullptr};
 
-void releasePutOff() {
+void ReleasePutOff() {
     std::vector<CFTypeRef>* objects = std::exchange(tState.putOff, nullptr);
     for (CFTypeRef object : *objects)
         CFRelease(object);
@@ -28,10 +28,10 @@ ForeignCodeScope::ForeignCodeScope() {
 
 ForeignCodeScope::~ForeignCodeScope() {
     if (--tState.depth == 0 && tState.putOff != nullptr)
-        releasePutOff();
+        ReleasePutOff();
 }
 
-void releaseAfterForeignCode(CFTypeRef object) {
+void ReleaseAfterForeignCode(CFTypeRef object) {
     if (tState.depth == 0) {
         CFRelease(object);
         return;

@@ -10,7 +10,7 @@
 namespace velnor {
 
 /* Stands on the stack around every call out of the platform layer into a bundle's code. The end of
- * the outermost scope of a thread gives back what releaseAfterForeignCode put off. Thread any,
+ * the outermost scope of a thread gives back what ReleaseAfterForeignCode put off. Thread any,
  * concurrent; touches nothing but a few words of the thread's own as long as nothing was put off,
  * so that it may stand on the render road inside an escape. */
 class ForeignCodeScope {
@@ -23,7 +23,7 @@ public:
 
 /* Takes over one reference and releases it: at once outside of every scope of this thread, else
  * when the outermost one ends. May block. */
-void releaseAfterForeignCode(CFTypeRef object);
+void ReleaseAfterForeignCode(CFTypeRef object);
 
 } // namespace velnor
 

@@ -10,26 +10,26 @@ namespace {
 
 using Duration = TimerQueue::Duration;
 
-Duration realTime() {
+Duration RealTime() {
     return std::chrono::steady_clock::now().time_since_epoch();
 }
 
-Duration addSaturated(Duration time, Duration step) {
+Duration AddSaturated(Duration time, Duration step) {
     return step > TimerQueue::kNever - time ? TimerQueue::kNever : time + step;
 }
 
 // The first tick after now that lies a whole number of intervals after due.
-Duration nextTick(Duration due, Duration interval, Duration now) {
+Duration NextTick(Duration due, Duration interval, Duration now) {
     if (interval == Duration::zero())
         return TimerQueue::kNever;
     const Duration late = std::max(now - due, Duration::zero());
-    return addSaturated(due + late / interval * interval, interval);
+    return AddSaturated(due + late / interval * interval, interval);
 }
 
 } // namespace
 
 Duration TimerQueue::Now() const {
-    return mManual ? mManualTime : realTime();
+    return mManual ? mManualTime : RealTime();
 }
 
 void TimerQueue::SetManualTime(Duration time) {
@@ -40,7 +40,7 @@ void TimerQueue::SetManualTime(Duration time) {
 EventLoopTimerRef TimerQueue::Install(Duration delay, Duration interval, EventLoopTimerProc proc,
                                       void* userData) {
     mTimers.push_back(std::make_unique<OpaqueEventLoopTimerRef>(
-        OpaqueEventLoopTimerRef{addSaturated(Now(), delay), interval, proc, userData}));
+        OpaqueEventLoopTimerRef{AddSaturated(Now(), delay), interval, proc, userData}));
     return mTimers.back().get();
 }
 
@@ -57,7 +57,7 @@ OpaqueEventLoopTimerRef* TimerQueue::Earliest() const {
 
 // The action may remove the timer: nothing touches it afterwards.
 void TimerQueue::Fire(OpaqueEventLoopTimerRef& timer, Duration now) {
-    timer.due = nextTick(timer.due, timer.interval, now);
+    timer.due = NextTick(timer.due, timer.interval, now);
     const ForeignCodeScope scope;
     timer.proc(&timer, timer.userData);
 }
@@ -69,13 +69,13 @@ void TimerQueue::FireDue(Duration limit) {
 }
 
 void TimerQueue::Run(Duration timeout) {
-    const Duration start = realTime();
+    const Duration start = RealTime();
     const Duration startManual = mManualTime;
-    const Duration end = addSaturated(start, timeout);
+    const Duration end = AddSaturated(start, timeout);
     for (;;) {
-        const Duration real = realTime();
+        const Duration real = RealTime();
         if (mManual)
-            SetManualTime(addSaturated(startManual, real - start));
+            SetManualTime(AddSaturated(startManual, real - start));
         FireDue(Now());
         if (real >= end)
             return;
@@ -86,7 +86,7 @@ void TimerQueue::Run(Duration timeout) {
 }
 
 void TimerQueue::Advance(Duration step) {
-    const Duration target = addSaturated(Now(), step);
+    const Duration target = AddSaturated(Now(), step);
     SetManualTime(Now());
     for (auto* timer = Earliest(); timer != nullptr && timer->due <= target && timer->due != kNever;
          timer = Earliest()) {
