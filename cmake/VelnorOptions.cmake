@@ -16,6 +16,8 @@ set(VELNOR_BUNDLE_DIR "${CMAKE_BINARY_DIR}/bundles" CACHE PATH
 
 add_library(velnor_flags INTERFACE)
 target_include_directories(velnor_flags INTERFACE "${CMAKE_SOURCE_DIR}")
+# 64-bit sizes, inode numbers and times in the 32-bit build too.
+target_compile_definitions(velnor_flags INTERFACE _FILE_OFFSET_BITS=64 _TIME_BITS=64)
 target_compile_options(velnor_flags INTERFACE
     -Wall -Wextra -Wshadow -Wconversion -Werror -fno-strict-aliasing
     $<$<COMPILE_LANGUAGE:CXX>:-Wnon-virtual-dtor -Woverloaded-virtual>)
