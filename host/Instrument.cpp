@@ -55,7 +55,7 @@ Instrument::Instrument(Component component) {
     if (status == noErr)
         return;
     const CFRef<CFStringRef> reason(PlatformComponentCopyOpenError(component));
-    const std::string text = textOf(reason.get());
+    const std::string text = textOf(reason.Get());
     throw JobError("the instrument does not open: " + (text.empty() ? statusText(status) : text));
 }
 

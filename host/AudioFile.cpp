@@ -1,0 +1,81 @@
+#include "host/AudioFile.h"
+
+#include "host/JobError.h"
+
+#include <cerrno>
+#include <cstring>
+
+#include <sndfile.h>
+
+namespace velnor::host {
+
+namespace {
+
+int sndfileFormat(const AudioFormat& format) {
+    int code = SF_FORMAT_WAV;
+    if (format.container == Container::kFlac)
+        code = SF_FORMAT_FLAC;
+    if (format.container == Container::kRaw)
+        code = SF_FORMAT_RAW | SF_ENDIAN_LITTLE;
+    switch (format.samples) {
+    case SampleFormat::kInt16:
+        return code | SF_FORMAT_PCM_16;
+    case SampleFormat::kInt24:
+        return code | SF_FORMAT_PCM_24;
+    case SampleFormat::kFloat:
+        return code | SF_FORMAT_FLOAT;
+    }
+    return code;
+}
+
+std::string shownName(const PartialFile& file) {
+    return file.path() == "-" ? "standard output" : file.path();
+}
+
+} // namespace
+
+void AudioFile::Close::operator()(SNDFILE* file) const {
+    sf_close(file);
+}
+
+AudioFile::AudioFile(const std::string& path, const AudioFormat& format) : mPartial(path) {
+    SF_INFO info = {};
+    info.samplerate = format.rate;
+    info.channels = format.channels;
+    info.format = sndfileFormat(format);
+    if (!sf_format_check(&info))
+        throw JobError(shownName(mPartial) + ": the file format cannot hold " +
+                           std::to_string(format.channels) + " channels of these samples at " +
+                           std::to_string(format.rate) + " Hz; choose another --format or --bits",
+                       kExitUsage);
+    mFile.reset(sf_open_fd(mPartial.descriptor(), SFM_WRITE, &info, SF_FALSE));
+    if (!mFile)
+        throw JobError(shownName(mPartial) + ": " + sf_strerror(nullptr));
+    sf_command(mFile.get(), SFC_SET_CLIPPING, nullptr, SF_TRUE);
+}
+
+AudioFile::~AudioFile() = default;
+
+void AudioFile::write(std::span<const float* const> channels, std::size_t frames) {
+    mInterleaved.resize(frames * channels.size());
+    float* out = mInterleaved.data();
+    for (std::size_t frame = 0; frame < frames; ++frame)
+        for (const float* channel : channels)
+            *out++ = channel[frame];
+    errno = 0;
+    const auto count = static_cast<sf_count_t>(frames);
+    if (sf_writef_float(mFile.get(), mInterleaved.data(), count) == count)
+        return;
+    const std::string reason = errno != 0 ? std::strerror(errno) : sf_strerror(mFile.get());
+    throw JobError(shownName(mPartial) + ": " + reason);
+}
+
+void AudioFile::finish() {
+    errno = 0;
+    if (sf_close(mFile.release()) != SF_ERR_NO_ERROR)
+        throw JobError(shownName(mPartial) + ": " +
+                       (errno != 0 ? std::strerror(errno) : "it could not be completed"));
+    mPartial.commit();
+}
+
+} // namespace velnor::host

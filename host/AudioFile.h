@@ -1,0 +1,53 @@
+/* Writing what an instrument plays into an audio file. */
+#ifndef VELNOR_HOST_AUDIOFILE_H
+#define VELNOR_HOST_AUDIOFILE_H
+
+#include "host/PartialFile.h"
+
+#include <cstddef>
+#include <memory>
+#include <span>
+#include <string>
+#include <vector>
+
+typedef struct sf_private_tag SNDFILE;
+
+namespace velnor::host {
+
+enum class Container { kWav, kFlac, kRaw };
+enum class SampleFormat { kInt16, kInt24, kFloat };
+
+struct AudioFormat {
+    Container container = Container::kWav;
+    SampleFormat samples = SampleFormat::kInt16;
+    int rate = 44100; /* frames per second */
+    int channels = 2;
+};
+
+/* Integers are rounded to the nearest step, without dither, and clipped. Raw is the samples alone,
+ * little-endian, interleaved. Thread main. */
+class AudioFile {
+public:
+    /* Throws JobError: the path (see PartialFile), or a format that the file cannot have. */
+    AudioFile(const std::string& path, const AudioFormat& format);
+    ~AudioFile();
+
+    /* As many runs of frames samples as the format has channels. Throws JobError when the disk is
+     * full. */
+    void write(std::span<const float* const> channels, std::size_t frames);
+    /* Makes the file whole and gives it its name. */
+    void finish();
+
+private:
+    struct Close {
+        void operator()(SNDFILE* file) const;
+    };
+
+    PartialFile mPartial;
+    std::unique_ptr<SNDFILE, Close> mFile;
+    std::vector<float> mInterleaved;
+};
+
+} // namespace velnor::host
+
+#endif

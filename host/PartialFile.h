@@ -1,0 +1,43 @@
+/* A file that appears under its name only when it is whole. */
+#ifndef VELNOR_HOST_PARTIALFILE_H
+#define VELNOR_HOST_PARTIALFILE_H
+
+#include <string>
+
+namespace velnor::host {
+
+/* Written under a temporary name in the target's own folder and renamed by commit(). Until then the
+ * temporary file goes with this object, and with the process when a signal ends it. For standard
+ * output ("-") the temporary file is nameless and commit() copies it out. Thread main. */
+class PartialFile {
+public:
+    /* Throws JobError naming the path: the folder does not exist, no permission, a directory ... */
+    explicit PartialFile(const std::string& path);
+    ~PartialFile();
+    PartialFile(const PartialFile&) = delete;
+    PartialFile& operator=(const PartialFile&) = delete;
+
+    /* Open for reading and writing; stays this object's. */
+    int descriptor() const { return mDescriptor; }
+    const std::string& path() const { return mPath; }
+
+    /* Flushes to the disk and puts the file under its name, replacing what was there. Throws
+     * JobError (no space left ...). */
+    void commit();
+
+private:
+    void copyToStandardOutput();
+    [[noreturn]] void fail(const std::string& what) const;
+
+    std::string mPath;
+    std::string mTemporary; /* empty: nameless */
+    int mDescriptor = -1;
+    int mSlot = -1;
+};
+
+/* Removes every temporary file that now exists. Async-signal-safe. */
+void removePartialFiles();
+
+} // namespace velnor::host
+
+#endif
