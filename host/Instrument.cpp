@@ -1,22 +1,13 @@
 #include "host/Instrument.h"
 
 #include "host/JobError.h"
-#include "platform/CFRef.h"
-#include "platform/CFString.h"
+#include "host/PlatformText.h"
 
-#include <array>
 #include <cstddef>
 
 namespace velnor::host {
 
 namespace {
-
-std::string textOf(CFStringRef string) {
-    std::array<char, 4096> text{};
-    if (!string || !CFStringGetCString(string, text.data(), text.size(), kCFStringEncodingUTF8))
-        return "";
-    return text.data();
-}
 
 AudioBufferList& listIn(std::vector<unsigned char>& memory) {
     return *reinterpret_cast<AudioBufferList*>(memory.data());
