@@ -6,6 +6,7 @@
 #define VELNOR_PLATFORM_AUDIOUNIT_H
 
 #include "platform/AudioUnitTypes.h"
+#include "platform/Facts.h"
 
 VELNOR_BEGIN_C
 
@@ -30,13 +31,13 @@ VELNOR_PLATFORM_API OSStatus AudioUnitRemovePropertyListener(AudioUnit unit, Aud
 VELNOR_PLATFORM_API OSStatus AudioUnitReset(AudioUnit unit, AudioUnitScope scope,
                                             AudioUnitElement element);
 /* Thread any. */
-VELNOR_PLATFORM_API OSStatus AudioUnitGetParameter(AudioUnit unit, AudioUnitParameterID id,
-                                                   AudioUnitScope scope, AudioUnitElement element,
-                                                   AudioUnitParameterValue* value);
+VELNOR_PLATFORM_API OSStatus
+AudioUnitGetParameter(AudioUnit unit, AudioUnitParameterID id, AudioUnitScope scope,
+                      AudioUnitElement element, AudioUnitParameterValue* value) VELNOR_NONBLOCKING;
 VELNOR_PLATFORM_API OSStatus AudioUnitSetParameter(AudioUnit unit, AudioUnitParameterID id,
                                                    AudioUnitScope scope, AudioUnitElement element,
                                                    AudioUnitParameterValue value,
-                                                   UInt32 bufferOffsetInFrames);
+                                                   UInt32 bufferOffsetInFrames) VELNOR_NONBLOCKING;
 VELNOR_PLATFORM_API OSStatus AudioUnitAddRenderNotify(AudioUnit unit, AURenderCallback proc,
                                                       void* userData);
 VELNOR_PLATFORM_API OSStatus AudioUnitRemoveRenderNotify(AudioUnit unit, AURenderCallback proc,
@@ -44,27 +45,29 @@ VELNOR_PLATFORM_API OSStatus AudioUnitRemoveRenderNotify(AudioUnit unit, AURende
 /* Thread render. */
 VELNOR_PLATFORM_API OSStatus AudioUnitScheduleParameters(AudioUnit unit,
                                                          const AudioUnitParameterEvent* events,
-                                                         UInt32 count);
+                                                         UInt32 count) VELNOR_NONBLOCKING;
 VELNOR_PLATFORM_API OSStatus AudioUnitRender(AudioUnit unit, AudioUnitRenderActionFlags* flags,
                                              const AudioTimeStamp* timeStamp, UInt32 outputBus,
-                                             UInt32 frames, AudioBufferList* data);
+                                             UInt32 frames,
+                                             AudioBufferList* data) VELNOR_NONBLOCKING;
 /* Thread render, or one other thread that sends all MIDI. */
 VELNOR_PLATFORM_API OSStatus MusicDeviceMIDIEvent(MusicDeviceComponent unit, UInt32 status,
                                                   UInt32 data1, UInt32 data2,
-                                                  UInt32 offsetSampleFrame);
+                                                  UInt32 offsetSampleFrame) VELNOR_NONBLOCKING;
 VELNOR_PLATFORM_API OSStatus MusicDeviceSysEx(MusicDeviceComponent unit, const UInt8* data,
-                                              UInt32 length);
-VELNOR_PLATFORM_API OSStatus MusicDevicePrepareInstrument(MusicDeviceComponent unit,
-                                                          MusicDeviceInstrumentID instrument);
-VELNOR_PLATFORM_API OSStatus MusicDeviceReleaseInstrument(MusicDeviceComponent unit,
-                                                          MusicDeviceInstrumentID instrument);
+                                              UInt32 length) VELNOR_NONBLOCKING;
+VELNOR_PLATFORM_API OSStatus MusicDevicePrepareInstrument(
+    MusicDeviceComponent unit, MusicDeviceInstrumentID instrument) VELNOR_NONBLOCKING;
+VELNOR_PLATFORM_API OSStatus MusicDeviceReleaseInstrument(
+    MusicDeviceComponent unit, MusicDeviceInstrumentID instrument) VELNOR_NONBLOCKING;
 VELNOR_PLATFORM_API OSStatus MusicDeviceStartNote(
     MusicDeviceComponent unit, MusicDeviceInstrumentID instrument, MusicDeviceGroupID group,
-    NoteInstanceID* noteInstance, UInt32 offsetSampleFrame, const MusicDeviceNoteParams* params);
+    NoteInstanceID* noteInstance, UInt32 offsetSampleFrame,
+    const MusicDeviceNoteParams* params) VELNOR_NONBLOCKING;
 VELNOR_PLATFORM_API OSStatus MusicDeviceStopNote(MusicDeviceComponent unit,
                                                  MusicDeviceGroupID group,
                                                  NoteInstanceID noteInstance,
-                                                 UInt32 offsetSampleFrame);
+                                                 UInt32 offsetSampleFrame) VELNOR_NONBLOCKING;
 
 VELNOR_END_C
 

@@ -2,10 +2,16 @@
  *
  * A component bundle's Info.plist lists its components under "VelnorComponents", an array of
  * dictionaries with "type", "subtype", "manufacturer" (strings of four characters), "entry" (the
- * exported function's name), "name" (text) and "version" (integer). Bundles named *.component are
- * found, in this order, in each folder of $VELNOR_COMPONENT_PATH (colon-separated), in
- * $XDG_DATA_HOME/velnor/Components (default ~/.local/share) and in DIR/velnor/Components for each
- * DIR of $XDG_DATA_DIRS (default /usr/local/share:/usr/share). */
+ * exported function's name), "name" (text) and "version" (integer). An entry whose codes or
+ * function are missing or of the wrong type is no registration; a name or version that is counts as
+ * the function's name or 0. Bundles named *.component are found, in this order, in each folder of
+ * $VELNOR_COMPONENT_PATH (colon-separated), in $XDG_DATA_HOME/velnor/Components (default
+ * ~/.local/share) and in DIR/velnor/Components for each DIR of $XDG_DATA_DIRS (default
+ * /usr/local/share:/usr/share). What the program registers itself comes before them. Of several
+ * components with the same codes, a search finds the first.
+ *
+ * A component's bundle is held while it has instances. The last close gives it back, after code of
+ * a component that is still running on this thread has returned. */
 #ifndef VELNOR_PLATFORM_COMPONENTS_H
 #define VELNOR_PLATFORM_COMPONENTS_H
 
@@ -74,11 +80,15 @@ VELNOR_PLATFORM_API OSStatus PlatformRegisterComponentBundle(const char* path,
                                                              UInt32* count);
 /* Null when the bundle does not load or its open selector fails; PlatformOpenComponent says why. */
 VELNOR_PLATFORM_API ComponentInstance OpenComponent(Component component);
+/* couldNotOpenComponent also for a status that does not fit 16 bits. */
 VELNOR_PLATFORM_API OSErr OpenAComponent(Component component, ComponentInstance* instance);
-/* As OpenComponent, with the full 32-bit status. */
+/* As OpenComponent, with the full 32-bit status: what the open selector answered,
+ * couldNotOpenComponent, or invalidComponentID for a pointer that is no component. */
 VELNOR_PLATFORM_API OSStatus PlatformOpenComponent(Component component,
                                                    ComponentInstance* instance);
-/* Sends the close selector and frees the instance, whatever the selector answers. */
+/* Sends the close selector and frees the instance, whatever the selector answers; the answer is
+ * the selector's. badComponentInstance: no instance, or one whose open or close selector is still
+ * running. */
 VELNOR_PLATFORM_API ComponentResult CloseComponent(ComponentInstance instance);
 VELNOR_PLATFORM_API SInt32 CountComponentInstances(Component component);
 /* 1 or 0; the version as the component answers it. */
@@ -102,11 +112,13 @@ VELNOR_PLATFORM_API ComponentResult CallComponentDispatch(ComponentInstance inst
 
 /* For the component. */
 
-/* component may be a Component or, cast, a ComponentInstance. name, info, icon must be null.
- * invalidComponentID for neither. */
+/* component may be a Component or, cast, a ComponentInstance. invalidComponentID for neither;
+ * paramErr when description is null or name, info or icon is not. */
 VELNOR_PLATFORM_API OSErr GetComponentInfo(Component component, ComponentDescription* description,
                                            Handle name, Handle info, Handle icon);
+/* Does nothing for a pointer that is no instance. */
 VELNOR_PLATFORM_API void SetComponentInstanceStorage(ComponentInstance instance, void* storage);
+/* Null for null. Thread any, concurrent, nonblocking. */
 VELNOR_PLATFORM_API void* GetComponentInstanceStorage(ComponentInstance instance);
 
 /* A registration without a bundle, for entries that are linked into the program (tests, static

@@ -1,0 +1,50 @@
+#include "platform/ComponentInstances.h"
+
+#include "platform/ComponentParameterBlock.h"
+#include "platform/ComponentRecord.h"
+
+namespace velnor {
+
+ComponentInstances& ComponentInstances::Shared() {
+    static auto* const instances = new ComponentInstances;
+    return *instances;
+}
+
+OSStatus ComponentInstances::Open(Component component, ComponentInstance* instance) {
+    const ComponentEntry entry = component->AddInstance();
+    if (entry == nullptr) {
+        return couldNotOpenComponent;
+    }
+    auto owned = std::make_unique<OpaqueComponentInstance>(
+        OpaqueComponentInstance{entry, nullptr, component, false});
+    const ComponentInstance opened = owned.get();
+    mInstances.emplace(opened, std::move(owned));
+    auto block = encode(kComponentOpenSelect, opened);
+    const ComponentResult result = EnterComponent(opened, block.Get());
+    if (result != noErr) {
+        Remove(opened);
+        return result;
+    }
+    opened->settled = true;
+    *instance = opened;
+    return noErr;
+}
+
+ComponentResult ComponentInstances::Close(ComponentInstance instance) {
+    if (!Knows(instance) || !instance->settled) {
+        return badComponentInstance;
+    }
+    instance->settled = false;
+    auto block = encode(kComponentCloseSelect, instance);
+    const ComponentResult result = EnterComponent(instance, block.Get());
+    Remove(instance);
+    return result;
+}
+
+void ComponentInstances::Remove(ComponentInstance instance) {
+    const Component component = instance->component;
+    mInstances.erase(instance);
+    component->RemoveInstance();
+}
+
+} // namespace velnor
