@@ -1,0 +1,8 @@
+// A bundle's version.
+#pragma once
+
+#include <string>
+
+// The version text of the bundle in the folder (UTF-8), at most 1,023 bytes; "Can't get version."
+// when there is none. Thread any, concurrent, may block.
+std::string MacGetBundleVersion(const std::string& path);

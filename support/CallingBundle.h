@@ -1,0 +1,13 @@
+// The bundle that this code was linked into. Internal to the support library.
+#pragma once
+
+#include <optional>
+#include <string>
+
+namespace velnor {
+
+// The folder three names above the file of the image that holds this code. Nothing when that image
+// is the process's program or has no name.
+std::optional<std::string> callingBundlePath();
+
+} // namespace velnor

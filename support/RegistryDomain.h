@@ -1,0 +1,16 @@
+// Where the installation registry lives. Internal to the support library.
+#pragma once
+
+#include <string>
+
+namespace velnor {
+
+inline constexpr const char* kRegistryKey = "Plugins";
+inline constexpr const char* kRegistryPathKey = "path";
+inline constexpr const char* kRegistryVersionKey = "version";
+
+inline std::string registryDomain(const std::string& vendor, const std::string& product) {
+    return "com." + vendor + "." + product;
+}
+
+} // namespace velnor
