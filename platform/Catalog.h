@@ -22,12 +22,14 @@ typedef struct HFSUniStr255 {
     UniChar unicode[255];
 } HFSUniStr255;
 
-/* The caller closes the iterator. dirNFErr, permErr. */
+/* The caller closes the iterator. dirNFErr, permErr; flags other than kFSIterateFlat are paramErr.
+ * Thread any; one iterator is exclusive; may block. */
 VELNOR_PLATFORM_API OSStatus FSOpenIterator(const FSRef* folder, UInt32 flags,
                                             FSIterator* iterator);
 /* Up to maximum entries, "." and ".." left out, in the file system's order; errFSNoMoreItems with
- * *actual below maximum at the end. A name that is not UTF-8 has length 0. changed, specs must be
- * null; infos, refs, names are arrays of maximum entries or null. */
+ * *actual below maximum at the end. Any other status is an entry that could not be read (bdNamErr:
+ * its path is too long), after the *actual ones before it. A name that is not UTF-8 has length 0.
+ * changed and specs must be null; infos, refs, names are arrays of maximum entries or null. */
 VELNOR_PLATFORM_API OSErr FSGetCatalogInfoBulk(FSIterator iterator, UInt32 maximum, UInt32* actual,
                                                Boolean* changed, FSCatalogInfoBitmap which,
                                                FSCatalogInfo* infos, FSRef* refs, void* specs,

@@ -1,8 +1,9 @@
-/* Monotonic time since the system's start. Thread any, concurrent, nonblocking (the kernel's
- * vDSO answers without a system call). */
+/* Monotonic time since the system's start. Thread any, concurrent, nonblocking: the kernel's vDSO
+ * answers without a system call. */
 #ifndef VELNOR_PLATFORM_CLOCK_H
 #define VELNOR_PLATFORM_CLOCK_H
 
+#include "platform/Facts.h"
 #include "platform/Types.h"
 
 VELNOR_BEGIN_C
@@ -14,10 +15,10 @@ typedef struct UnsignedWide {
 typedef UnsignedWide AbsoluteTime;
 typedef UnsignedWide Nanoseconds;
 
-VELNOR_PLATFORM_API void Microseconds(UnsignedWide* microseconds);
+VELNOR_PLATFORM_API void Microseconds(UnsignedWide* microseconds) VELNOR_NONBLOCKING;
 /* In a unit of its own; AbsoluteToNanoseconds converts. */
-VELNOR_PLATFORM_API UInt64 mach_absolute_time(void);
-VELNOR_PLATFORM_API Nanoseconds AbsoluteToNanoseconds(AbsoluteTime time);
+VELNOR_PLATFORM_API UInt64 mach_absolute_time(void) VELNOR_NONBLOCKING;
+VELNOR_PLATFORM_API Nanoseconds AbsoluteToNanoseconds(AbsoluteTime time) VELNOR_NONBLOCKING;
 
 VELNOR_END_C
 

@@ -9,10 +9,12 @@ VELNOR_BEGIN_C
 enum { kUserDomain = -32763 };
 enum {
     kApplicationSupportFolderType = VELNOR_FOUR_CHAR_CODE('a', 's', 'u', 'p'), /* XDG data home */
-    kDesktopFolderType = VELNOR_FOUR_CHAR_CODE('d', 'e', 's', 'k') /* XDG_DESKTOP_DIR, ~/Desktop */
+    kDesktopFolderType = VELNOR_FOUR_CHAR_CODE('d', 'e', 's', 'k') /* as user-dirs.dirs says */
 };
 
-/* domain is kUserDomain, createFolder false. fnfErr when the folder does not exist. */
+/* domain is kUserDomain, createFolder false, else paramErr. fnfErr when the folder does not exist,
+ * is no folder, or cannot be named because HOME is missing; permErr. Links are followed. Reads the
+ * environment at every call. Thread any, concurrent, may block. */
 VELNOR_PLATFORM_API OSErr FSFindFolder(SInt16 domain, OSType type, Boolean createFolder,
                                        FSRef* ref);
 
