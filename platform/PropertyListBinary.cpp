@@ -1,0 +1,216 @@
+#include "platform/PropertyListBinary.h"
+
+#include "platform/PropertyListLimits.h"
+
+#include <cstdint>
+#include <optional>
+
+namespace velnor {
+namespace {
+
+constexpr std::size_t kTrailerSize = 32;
+
+/* The high half of an object's first byte. */
+enum Kind : unsigned {
+    kSimple = 0x0,
+    kInteger = 0x1,
+    kReal = 0x2,
+    kDate = 0x3,
+    kData = 0x4,
+    kAscii = 0x5,
+    kUtf16 = 0x6,
+    kUid = 0x8,
+    kArray = 0xA,
+    kDictionary = 0xD
+};
+
+struct Object {
+    unsigned kind;
+    unsigned low;             /* the low half of the first byte */
+    std::uint64_t count;      /* bytes, characters, units, elements or pairs */
+    std::string_view content; /* from the first byte after the head to the end of the objects */
+};
+
+class Walker {
+public:
+    explicit Walker(std::string_view file) : mFile(file) {}
+
+    bool Walk() { return ReadTrailer() && Visit(mTop, 0); }
+
+private:
+    static std::uint64_t BigEndian(std::string_view bytes) {
+        std::uint64_t value = 0;
+        for (const char c : bytes) {
+            value = value << 8 | static_cast<unsigned char>(c);
+        }
+        return value;
+    }
+
+    bool ReadTrailer() {
+        const auto head = kBinaryPropertyListMagic.size();
+        if (mFile.size() > kMaxPropertyListBytes || mFile.size() < head + kTrailerSize ||
+            !mFile.starts_with(kBinaryPropertyListMagic)) {
+            return false;
+        }
+        const auto trailer = mFile.substr(mFile.size() - kTrailerSize);
+        mOffsetSize = BigEndian(trailer.substr(6, 1));
+        mReferenceSize = BigEndian(trailer.substr(7, 1));
+        mObjects = BigEndian(trailer.substr(8, 8));
+        mTop = BigEndian(trailer.substr(16, 8));
+        const auto table = BigEndian(trailer.substr(24, 8));
+        const auto end = mFile.size() - kTrailerSize;
+        if (mOffsetSize < 1 || mOffsetSize > 8 || mReferenceSize < 1 || mReferenceSize > 8 ||
+            table < head || table > end || mObjects == 0 ||
+            mObjects > (end - table) / mOffsetSize) {
+            return false;
+        }
+        mTable = static_cast<std::size_t>(table);
+        return true;
+    }
+
+    std::optional<Object> ReadObject(std::uint64_t number) const {
+        if (number >= mObjects) {
+            return std::nullopt;
+        }
+        const auto entry = mTable + static_cast<std::size_t>(number * mOffsetSize);
+        const auto offset = BigEndian(mFile.substr(entry, static_cast<std::size_t>(mOffsetSize)));
+        if (offset < kBinaryPropertyListMagic.size() || offset >= mTable) {
+            return std::nullopt;
+        }
+        auto rest = mFile.substr(0, mTable).substr(static_cast<std::size_t>(offset));
+        const auto first = static_cast<unsigned char>(rest[0]);
+        rest.remove_prefix(1);
+        Object object{first / 16U, first % 16U, first % 16U, rest};
+        if (HasCount(object.kind) && object.low == 0xF && !ReadLongCount(object)) {
+            return std::nullopt;
+        }
+        return object;
+    }
+
+    static bool HasCount(unsigned kind) {
+        return kind == kData || kind == kAscii || kind == kUtf16 || kind == kArray ||
+               kind == kDictionary;
+    }
+
+    /* A count that does not fit the first byte follows it as an integer object. */
+    static bool ReadLongCount(Object& object) {
+        if (object.content.empty() || (object.content[0] & 0xF0) != kInteger << 4U) {
+            return false;
+        }
+        const unsigned power = object.content[0] & 0xFU;
+        const std::size_t size = std::size_t{1} << power;
+        if (power > 3 || object.content.size() <= size) {
+            return false;
+        }
+        object.count = BigEndian(object.content.substr(1, size));
+        object.content.remove_prefix(1 + size);
+        return true;
+    }
+
+    bool Visit(std::uint64_t number, int depth) {
+        const auto object = ReadObject(number);
+        if (!object || ++mValues > kMaxPropertyListValues) {
+            return false;
+        }
+        switch (object->kind) {
+        case kArray:
+            return depth < kMaxPropertyListDepth && VisitAll(*object, object->count, depth);
+        case kDictionary:
+            return depth < kMaxPropertyListDepth && object->count <= mFile.size() &&
+                   HasTextKeys(*object) && VisitAll(*object, 2 * object->count, depth);
+        default:
+            return VisitLeaf(*object);
+        }
+    }
+
+    std::uint64_t Reference(const Object& object, std::uint64_t index) const {
+        const auto at = static_cast<std::size_t>(index * mReferenceSize);
+        return BigEndian(object.content.substr(at, static_cast<std::size_t>(mReferenceSize)));
+    }
+
+    bool VisitAll(const Object& object, std::uint64_t count, int depth) {
+        if (count > object.content.size() / mReferenceSize) {
+            return false;
+        }
+        for (std::uint64_t i = 0; i < count; ++i) {
+            if (!Visit(Reference(object, i), depth + 1)) {
+                return false;
+            }
+        }
+        return true;
+    }
+
+    bool HasTextKeys(const Object& object) const {
+        if (object.count > object.content.size() / mReferenceSize / 2) {
+            return false;
+        }
+        for (std::uint64_t i = 0; i < object.count; ++i) {
+            const auto key = ReadObject(Reference(object, i));
+            if (!key || (key->kind != kAscii && key->kind != kUtf16)) {
+                return false;
+            }
+        }
+        return true;
+    }
+
+    bool VisitLeaf(const Object& object) {
+        switch (object.kind) {
+        case kSimple:
+            return object.low == 8 || object.low == 9;
+        case kInteger:
+            return object.low <= 4 && TakeBytes(object, std::uint64_t{1} << object.low) &&
+                   (object.low < 4 || BigEndian(object.content.substr(0, 8)) == 0);
+        case kReal:
+            return (object.low == 2 || object.low == 3) &&
+                   TakeBytes(object, std::uint64_t{1} << object.low);
+        case kDate:
+            return object.low == 3 && TakeBytes(object, 8);
+        case kUid:
+            return (object.low == 0 || object.low == 1 || object.low == 3 || object.low == 7) &&
+                   TakeBytes(object, object.low + 1U);
+        case kData:
+            return TakeBytes(object, object.count);
+        case kAscii:
+            return TakeBytes(object, object.count) && !HasZero(object, 1);
+        case kUtf16:
+            return object.count <= mFile.size() && TakeBytes(object, 2 * object.count) &&
+                   !HasZero(object, 2);
+        default:
+            return false;
+        }
+    }
+
+    bool TakeBytes(const Object& object, std::uint64_t size) {
+        if (size > object.content.size()) {
+            return false;
+        }
+        mBytes += static_cast<std::size_t>(size);
+        return mBytes <= kMaxPropertyListBytes;
+    }
+
+    static bool HasZero(const Object& object, std::size_t unit) {
+        for (std::size_t i = 0; i < object.count; ++i) {
+            if (BigEndian(object.content.substr(i * unit, unit)) == 0) {
+                return true;
+            }
+        }
+        return false;
+    }
+
+    std::string_view mFile;
+    std::uint64_t mOffsetSize = 0;
+    std::uint64_t mReferenceSize = 0;
+    std::uint64_t mObjects = 0;
+    std::uint64_t mTop = 0;
+    std::size_t mTable = 0;
+    std::size_t mValues = 0;
+    std::size_t mBytes = 0;
+};
+
+} // namespace
+
+bool IsSoundBinaryPropertyList(std::string_view file) {
+    return Walker(file).Walk();
+}
+
+} // namespace velnor
