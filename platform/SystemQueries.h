@@ -6,10 +6,11 @@
 
 VELNOR_BEGIN_C
 
-/* 0, or -1 with errno set (ENOENT: unknown or unavailable; ENOMEM: *oldLength too small). Names:
- *   hw.cpufrequency  u64, Hz      hw.activecpu  i32
- *   hw.optional.mmx, .sse, .sse2, .sse3  i32, 0 or 1
- * new must be null. */
+/* 0, or -1 with errno set (ENOENT: unknown or unavailable; ENOMEM: *oldLength too small; EPERM:
+ * newValue, which must be null). *oldLength becomes the value's size; a null old asks only for it.
+ *   hw.cpufrequency  u64, Hz: nominal, else highest, else present clock of the first processor
+ *   hw.activecpu     i32, processors switched on
+ *   hw.optional.mmx, .sse, .sse2, .sse3  i32, 0 or 1 */
 VELNOR_PLATFORM_API int sysctlbyname(const char* name, void* old, size_t* oldLength, void* newValue,
                                      size_t newLength);
 
@@ -35,7 +36,7 @@ typedef struct host_basic_info {
 } host_basic_info_data_t;
 
 typedef struct vm_statistics {
-    UInt64 free_count; /* pages */
+    UInt64 free_count; /* pages that nothing uses, the kernel's file cache neither */
 } vm_statistics_data_t;
 
 enum {
@@ -44,10 +45,11 @@ enum {
 };
 
 VELNOR_PLATFORM_API mach_port_t mach_host_self(void);
-/* flavor HOST_VM_INFO; *count is the record's room in 32-bit words. */
+/* flavor HOST_VM_INFO; *count is the record's room in 32-bit words, then what was written.
+ * KERN_FAILURE for another host or flavor, too little room, or a kernel that does not say. */
 VELNOR_PLATFORM_API kern_return_t host_statistics(mach_port_t host, host_flavor_t flavor,
                                                   void* info, mach_msg_type_number_t* count);
-/* flavor HOST_BASIC_INFO. */
+/* The same for flavor HOST_BASIC_INFO. */
 VELNOR_PLATFORM_API kern_return_t host_info(mach_port_t host, host_flavor_t flavor, void* info,
                                             mach_msg_type_number_t* count);
 /* Bytes of a page. */

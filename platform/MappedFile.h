@@ -1,0 +1,17 @@
+/* Which file is mapped where. Internal to the platform library. */
+#ifndef VELNOR_PLATFORM_MAPPEDFILE_H
+#define VELNOR_PLATFORM_MAPPEDFILE_H
+
+#include <cstdint>
+#include <optional>
+#include <string>
+
+namespace velnor {
+
+/* The absolute path of the file that the kernel has mapped at an address of this process; nothing
+ * when it is no file's. */
+std::optional<std::string> MappedFilePath(uintptr_t address);
+
+} // namespace velnor
+
+#endif

@@ -1,0 +1,134 @@
+#include "platform/Process.h"
+
+#include "platform/CFString.h"
+#include "platform/CFStringObject.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdlib>
+#include <mutex>
+#include <optional>
+#include <pwd.h>
+#include <string>
+#include <sys/stat.h>
+#include <unistd.h>
+#include <vector>
+
+namespace velnor {
+namespace {
+
+struct ProcessName {
+    std::mutex mutex;
+    std::optional<std::string> replacement;
+};
+
+ProcessName& Replacement() {
+    static ProcessName name;
+    return name;
+}
+
+std::string BaseName(const std::string& path) {
+    return path.substr(path.rfind('/') + 1);
+}
+
+/* The kernel marks the path of a program whose file is gone. */
+std::string WithoutDeletedMark(const std::string& path) {
+    constexpr std::string_view kMark = " (deleted)";
+    struct stat info;
+    const bool isMarked = path.ends_with(kMark) && lstat(path.c_str(), &info) != 0;
+    return isMarked ? path.substr(0, path.size() - kMark.size()) : path;
+}
+
+std::string ExecutableName() {
+    char path[4096];
+    const ssize_t length = readlink("/proc/self/exe", path, sizeof path);
+    if (length > 0) {
+        return BaseName(WithoutDeletedMark({path, static_cast<std::size_t>(length)}));
+    }
+    return program_invocation_name ? BaseName(program_invocation_name) : std::string();
+}
+
+/* Names of files and users are bytes; those that are not UTF-8 are read as legacy text. */
+CFStringRef CreateName(const std::string& bytes) {
+    const CFStringRef text = CreateString(bytes);
+    return text ? text
+                : CFStringCreateWithCString(kCFAllocatorDefault, bytes.c_str(),
+                                            CFStringGetSystemEncoding());
+}
+
+struct UserNames {
+    std::string login;
+    std::string full;
+};
+
+/* The first field of the comment, with "&" standing for the capitalised login name. */
+std::string FullName(const std::string& comment, const std::string& login) {
+    std::string capitalised = login;
+    if (!capitalised.empty() && capitalised[0] >= 'a' && capitalised[0] <= 'z') {
+        capitalised[0] = static_cast<char>(capitalised[0] - 'a' + 'A');
+    }
+    std::string name;
+    for (const char c : comment.substr(0, comment.find(','))) {
+        name += c == '&' ? capitalised : std::string(1, c);
+    }
+    return name.empty() ? login : name;
+}
+
+std::optional<UserNames> NamesInUserDatabase(uid_t user) {
+    std::vector<char> buffer(1024);
+    passwd entry{};
+    passwd* found = nullptr;
+    int error = 0;
+    while ((error = getpwuid_r(user, &entry, buffer.data(), buffer.size(), &found)) == ERANGE &&
+           buffer.size() < (std::size_t{1} << 20)) {
+        buffer.resize(buffer.size() * 2);
+    }
+    if (error != 0 || found == nullptr || entry.pw_name == nullptr) {
+        return std::nullopt;
+    }
+    return UserNames{entry.pw_name, FullName(entry.pw_gecos ? entry.pw_gecos : "", entry.pw_name)};
+}
+
+UserNames CurrentUser() {
+    if (const auto names = NamesInUserDatabase(getuid())) {
+        return *names;
+    }
+    for (const char* variable : {"LOGNAME", "USER"}) {
+        const char* value = std::getenv(variable);
+        if (value != nullptr && *value != '\0') {
+            return {value, value};
+        }
+    }
+    const std::string number = std::to_string(getuid());
+    return {number, number};
+}
+
+} // namespace
+} // namespace velnor
+
+OSStatus CopyProcessName(const ProcessSerialNumber* psn, CFStringRef* name) {
+    if (psn == nullptr || psn->highLongOfPSN != 0 || psn->lowLongOfPSN != kCurrentProcess ||
+        name == nullptr) {
+        return paramErr;
+    }
+    auto& replacement = velnor::Replacement();
+    const std::lock_guard lock(replacement.mutex);
+    const std::string text =
+        replacement.replacement ? *replacement.replacement : velnor::ExecutableName();
+    if (text.empty()) {
+        return procNotFound;
+    }
+    *name = velnor::CreateName(text);
+    return noErr;
+}
+
+void PlatformSetProcessName(const char* name) {
+    auto& replacement = velnor::Replacement();
+    const std::lock_guard lock(replacement.mutex);
+    replacement.replacement = name ? std::optional<std::string>(name) : std::nullopt;
+}
+
+CFStringRef CSCopyUserName(Boolean useShortName) {
+    const auto names = velnor::CurrentUser();
+    return velnor::CreateName(useShortName ? names.login : names.full);
+}
