@@ -79,6 +79,22 @@ void Instrument::setOffline(bool offline) {
                 "the offline setting");
 }
 
+void Instrument::setBuses(const std::vector<UInt32>& channels) {
+    const auto count = static_cast<UInt32>(channels.size());
+    if (count != busCount())
+        setProperty(kAudioUnitProperty_ElementCount, kAudioUnitScope_Output, 0, &count,
+                    sizeof count, "that number of buses");
+    for (UInt32 bus = 0; bus < count; ++bus) {
+        AudioStreamBasicDescription format = {};
+        UInt32 size = sizeof format;
+        AudioUnitGetProperty(mUnit, kAudioUnitProperty_StreamFormat, kAudioUnitScope_Output, bus,
+                             &format, &size);
+        format.mChannelsPerFrame = channels[bus];
+        setProperty(kAudioUnitProperty_StreamFormat, kAudioUnitScope_Output, bus, &format,
+                    sizeof format, "that number of channels");
+    }
+}
+
 void Instrument::setCallbacks(const HostCallbackInfo& callbacks) {
     setProperty(kAudioUnitProperty_HostCallbacks, kAudioUnitScope_Global, 0, &callbacks,
                 sizeof callbacks, "the transport callbacks");

@@ -28,6 +28,8 @@ public:
     void setRate(double rate);
     void setMaximumFrames(UInt32 frames);
     void setOffline(bool offline);
+    /* One bus for each entry, of so many channels. */
+    void setBuses(const std::vector<UInt32>& channels);
     void setCallbacks(const HostCallbackInfo& callbacks);
     void initialize();
 
@@ -39,6 +41,7 @@ public:
     /* render: pulls every bus for the same frames, the first of them numbered sampleTime. After it
      * bus(b) is what bus b gave: one run of frames per channel, valid until the next pull. */
     void pull(std::int64_t sampleTime, UInt32 frames);
+    UInt32 pulledBuses() const { return static_cast<UInt32>(mBuses.size()); }
     std::span<const float* const> bus(UInt32 number) const { return mBuses[number].channels; }
 
 private:

@@ -1,13 +1,10 @@
 #include "host/MidiSong.h"
 
+#include "host/InputFile.h"
 #include "host/JobError.h"
 #include "host/MidiFileCheck.h"
 
 #include <algorithm>
-#include <cerrno>
-#include <cstring>
-#include <fstream>
-#include <iterator>
 #include <memory>
 
 #include <smf.h>
@@ -66,21 +63,6 @@ void addMessage(const smf_event_t& event, std::vector<SongMessage>& messages) {
                         length > 2 ? bytes[2] : static_cast<unsigned char>(0)});
 }
 
-std::vector<std::uint8_t> readFile(const std::string& path) {
-    std::ifstream file(path, std::ios::binary);
-    if (!file)
-        throw JobError(path + ": " + std::strerror(errno));
-    std::vector<std::uint8_t> bytes;
-    std::vector<char> piece(1 << 16);
-    while (file && bytes.size() <= kMidiFileSizeLimit) {
-        file.read(piece.data(), static_cast<std::streamsize>(piece.size()));
-        bytes.insert(bytes.end(), piece.begin(), piece.begin() + file.gcount());
-    }
-    if (file.bad())
-        throw JobError(path + ": it cannot be read");
-    return bytes;
-}
-
 } // namespace
 
 MidiSong parseMidiSong(std::span<const std::uint8_t> bytes, const std::string& name) {
@@ -101,7 +83,7 @@ MidiSong parseMidiSong(std::span<const std::uint8_t> bytes, const std::string& n
 }
 
 MidiSong readMidiSong(const std::string& path) {
-    return parseMidiSong(readFile(path), path);
+    return parseMidiSong(readInputFile(path, kMidiFileSizeLimit), path);
 }
 
 } // namespace velnor::host

@@ -9,6 +9,8 @@ namespace {
 
 /* A 24-bit file's smallest step: what is below it everywhere is silence. */
 constexpr float kSilence = 1.0f / 8388608.0f;
+/* Instruments queue so many messages and more for one pull. */
+constexpr std::size_t kMostMessagesOfABlock = 1000;
 constexpr double kSilentSeconds = 0.25; /* how long it must last to end a tail */
 
 std::int64_t framesOf(double seconds, double rate) {
@@ -24,15 +26,19 @@ std::int64_t frameOfTick(const TempoMap& map, std::int64_t tick, double rate) {
 SongRenderer::SongRenderer(Instrument& instrument, const MidiSong& song, const RenderPlan& plan)
     : mInstrument(instrument), mSong(song), mPlan(plan), mTransport(song.tempoMap, plan.rate) {
     mFrame = framesOf(plan.fromSeconds, plan.rate);
+    mStartFrame = mFrame;
     mEndFrame = frameOfTick(song.tempoMap, song.lengthTicks, plan.rate);
     mTailFrames = framesOf(plan.tailSeconds, plan.rate);
     if (plan.toSeconds >= 0.0) {
         mEndFrame = framesOf(plan.toSeconds, plan.rate);
         mTailFrames = 0;
     }
-    while (mNext < song.messages.size() &&
-           frameOfTick(song.tempoMap, song.messages[mNext].tick, plan.rate) < mFrame)
-        ++mNext;
+    mMessageFrames.reserve(song.messages.size());
+    for (const SongMessage& message : song.messages)
+        mMessageFrames.push_back(frameOfTick(song.tempoMap, message.tick, plan.rate));
+    mNext = static_cast<std::size_t>(
+        std::lower_bound(mMessageFrames.begin(), mMessageFrames.end(), mFrame) -
+        mMessageFrames.begin());
     mInstrument.setMaximumFrames(plan.block);
     mInstrument.setRate(plan.rate);
     mInstrument.setCallbacks(mTransport.callbacks());
@@ -59,10 +65,18 @@ std::uint64_t SongRenderer::run(const Sink& sink) {
     return mSent;
 }
 
+UInt32 SongRenderer::nextBlock(std::int64_t last) const {
+    std::int64_t end = std::min<std::int64_t>(mFrame + mPlan.block, last);
+    const std::size_t beyond = mNext + kMostMessagesOfABlock;
+    if (beyond < mMessageFrames.size() && mMessageFrames[beyond] > mFrame)
+        end = std::min(end, mMessageFrames[beyond]);
+    return static_cast<UInt32>(end - mFrame);
+}
+
 void SongRenderer::sendMessagesBefore(std::int64_t end) {
     for (; mNext < mSong.messages.size(); ++mNext) {
         const SongMessage& message = mSong.messages[mNext];
-        const std::int64_t at = frameOfTick(mSong.tempoMap, message.tick, mPlan.rate);
+        const std::int64_t at = mMessageFrames[mNext];
         if (at >= end)
             return;
         mInstrument.send(message.status, message.data1, message.data2,
@@ -72,7 +86,7 @@ void SongRenderer::sendMessagesBefore(std::int64_t end) {
 }
 
 bool SongRenderer::isSilent(UInt32 frames) const {
-    for (UInt32 bus = 0; bus < mInstrument.busCount(); ++bus)
+    for (UInt32 bus = 0; bus < mInstrument.pulledBuses(); ++bus)
         for (const float* channel : mInstrument.bus(bus))
             for (UInt32 i = 0; i < frames; ++i)
                 if (std::fabs(channel[i]) >= kSilence)

@@ -8,6 +8,7 @@
 
 #include <cstdint>
 #include <functional>
+#include <vector>
 
 namespace velnor::host {
 
@@ -35,10 +36,12 @@ public:
     /* Returns the number of messages sent. */
     std::uint64_t run(const Sink& sink);
 
+    std::int64_t frame() const { return mFrame; }
     /* Frames that run() gives at most; with a tail until silence it may give fewer. */
-    std::int64_t expectedFrames() const { return mEndFrame + mTailFrames; }
+    std::int64_t expectedFrames() const { return mEndFrame + mTailFrames - mStartFrame; }
 
 private:
+    UInt32 nextBlock(std::int64_t last) const;
     void sendMessagesBefore(std::int64_t end);
     bool isSilent(UInt32 frames) const;
 
@@ -47,8 +50,10 @@ private:
     RenderPlan mPlan;
     HostTransport mTransport;
     std::int64_t mFrame = 0;
+    std::int64_t mStartFrame = 0;
     std::int64_t mEndFrame = 0;
     std::int64_t mTailFrames = 0;
+    std::vector<std::int64_t> mMessageFrames;
     std::size_t mNext = 0;
     std::uint64_t mSent = 0;
 };

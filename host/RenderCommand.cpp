@@ -1,0 +1,156 @@
+#include "host/RenderCommand.h"
+
+#include "bridge/OrmoEngine.h"
+#include "host/BusMix.h"
+#include "host/ComponentFinder.h"
+#include "host/Interruption.h"
+#include "host/JobError.h"
+#include "host/LevelMeter.h"
+#include "host/PresetFile.h"
+#include "host/Terminal.h"
+
+#include <chrono>
+#include <cinttypes>
+#include <cmath>
+#include <cstdio>
+#include <memory>
+
+namespace velnor::host {
+
+namespace {
+
+/* song.wav, 2 -> song-2.wav */
+std::string numberedPath(const std::string& path, UInt32 number) {
+    const std::size_t slash = path.find_last_of('/');
+    const std::size_t dot = path.find_last_of('.');
+    const bool hasExtension =
+        dot != std::string::npos && (slash == std::string::npos || dot > slash + 1) && dot > 0;
+    const std::size_t end = hasExtension ? dot : path.size();
+    return path.substr(0, end) + "-" + std::to_string(number) + path.substr(end);
+}
+
+std::string clockText(double seconds) {
+    char text[32];
+    std::snprintf(text, sizeof text, "%d:%06.3f", static_cast<int>(seconds / 60.0),
+                  std::fmod(seconds, 60.0));
+    return text;
+}
+
+bool hasEngine(AudioUnit unit) {
+    OrmoEngineHandle handle = 0;
+    UInt32 size = sizeof handle;
+    const OSStatus status = AudioUnitGetProperty(unit, kPropertyEngineHandle,
+                                                 kAudioUnitScope_Global, 0, &handle, &size);
+    return status != noErr || handle != 0; /* other instruments have no such property */
+}
+
+class RenderJob {
+public:
+    explicit RenderJob(const RenderOptions& options)
+        : mOptions(options), mSong(readMidiSong(options.song)),
+          mInstrument(findInstrument(options.component)) {
+        if (!options.buses.empty())
+            mInstrument.setBuses(options.buses);
+        mInstrument.setOffline(!options.realtime);
+        mRenderer = std::make_unique<SongRenderer>(mInstrument, mSong, options.plan);
+        requireEngine();
+        if (!options.preset.empty())
+            restoreState(mInstrument.unit(), readPreset(options.preset).Get(), options.preset);
+        openFiles();
+    }
+
+    void run() {
+        const auto begin = std::chrono::steady_clock::now();
+        const std::uint64_t messages = play();
+        if (interrupted())
+            throw JobError("interrupted; nothing was written");
+        if (!mOptions.savePreset.empty())
+            writePreset(mOptions.savePreset, stateOf(mInstrument.unit()).Get());
+        for (const auto& file : mFiles)
+            file->finish();
+        const std::chrono::duration<double> took = std::chrono::steady_clock::now() - begin;
+        report(messages, took.count());
+    }
+
+private:
+    void requireEngine() const {
+        if (!hasEngine(mInstrument.unit()) && !mOptions.allowSilence)
+            throw JobError("the instrument has no working engine and would only play silence; run: "
+                           "velnor-host doctor (or render with --allow-silence)");
+    }
+
+    void openFiles() {
+        const UInt32 buses = mInstrument.pulledBuses();
+        AudioFormat format = mOptions.format;
+        if (!mOptions.split) {
+            format.channels = 0;
+            for (UInt32 bus = 0; bus < buses; ++bus)
+                format.channels =
+                    std::max(format.channels, static_cast<int>(mInstrument.bus(bus).size()));
+            mFiles.push_back(std::make_unique<AudioFile>(mOptions.output, format));
+            return;
+        }
+        for (UInt32 bus = 0; bus < buses; ++bus) {
+            format.channels = static_cast<int>(mInstrument.bus(bus).size());
+            mFiles.push_back(
+                std::make_unique<AudioFile>(numberedPath(mOptions.output, bus + 1), format));
+        }
+    }
+
+    std::uint64_t play() {
+        ProgressBar bar("rendering");
+        const auto expected = static_cast<double>(mRenderer->expectedFrames());
+        return mRenderer->run([&](const Instrument& instrument, UInt32 frames) {
+            if (mOptions.split)
+                for (UInt32 bus = 0; bus < mFiles.size(); ++bus)
+                    write(*mFiles[bus], mMix.bus(instrument, bus, frames), frames);
+            else
+                write(*mFiles.front(), mMix.mix(instrument, frames), frames);
+            mFrames += frames;
+            bar.show(static_cast<double>(mFrames) / expected, clockText(seconds()));
+            return !interrupted();
+        });
+    }
+
+    void write(AudioFile& file, std::span<const float* const> channels, UInt32 frames) {
+        for (const float* channel : channels)
+            mMeter.add(channel, frames);
+        file.write(channels, frames);
+    }
+
+    double seconds() const { return static_cast<double>(mFrames) / mOptions.plan.rate; }
+
+    void report(std::uint64_t messages, double took) const {
+        if (mMix.mended() > 0)
+            printNotice("the engine gave " + std::to_string(mMix.mended()) +
+                        " samples that are no numbers; they were made silent");
+        if (mMeter.clipped() > 0 && mOptions.format.samples != SampleFormat::kFloat)
+            printNotice(std::to_string(mMeter.clipped()) +
+                        " samples were clipped; lower the engine's gain or use --bits float");
+        std::fprintf(stderr,
+                     "%s: %s long, peak %.1f dBFS, RMS %.1f dBFS, %" PRIu64
+                     " events, %.0f x real time\n",
+                     mOptions.output == "-" ? "standard output" : mOptions.output.c_str(),
+                     clockText(seconds()).c_str(), mMeter.peakDecibels(), mMeter.rmsDecibels(),
+                     messages, took > 0.0 ? seconds() / took : 0.0);
+    }
+
+    const RenderOptions& mOptions;
+    MidiSong mSong;
+    Instrument mInstrument;
+    std::unique_ptr<SongRenderer> mRenderer;
+    std::vector<std::unique_ptr<AudioFile>> mFiles;
+    BusMix mMix;
+    LevelMeter mMeter;
+    std::int64_t mFrames = 0;
+};
+
+} // namespace
+
+void renderCommand(const RenderOptions& options) {
+    if (options.split && options.output == "-")
+        throw JobError("--split writes several files and cannot go to standard output", kExitUsage);
+    RenderJob(options).run();
+}
+
+} // namespace velnor::host
