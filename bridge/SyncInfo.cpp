@@ -1,0 +1,151 @@
+#include "bridge/SyncInfo.h"
+
+#include <cmath>
+#include <cstdint>
+#include <cstring>
+#include <iomanip>
+#include <limits>
+#include <sstream>
+
+namespace velnor {
+
+namespace {
+
+constexpr double kDefaultBpm = 120.0;
+constexpr int kDefaultFrames = 256;
+constexpr double kDefaultRate = 44100.0;
+constexpr double kBeatsPerCommonBar = 4.0;
+
+double barLength(double numerator, double denominator) VELNOR_NONBLOCKING {
+    const double length = numerator * 4.0 / denominator;
+    return length > 0 ? length : kBeatsPerCommonBar;
+}
+
+/* distance plus or minus whole lengths, as near above 0 as it gets: 0 stays 0, and length stays
+ * length. Positions a few bars off, the usual case, are stepped; any others take one division. */
+double wrapIntoBar(double distance, double length) VELNOR_NONBLOCKING {
+    constexpr int kSteps = 16;
+    for (int step = 0; step < kSteps; ++step) {
+        if (distance < 0)
+            distance += length;
+        else if (distance > length)
+            distance -= length;
+        else
+            return distance;
+    }
+    const bool fromBelow = distance < 0;
+    distance = std::fmod(distance, length);
+    if (distance < 0 || (distance == 0 && !fromBelow))
+        distance += length;
+    return distance;
+}
+
+int samplesIn(double beats, double bpm, double rate) VELNOR_NONBLOCKING {
+    const int samples = truncateToInt32(beats * rate / (bpm / 60.0));
+    return samples < 0 ? 0 : samples;
+}
+
+} // namespace
+
+int truncateToInt32(double value) VELNOR_NONBLOCKING {
+    constexpr double kLowest = std::numeric_limits<std::int32_t>::min();
+    constexpr double kHighest = std::numeric_limits<std::int32_t>::max();
+    if (!(value > kLowest))
+        return value <= kLowest ? std::numeric_limits<std::int32_t>::min() : 0;
+    return value < kHighest ? static_cast<std::int32_t>(value)
+                            : std::numeric_limits<std::int32_t>::max();
+}
+
+int samplesToNextBar(double bpm, double ppq, double barStart, double numerator, double denominator,
+                     double rate) VELNOR_NONBLOCKING {
+    const double length = barLength(numerator, denominator);
+    const double distance = ppq == barStart ? 0.0 : wrapIntoBar(length + barStart - ppq, length);
+    return samplesIn(distance, bpm, rate);
+}
+
+int samplesToNextBeat(double bpm, double ppq, double barStart, double numerator, double denominator,
+                      double rate) VELNOR_NONBLOCKING {
+    const double barEnd = barStart + barLength(numerator, denominator);
+    const double beat = std::ceil(ppq);
+    return samplesIn((beat < barEnd ? beat : barEnd) - ppq, bpm, rate);
+}
+
+SyncInfo::SyncInfo() : OrmoSyncInfo() {
+    bpm = kDefaultBpm;
+    timeSigNumerator = 4;
+    timeSigDenominator = 4;
+    prepare(kDefaultFrames, kDefaultRate, nullptr, nullptr, true);
+}
+
+void SyncInfo::reset(double rate) VELNOR_NONBLOCKING {
+    static_cast<OrmoSyncInfo&>(*this) = OrmoSyncInfo();
+    bpm = kDefaultBpm;
+    timeSigNumerator = 4;
+    timeSigDenominator = 4;
+    sampleRate = std::nearbyint(rate);
+}
+
+bool SyncInfo::prepare(int frames, double rate, const char* /*label*/, std::string* text,
+                       bool quiet) VELNOR_NONBLOCKING {
+    beatsPerBar =
+        timeSigDenominator < 1 ? kBeatsPerCommonBar : timeSigNumerator * 4.0 / timeSigDenominator;
+    sampleLength = static_cast<std::int16_t>(frames);
+    sampleRate = rate;
+    if (const int code = valid(); code != 0) {
+        if (!quiet && text != nullptr)
+            VELNOR_RT_ESCAPE("only callers that want the text pay for it; the render is quiet",
+                             log(code, *text));
+        playing = 0;
+        return false;
+    }
+    samplesToBar = samplesToNextBar(bpm, ppq, barStart, timeSigNumerator, timeSigDenominator, rate);
+    blockBeats = frames * ((bpm / 60.0) / rate);
+    crossesBar = ppq == barStart || ppq + blockBeats > barStart + beatsPerBar;
+    crossesLoopEnd = looping != 0 && (ppq == loopStart || ppq + blockBeats > loopEnd);
+    return true;
+}
+
+int SyncInfo::valid() VELNOR_NONBLOCKING {
+    if (playing == 0)
+        return 0;
+    if (!(sampleRate > 0))
+        return 1;
+    if (!(bpm > 0))
+        return 3;
+    if (ppq < 0)
+        return 4;
+    if (timeSigNumerator < 1)
+        return 5;
+    if (timeSigDenominator < 1)
+        return 6;
+    if (barStart > ppq)
+        return 7;
+    if (ppq > barStart + beatsPerBar)
+        return 8;
+    if (looping == 0)
+        return 0;
+    if (loopEnd < 0)
+        return 9;
+    if (loopStart < 0)
+        return 10;
+    if (loopStart > loopEnd)
+        return 11;
+    if (loopStart > ppq + blockBeats || ppq > loopEnd)
+        looping = 0;
+    return 0;
+}
+
+bool SyncInfo::log(int code, std::string& text) const {
+    std::ostringstream line;
+    line << std::setw(2) << code << " ppq:" << std::setw(10) << ppq << " L:" << std::setw(10)
+         << blockBeats << " D:" << std::setw(12) << ppq - lastLoggedPpq << " bar:" << std::setw(6)
+         << barStart << " (" << timeSigNumerator << "/" << timeSigDenominator << ")"
+         << " bpm:" << std::setw(6) << bpm << " play:" << int{playing} << " loop:" << int{looping}
+         << " diff:" << int{transportChanged} << " sr:" << sampleRate << " sl:" << std::setw(5)
+         << sampleLength << " sp:" << samplePos << " ls:" << loopStart << " le:" << loopEnd;
+    lastLoggedPpq = ppq;
+    text = line.str();
+    return code == 0;
+}
+
+} // namespace velnor

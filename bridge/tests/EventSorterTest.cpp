@@ -1,0 +1,75 @@
+#include "bridge/EventSorter.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstring>
+#include <memory>
+#include <random>
+#include <vector>
+
+namespace velnor {
+namespace {
+
+using Events = std::vector<MIDIEvent>;
+
+/* Each event carries its place of arrival, so that a swap of equal offsets shows. */
+Events eventsAt(const std::vector<std::int32_t>& offsets) {
+    Events events(offsets.size());
+    for (std::size_t i = 0; i < offsets.size(); ++i) {
+        events[i].offset = offsets[i];
+        std::memcpy(events[i].unused, &i, sizeof i);
+    }
+    return events;
+}
+
+void expectSortsLikeStableSort(const Events& events) {
+    static const auto sorter = std::make_unique<EventSorter>();
+    Events expected = events;
+    std::stable_sort(expected.begin(), expected.end(), midiSort);
+    Events sorted = events;
+    sorter->sort(sorted.data(), sorted.size());
+    for (std::size_t i = 0; i < sorted.size(); ++i)
+        ASSERT_EQ(std::memcmp(&sorted[i], &expected[i], sizeof(MIDIEvent)), 0)
+            << i << " of " << sorted.size();
+}
+
+TEST(EventSorter, EqualOffsetsKeepTheirOrderOfArrival) {
+    expectSortsLikeStableSort(eventsAt({5, 0, 5, 2}));
+}
+
+TEST(EventSorter, OffsetsCompareAsSignedNumbers) {
+    expectSortsLikeStableSort(eventsAt({1, -1, INT32_MAX, INT32_MIN, 0}));
+    std::vector<std::int32_t> many;
+    for (int i = 0; i < 100; ++i)
+        many.push_back(i % 2 != 0 ? INT32_MIN + i : INT32_MAX - i);
+    expectSortsLikeStableSort(eventsAt(many));
+}
+
+/* Random lengths, ranges of offsets and kinds of disorder; every way through the sorter is taken.
+ */
+TEST(EventSorter, EveryKindOfDisorderEndsInStableOrder) {
+    std::mt19937 random(1);
+    const auto upTo = [&random](std::size_t limit) { return random() % limit; };
+    for (int round = 0; round < 4000; ++round) {
+        const std::size_t count = 1 + upTo(round % 20 == 0 ? 1023 : 120);
+        const std::uint64_t range = std::uint64_t{1} << (1 + upTo(32));
+        std::vector<std::int32_t> offsets(count);
+        for (std::int32_t& offset : offsets)
+            offset = static_cast<std::int32_t>(random() % range);
+        const std::size_t kind = upTo(5);
+        if (kind > 0)
+            std::sort(offsets.begin(), offsets.end());
+        if (kind == 2)
+            std::reverse(offsets.begin(), offsets.end());
+        if (kind == 3)
+            std::rotate(offsets.begin(), offsets.begin() + static_cast<long>(upTo(count)),
+                        offsets.end());
+        for (std::size_t swaps = kind == 4 ? 1 + count / 50 : 0; swaps > 0; --swaps)
+            std::swap(offsets[upTo(count)], offsets[upTo(count)]);
+        ASSERT_NO_FATAL_FAILURE(expectSortsLikeStableSort(eventsAt(offsets)));
+    }
+}
+
+} // namespace
+} // namespace velnor

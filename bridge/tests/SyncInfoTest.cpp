@@ -1,0 +1,194 @@
+#include "bridge/SyncInfo.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <cstring>
+#include <limits>
+
+namespace velnor {
+namespace {
+
+constexpr double kRate = 44100.0;
+
+SyncInfo playingAt(double ppq, double barStart) {
+    SyncInfo sync;
+    sync.playing = 1;
+    sync.ppq = ppq;
+    sync.barStart = barStart;
+    return sync;
+}
+
+TEST(SyncInfo, StartsStoppedAt120InCommonTimePreparedFor256Frames) {
+    const SyncInfo sync;
+    EXPECT_EQ(sync.bpm, 120.0);
+    EXPECT_EQ(sync.timeSigNumerator, 4);
+    EXPECT_EQ(sync.timeSigDenominator, 4);
+    EXPECT_EQ(sync.sampleRate, 44100.0);
+    EXPECT_EQ(sync.sampleLength, 256);
+    EXPECT_EQ(sync.beatsPerBar, 4.0);
+    EXPECT_EQ(sync.blockBeats, 256 * ((120.0 / 60.0) / 44100.0));
+    EXPECT_EQ(sync.samplesToBar, 0);
+    EXPECT_EQ(sync.crossesBar, 1);
+    EXPECT_EQ(sync.crossesLoopEnd, 0);
+    EXPECT_EQ(sync.playing, 0);
+}
+
+TEST(SyncInfo, ResetLeavesOnlyTempoMeterAndTheRoundedRate) {
+    SyncInfo sync = playingAt(3.5, 0);
+    sync.prepare(512, kRate, nullptr, nullptr, true);
+    sync.reset(47999.6);
+    SyncInfo expected;
+    std::memset(static_cast<void*>(&expected), 0, sizeof expected);
+    expected.bpm = 120.0;
+    expected.timeSigNumerator = expected.timeSigDenominator = 4;
+    expected.sampleRate = 48000.0;
+    EXPECT_EQ(std::memcmp(&sync, &expected, sizeof sync), 0);
+}
+
+TEST(SyncInfo, CountsSamplesToTheNextBarAndBeat) {
+    struct Case {
+        double bpm, ppq, barStart, numerator, denominator;
+        int toBar, toBeat;
+    };
+    const double inf = std::numeric_limits<double>::infinity();
+    const double nan = std::numeric_limits<double>::quiet_NaN();
+    const Case cases[] = {
+        {120, 3.5, 0, 4, 4, 11025, 11025},
+        {120, 0, 0, 4, 4, 0, 0},
+        {120, 8, 8, 7, 8, 0, 0},
+        {120, 2.25, 0, 4, 4, 38587, 16537}, // 16537.5 cut
+        {120, 2.0, 0, 4, 4, 44100, 0},
+        {120, 3.25, 0, 7, 8, 5512, 5512}, // the bar ends before the beat
+        {120, 9.5, 0, 4, 4, 55125, 0},    // beyond the bar: wrapped; and never negative
+        {120, 4.0, 0, 4, 4, 0, 0},        // on the next bar's line, bar start not yet moved
+        {120, -4.0, 0, 4, 4, 88200, 0},   // a whole bar stays a whole bar
+        {120, 1000.5, 0, 4, 4, 77175, 0}, // many bars away
+        {120, -1000.5, 0, 4, 4, 11025, 11025},
+        {120, 1, 0, 0, 4, 66150, 0}, // no length: 4/4
+        {120, 1, 0, 4, -4, 66150, 0},
+        {120, 1e300, 0, 4, 4, 0, 0},
+        {0, 1, 0, 4, 4, INT32_MAX, 0}, // a stopped host may report no tempo
+        {120, inf, 0, 4, 4, 0, 0},
+        {120, nan, 0, 4, 4, 0, 0},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.ppq);
+        EXPECT_EQ(samplesToNextBar(c.bpm, c.ppq, c.barStart, c.numerator, c.denominator, kRate),
+                  c.toBar);
+        EXPECT_EQ(samplesToNextBeat(c.bpm, c.ppq, c.barStart, c.numerator, c.denominator, kRate),
+                  c.toBeat);
+    }
+}
+
+TEST(SyncInfo, NamesTheFirstContradiction) {
+    struct Case {
+        const char* what;
+        void (*spoil)(SyncInfo&);
+        int code;
+    };
+    const Case cases[] = {
+        {"nothing", [](SyncInfo&) {}, 0},
+        {"rate", [](SyncInfo& s) { s.sampleRate = 0, s.bpm = 0; }, 1},
+        {"tempo", [](SyncInfo& s) { s.bpm = 0, s.ppq = -1; }, 3},
+        {"position", [](SyncInfo& s) { s.ppq = -1, s.timeSigNumerator = 0; }, 4},
+        {"numerator", [](SyncInfo& s) { s.timeSigNumerator = s.timeSigDenominator = 0; }, 5},
+        {"denominator", [](SyncInfo& s) { s.timeSigDenominator = 0, s.barStart = 99; }, 6},
+        {"bar start", [](SyncInfo& s) { s.ppq = 7.5; }, 7},
+        {"bar end", [](SyncInfo& s) { s.ppq = 12.5; }, 8},
+        {"loop end", [](SyncInfo& s) { s.loopEnd = s.loopStart = -1; }, 9},
+        {"loop start", [](SyncInfo& s) { s.loopStart = -1; }, 10},
+        {"loop order", [](SyncInfo& s) { s.loopStart = 33; }, 11},
+        {"stopped", [](SyncInfo& s) { s.playing = 0, s.ppq = -1, s.bpm = 0; }, 0},
+        {"not looping", [](SyncInfo& s) { s.looping = 0, s.loopEnd = -1; }, 0},
+    };
+    for (const Case& c : cases) {
+        SyncInfo sync = playingAt(9, 8);
+        sync.looping = 1;
+        sync.loopStart = 8;
+        sync.loopEnd = 32;
+        c.spoil(sync);
+        EXPECT_EQ(sync.valid(), c.code) << c.what;
+    }
+}
+
+TEST(SyncInfo, ContradictionStopsTheTransportAndKeepsTheLastGoodBlock) {
+    SyncInfo sync = playingAt(3.999, 0);
+    ASSERT_TRUE(sync.prepare(512, kRate, nullptr, nullptr, true));
+    const SyncInfo good = sync;
+    EXPECT_EQ(good.crossesBar, 1);
+    sync.ppq = 7.5;
+    sync.barStart = 8;
+    sync.timeSigNumerator = 3;
+    std::string text = "untouched";
+    EXPECT_FALSE(sync.prepare(100, 48000.0, nullptr, &text, true));
+    EXPECT_EQ(text, "untouched");
+    EXPECT_EQ(sync.playing, 0);
+    EXPECT_EQ(sync.beatsPerBar, 3.0);
+    EXPECT_EQ(sync.sampleLength, 100);
+    EXPECT_EQ(sync.sampleRate, 48000.0);
+    EXPECT_EQ(sync.samplesToBar, good.samplesToBar);
+    EXPECT_EQ(sync.blockBeats, good.blockBeats);
+    EXPECT_EQ(sync.crossesBar, 1);
+}
+
+TEST(SyncInfo, BeatsOfABarFollowTheMeter) {
+    struct Case {
+        int numerator, denominator;
+        double beats;
+    };
+    for (const Case& c : {Case{6, 8, 3.0}, Case{7, 8, 3.5}, Case{3, 4, 3.0}, Case{5, 0, 4.0}}) {
+        SyncInfo sync;
+        sync.timeSigNumerator = c.numerator;
+        sync.timeSigDenominator = c.denominator;
+        sync.prepare(64, kRate, nullptr, nullptr, true);
+        EXPECT_EQ(sync.beatsPerBar, c.beats) << c.numerator << "/" << c.denominator;
+    }
+}
+
+TEST(SyncInfo, LoopCrossingsUseTheLoopAndThePreviousBlockLength) {
+    struct Case {
+        const char* what;
+        double ppq, previousBlockBeats;
+        int looping, crosses;
+    };
+    const Case cases[] = {
+        {"at the loop's start", 16, 0, 1, 1},
+        {"inside", 20, 0, 1, 0},
+        {"past the loop's end within the block", 31.99, 0, 1, 1},
+        {"behind the loop", 40, 0, 0, 0},
+        {"before the loop", 15.99, 0, 0, 0},
+        {"before the loop, but not by the last block's length", 15.99, 1, 1, 0},
+    };
+    for (const Case& c : cases) {
+        SyncInfo sync = playingAt(c.ppq, std::floor(c.ppq / 4) * 4);
+        sync.looping = 1;
+        sync.loopStart = 16;
+        sync.loopEnd = 32;
+        sync.blockBeats = c.previousBlockBeats;
+        ASSERT_TRUE(sync.prepare(512, kRate, nullptr, nullptr, true)) << c.what;
+        EXPECT_EQ(sync.looping, c.looping) << c.what;
+        EXPECT_EQ(sync.crossesLoopEnd, c.crosses) << c.what;
+    }
+}
+
+TEST(SyncInfo, LongBlocksKeepTheirLow16BitsAndTheirFullLength) {
+    SyncInfo sync;
+    sync.prepare(40000, kRate, nullptr, nullptr, true);
+    EXPECT_EQ(sync.sampleLength, -25536);
+    EXPECT_EQ(sync.blockBeats, 40000 * (2.0 / kRate));
+}
+
+TEST(SyncInfo, LogsOneLineAndRemembersThePosition) {
+    SyncInfo sync = playingAt(7.5, 8);
+    sync.samplePos = 165375;
+    std::string text;
+    EXPECT_FALSE(sync.prepare(256, kRate, nullptr, &text, false));
+    EXPECT_EQ(text, " 7 ppq:       7.5 L:   0.01161 D:         7.5 bar:     8 (4/4) bpm:   120"
+                    " play:1 loop:0 diff:0 sr:44100 sl:  256 sp:165375 ls:0 le:0");
+    EXPECT_TRUE(sync.log(0, text));
+    EXPECT_NE(text.find(" D:           0 bar:"), std::string::npos) << text;
+}
+
+} // namespace
+} // namespace velnor
