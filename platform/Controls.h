@@ -1,6 +1,6 @@
 /* A tree of controls in a window: frames, visibility, text. Nothing is drawn here; a window
  * system's back end reads the tree and presents it. Thread main, exclusive, may block: all calls.
- */
+ * A pointer that is no live control or window is refused with paramErr or ignored. */
 #ifndef VELNOR_PLATFORM_CONTROLS_H
 #define VELNOR_PLATFORM_CONTROLS_H
 
@@ -58,7 +58,8 @@ VELNOR_PLATFORM_API OSStatus CreateStaticTextControl(WindowRef window, const Rec
                                                      CFStringRef text,
                                                      const ControlFontStyleRec* style,
                                                      ControlRef* control);
-/* Takes the control and all below it out of the tree and gives the parent's reference back. */
+/* Takes the control and all below it out of the tree and gives the parent's reference back, or,
+ * where there is no parent, the maker's. A window's root only loses what is below it. */
 VELNOR_PLATFORM_API void DisposeControl(ControlRef control);
 
 /* The tree. Embedding moves a control from its present parent; paramErr for a cycle. */
@@ -72,8 +73,10 @@ VELNOR_PLATFORM_API OSStatus GetIndexedSubControl(ControlRef control, UInt16 ind
 /* Null when the control is in no window. */
 VELNOR_PLATFORM_API WindowRef GetControlOwner(ControlRef control);
 
-/* Geometry. A frame is in the parent's coordinates, in points, y downwards. Integer and
- * floating-point calls show the same frame; integers are cut. */
+/* Geometry, in points, y downwards. A frame (HIView calls) is in the parent's coordinates, and
+ * stays what it is when the control is embedded elsewhere. The integer calls show the same place,
+ * cut to integers: in the parent's coordinates too, but in those of the window where the window is
+ * not compositing. paramErr: a frame that is not finite or of a size below 0. */
 VELNOR_PLATFORM_API OSStatus HIViewGetFrame(HIViewRef view, HIRect* frame);
 VELNOR_PLATFORM_API OSStatus HIViewSetFrame(HIViewRef view, const HIRect* frame);
 VELNOR_PLATFORM_API Rect* GetControlBounds(ControlRef control, Rect* bounds);
@@ -81,7 +84,7 @@ VELNOR_PLATFORM_API void SetControlBounds(ControlRef control, const Rect* bounds
 VELNOR_PLATFORM_API void SizeControl(ControlRef control, SInt16 width, SInt16 height);
 VELNOR_PLATFORM_API void MoveControl(ControlRef control, SInt16 left, SInt16 top);
 
-/* Appearance. */
+/* Appearance. A new control is visible and needs display. */
 VELNOR_PLATFORM_API OSStatus HIViewSetVisible(HIViewRef view, Boolean visible);
 VELNOR_PLATFORM_API Boolean HIViewIsVisible(HIViewRef view);
 VELNOR_PLATFORM_API OSStatus HIViewSetNeedsDisplay(HIViewRef view, Boolean needsDisplay);

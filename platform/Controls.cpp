@@ -1,0 +1,144 @@
+#include "platform/Controls.h"
+
+#include "platform/ControlGeometry.h"
+#include "platform/ControlObject.h"
+
+#include <algorithm>
+#include <limits>
+#include <utility>
+
+using velnor::CFRef;
+using velnor::ControlObject;
+using velnor::ControlText;
+
+namespace {
+
+OSStatus Create(WindowRef window, const Rect* bounds, std::optional<ControlText> text,
+                ControlRef* control) {
+    if (bounds == nullptr || control == nullptr) {
+        return paramErr;
+    }
+    ControlRef root = nullptr;
+    if (window != nullptr && GetRootControl(window, &root) != noErr) {
+        return paramErr;
+    }
+    auto* const made = new ControlObject(velnor::FrameOf(*bounds), std::move(text));
+    *control = made->Ref();
+    return root != nullptr ? EmbedControl(*control, root) : noErr;
+}
+
+} // namespace
+
+OSStatus CreateUserPaneControl(WindowRef window, const Rect* bounds, UInt32 /*features*/,
+                               ControlRef* control) {
+    return Create(window, bounds, std::nullopt, control);
+}
+
+OSStatus CreateStaticTextControl(WindowRef window, const Rect* bounds, CFStringRef text,
+                                 const ControlFontStyleRec* style, ControlRef* control) {
+    if (text == nullptr) {
+        return paramErr;
+    }
+    return Create(window, bounds,
+                  ControlText{CFRef<CFStringRef>::Retained(text),
+                              style != nullptr ? *style : ControlFontStyleRec{}},
+                  control);
+}
+
+void DisposeControl(ControlRef ref) {
+    if (ControlObject* control = ControlObject::Find(ref)) {
+        control->Dispose();
+    }
+}
+
+OSStatus EmbedControl(ControlRef ref, ControlRef containerRef) {
+    ControlObject* control = ControlObject::Find(ref);
+    ControlObject* container = ControlObject::Find(containerRef);
+    const bool embedded = control != nullptr && container != nullptr && control->Embed(*container);
+    return embedded ? noErr : paramErr;
+}
+
+OSStatus HIViewAddSubview(HIViewRef parent, HIViewRef child) {
+    return EmbedControl(child, parent);
+}
+
+OSStatus GetSuperControl(ControlRef ref, ControlRef* parent) {
+    const ControlObject* control = ControlObject::Find(ref);
+    if (control == nullptr || parent == nullptr) {
+        return paramErr;
+    }
+    *parent = control->Parent() != nullptr ? control->Parent()->Ref() : nullptr;
+    return noErr;
+}
+
+OSStatus CountSubControls(ControlRef ref, UInt16* count) {
+    const ControlObject* control = ControlObject::Find(ref);
+    if (control == nullptr || count == nullptr) {
+        return paramErr;
+    }
+    const std::size_t most = std::numeric_limits<UInt16>::max();
+    *count = static_cast<UInt16>(std::min(control->Children().size(), most));
+    return noErr;
+}
+
+OSStatus GetIndexedSubControl(ControlRef ref, UInt16 index, ControlRef* child) {
+    const ControlObject* control = ControlObject::Find(ref);
+    if (control == nullptr || child == nullptr || index == 0 ||
+        index > control->Children().size()) {
+        return paramErr;
+    }
+    *child = control->Children()[index - 1u]->Ref();
+    return noErr;
+}
+
+WindowRef GetControlOwner(ControlRef ref) {
+    const ControlObject* control = ControlObject::Find(ref);
+    return control != nullptr ? control->Window() : nullptr;
+}
+
+OSStatus HIViewSetVisible(HIViewRef view, Boolean visible) {
+    ControlObject* control = ControlObject::Find(view);
+    if (control == nullptr) {
+        return paramErr;
+    }
+    control->visible = visible != 0;
+    return noErr;
+}
+
+Boolean HIViewIsVisible(HIViewRef view) {
+    const ControlObject* control = ControlObject::Find(view);
+    return control != nullptr && control->visible;
+}
+
+OSStatus HIViewSetNeedsDisplay(HIViewRef view, Boolean needsDisplay) {
+    ControlObject* control = ControlObject::Find(view);
+    if (control == nullptr) {
+        return paramErr;
+    }
+    control->needsDisplay = needsDisplay != 0;
+    return noErr;
+}
+
+Boolean HIViewGetNeedsDisplay(HIViewRef view) {
+    const ControlObject* control = ControlObject::Find(view);
+    return control != nullptr && control->needsDisplay;
+}
+
+OSStatus PlatformControlSetText(ControlRef ref, CFStringRef text) {
+    ControlObject* control = ControlObject::Find(ref);
+    if (control == nullptr || text == nullptr || !control->text) {
+        return paramErr;
+    }
+    control->text->text = CFRef<CFStringRef>::Retained(text);
+    return noErr;
+}
+
+CFStringRef PlatformControlCopyText(ControlRef ref) {
+    const ControlObject* control = ControlObject::Find(ref);
+    return control != nullptr && control->text ? control->text->text.Share().Detach() : nullptr;
+}
+
+ControlFontStyleRec PlatformControlGetFontStyle(ControlRef ref) {
+    const ControlObject* control = ControlObject::Find(ref);
+    return control != nullptr && control->text ? control->text->style : ControlFontStyleRec{};
+}

@@ -1,0 +1,67 @@
+#include "platform/ControlGeometry.h"
+#include "platform/ControlObject.h"
+
+#include <map>
+#include <memory>
+
+using velnor::CFRef;
+using velnor::ControlObject;
+
+struct OpaqueWindowRef {
+    WindowAttributes attributes;
+    CFRef<ControlRef> root;
+};
+
+namespace {
+
+std::map<WindowRef, std::unique_ptr<OpaqueWindowRef>>& Windows() {
+    static auto* const windows = new std::map<WindowRef, std::unique_ptr<OpaqueWindowRef>>;
+    return *windows;
+}
+
+ControlObject& RootOf(WindowRef window) {
+    return velnor::Cast<ControlObject>(window->root.Get());
+}
+
+} // namespace
+
+OSStatus CreateNewWindow(WindowAttributes attributes, const Rect* bounds, WindowRef* window) {
+    if (bounds == nullptr || window == nullptr ||
+        (attributes & ~WindowAttributes{kWindowCompositingAttribute}) != 0) {
+        return paramErr;
+    }
+    HIRect frame = velnor::FrameOf(*bounds);
+    frame.origin = {0, 0};
+    auto* const root = new ControlObject(frame, std::nullopt);
+    auto owned = std::make_unique<OpaqueWindowRef>(
+        OpaqueWindowRef{attributes, CFRef<ControlRef>(root->Ref())});
+    *window = owned.get();
+    root->SetOwnWindow(*window);
+    Windows().emplace(*window, std::move(owned));
+    return noErr;
+}
+
+void DisposeWindow(WindowRef window) {
+    if (!Windows().contains(window)) {
+        return;
+    }
+    RootOf(window).DisposeChildren();
+    RootOf(window).SetOwnWindow(nullptr);
+    Windows().erase(window);
+}
+
+OSStatus GetWindowAttributes(WindowRef window, WindowAttributes* attributes) {
+    if (!Windows().contains(window) || attributes == nullptr) {
+        return paramErr;
+    }
+    *attributes = window->attributes;
+    return noErr;
+}
+
+OSStatus GetRootControl(WindowRef window, ControlRef* root) {
+    if (!Windows().contains(window) || root == nullptr) {
+        return paramErr;
+    }
+    *root = window->root.Get();
+    return noErr;
+}
