@@ -24,6 +24,9 @@ public:
     virtual void ForEachChild(const std::function<void(CFObject&)>&) const {}
 
     void Retain() noexcept;
+    /* Takes a reference unless the last one is gone already: for tables that list objects without
+     * owning them. The object's memory must still be there. */
+    [[nodiscard]] bool RetainIfAlive() noexcept;
     void Release() noexcept;
     CFIndex RetainCount() const noexcept;
 
