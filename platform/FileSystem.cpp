@@ -40,6 +40,8 @@ std::optional<std::string> ReadAll(int fd, std::size_t limit) {
 
 OSErr StatusOfErrno(int error) {
     switch (error) {
+    case 0:
+        return noErr;
     case ENOENT:
         return fnfErr;
     case ENOTDIR:

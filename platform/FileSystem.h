@@ -13,7 +13,8 @@
 
 namespace velnor {
 
-/* The status for an errno value of a read access (permErr) or of a write access (wrPermErr). */
+/* The status for an errno value, or 0, of a read access (permErr) or of a write access (wrPermErr).
+ */
 OSErr StatusOfErrno(int error);
 OSErr WriteStatusOfErrno(int error);
 
