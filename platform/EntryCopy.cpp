@@ -59,7 +59,7 @@ OSErr CopyBytes(int from, int to) {
 OSErr CopyAttributes(const struct stat& from, int to) {
     const timespec times[2] = {from.st_atim, from.st_mtim};
     const bool done = fchmod(to, from.st_mode & kPermissionBits) == 0 && futimens(to, times) == 0;
-    return done ? noErr : WriteStatusOfErrno(errno);
+    return WriteStatusOfErrno(done ? 0 : errno);
 }
 
 OSErr CopyFile(const Task& task) {
@@ -97,7 +97,7 @@ OSErr CopyLink(const Task& task) {
     }
     content[length] = '\0';
     const bool made = symlinkat(content, task.target, task.targetName.c_str()) == 0;
-    return made ? noErr : WriteStatusOfErrno(errno);
+    return WriteStatusOfErrno(made ? 0 : errno);
 }
 
 OSErr CopyChildren(DIR* from, int to) {
@@ -105,7 +105,7 @@ OSErr CopyChildren(DIR* from, int to) {
         errno = 0;
         const dirent* entry = readdir(from);
         if (entry == nullptr) {
-            return errno == 0 ? noErr : StatusOfErrno(errno);
+            return StatusOfErrno(errno);
         }
         const std::string name = entry->d_name;
         if (IsDotOrDotDot(name)) {
