@@ -1,0 +1,303 @@
+#include "platform/CFDate.h"
+#include "platform/CFPropertyList.h"
+#include "platform/tests/TempFolder.h"
+#include "platform/tests/Values.h"
+
+#include <gtest/gtest.h>
+
+#include <array>
+#include <cmath>
+#include <cstdlib>
+#include <limits>
+
+namespace velnor::test {
+namespace {
+
+constexpr std::array kFormats = {kCFPropertyListXMLFormat_v1_0, kCFPropertyListBinaryFormat_v1_0};
+
+CFRef<CFTypeRef> Read(std::string_view file, CFOptionFlags options = kCFPropertyListImmutable,
+                      CFPropertyListFormat* format = nullptr) {
+    return CFRef<CFTypeRef>(
+        CFPropertyListCreateWithData(nullptr, Data(file).Get(), options, format, nullptr));
+}
+
+CFRef<CFDataRef> Write(CFTypeRef tree, CFPropertyListFormat format) {
+    return CFRef<CFDataRef>(CFPropertyListCreateData(nullptr, tree, format, 0, nullptr));
+}
+
+std::string Xml(std::string_view body) {
+    return "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<!DOCTYPE plist>\n<plist "
+           "version=\"1.0\">" +
+           std::string(body) + "</plist>\n";
+}
+
+CFRef<CFTypeRef> Date(double at) {
+    return CFRef<CFTypeRef>(CFDateCreate(nullptr, at));
+}
+
+/* One of each type, with the values that are hard to keep. */
+CFRef<CFMutableDictionaryRef> EveryType() {
+    auto tree = Dictionary();
+    const auto list = Array();
+    const auto add = [&list](const CFRef<CFTypeRef>& value) {
+        CFArrayAppendValue(list.Get(), value.Get());
+    };
+    for (const SInt64 n :
+         {SInt64{0}, SInt64{-1}, SInt64{255}, SInt64{256}, SInt64{-129},
+          std::numeric_limits<SInt64>::min(), std::numeric_limits<SInt64>::max()}) {
+        add(Value(n));
+    }
+    for (const double n : {0.1, -0.5, 1e-300, 1.7976931348623157e308, 4e-320, 3.0, 1234567.891,
+                           static_cast<double>(HUGE_VAL), std::nan("")}) {
+        add(Value(n));
+    }
+    for (const double at : {0.0, -1.0, 730902896.0, -31588531200.0, 252423993599.0}) {
+        add(Date(at));
+    }
+    for (const std::string_view text : {"", " blanks \t\n ", "&<>\"']]>&amp;", "line\r\nend\r",
+                                        "\u00E9\u0416\u4E2D", "\xF0\x9F\x98\x80\xF4\x8F\xBF\xBD"}) {
+        add(Value(text));
+    }
+    Set(tree.Get(), "list", list.Get());
+    Set(tree.Get(), "", kCFBooleanTrue);
+    Set(tree.Get(), "a&<b>\u00E9", kCFBooleanFalse);
+    Set(tree.Get(), "data", Data(std::string_view("\0\1\xFF", 3)).Get());
+    Set(tree.Get(), "no data", Data("").Get());
+    Set(tree.Get(), "empty", Dictionary().Get());
+    Set(tree.Get(), "none", Array().Get());
+    return tree;
+}
+
+TEST(PropertyList, EveryTypeComesBackFromBothForms) {
+    const auto tree = EveryType();
+    for (const CFPropertyListFormat format : kFormats) {
+        const auto file = Write(tree.Get(), format);
+        ASSERT_TRUE(file);
+        CFPropertyListFormat found = 0;
+        const auto back = Read(Bytes(file.Get()), kCFPropertyListImmutable, &found);
+        ASSERT_TRUE(back);
+        EXPECT_EQ(found, format);
+        EXPECT_TRUE(CFEqual(back.Get(), tree.Get())) << Bytes(file.Get());
+    }
+}
+
+TEST(PropertyList, TheFormThatCannotHoldAValueSaysSo) {
+    struct Case {
+        CFRef<CFTypeRef> value;
+        bool xml;
+        bool binary;
+    };
+    const Case cases[] = {{Value(std::string_view("a\0b", 3)), false, false},
+                          {Value("bell \a"), false, true},
+                          {Value("\uFFFE"), false, true},
+                          {Date(-31588531201.0), false, true},
+                          {Date(252423993600.0), false, true},
+                          {Date(std::nan("")), false, true},
+                          {CFRef<CFTypeRef>(CFTypeRef{nullptr}), false, false}};
+    for (const Case& c : cases) {
+        EXPECT_EQ(bool(Write(c.value.Get(), kCFPropertyListXMLFormat_v1_0)), c.xml);
+        const auto binary = Write(c.value.Get(), kCFPropertyListBinaryFormat_v1_0);
+        EXPECT_EQ(bool(binary), c.binary);
+        EXPECT_TRUE(!binary || Read(Bytes(binary.Get())));
+    }
+    const auto half = Read(Bytes(Write(Date(-0.5).Get(), kCFPropertyListXMLFormat_v1_0).Get()));
+    EXPECT_TRUE(CFEqual(half.Get(), Date(-1).Get()));
+}
+
+TEST(PropertyList, IntegersAboveTheSignedRangeAreWrittenAsTheyWereRead) {
+    const std::string body = "<integer>18446744073709551615</integer>";
+    const auto number = Read(Xml(body));
+    ASSERT_TRUE(number);
+    SInt64 value = 0;
+    EXPECT_FALSE(
+        CFNumberGetValue(static_cast<CFNumberRef>(number.Get()), kCFNumberSInt64Type, &value));
+    EXPECT_EQ(value, std::numeric_limits<SInt64>::max());
+    for (const CFPropertyListFormat format : kFormats) {
+        const auto again = Read(Bytes(Write(number.Get(), format).Get()));
+        EXPECT_TRUE(CFEqual(again.Get(), number.Get()));
+    }
+    EXPECT_NE(Bytes(Write(number.Get(), kCFPropertyListXMLFormat_v1_0).Get()).find(body),
+              std::string::npos);
+}
+
+TEST(PropertyList, ReadsTheLibertiesThatXmlAllows) {
+    EXPECT_EQ(Text(Read("\xEF\xBB\xBF" + Xml("<string>a\r\nb</string>")).Get()), "a\nb");
+    EXPECT_EQ(Text(Read(Xml("<!-- <dict> --><string>a<![CDATA[<b>]]>&#x41;</string>")).Get()),
+              "a<b>A");
+    const auto tree =
+        Read(Xml("<dict ><key/>\n<true />\n<key>k</key><integer> -3 </integer></dict >"));
+    ASSERT_TRUE(tree);
+    EXPECT_EQ(Get(tree.Get(), ""), static_cast<CFTypeRef>(kCFBooleanTrue));
+    EXPECT_TRUE(CFEqual(Get(tree.Get(), "k"), Value(SInt64{-3}).Get()));
+}
+
+TEST(PropertyList, RefusesDocumentsThatAreNone) {
+    const std::string latin = "<?xml version=\"1.0\" encoding=\"ISO-8859-1\"?>";
+    for (const std::string& file :
+         {std::string(),
+          std::string("text"),
+          std::string("<dict/>"),
+          Xml(""),
+          Xml("<true/><false/>"),
+          Xml("<true/>") + "x",
+          Xml("<true/>") + Xml("<true/>"),
+          Xml("<unknown/>"),
+          Xml("<dict><true/></dict>"),
+          Xml("<dict><key>a</key></dict>"),
+          Xml("<array><key>a</key></array>"),
+          Xml("<string><string>a</string></string>"),
+          Xml("<integer>12a</integer>"),
+          Xml("<integer></integer>"),
+          Xml("<integer>99999999999999999999</integer>"),
+          Xml("<real>x</real>"),
+          Xml("<date>yesterday</date>"),
+          Xml("<date>2024-13-01T00:00:00Z</date>"),
+          Xml("<data>!</data>"),
+          Xml("<string>&unknown;</string>"),
+          Xml("<array></dict>"),
+          Xml("<string>\xFF</string>"),
+          latin + "<plist><string>\xE9</string></plist>",
+          Xml("<string>&#xD800;</string>"),
+          Xml("<array><plist><true/></plist></array>"),
+          std::string("<!DOCTYPE plist [<!ENTITY a \"b\">]><plist><true/></plist>"),
+          std::string("bplist00")}) {
+        EXPECT_FALSE(Read(file)) << file;
+    }
+}
+
+TEST(PropertyList, EveryCutOfAFileIsRefused) {
+    const auto tree = EveryType();
+    for (const CFPropertyListFormat format : kFormats) {
+        std::string file = Bytes(Write(tree.Get(), format).Get());
+        while (file.ends_with('\n')) {
+            file.pop_back();
+        }
+        for (std::size_t length = 0; length < file.size(); ++length) {
+            ASSERT_FALSE(Read(std::string_view(file).substr(0, length))) << length;
+        }
+    }
+}
+
+TEST(PropertyList, DamagedBytesNeverCrashTheReader) {
+    const auto tree = EveryType();
+    const CFIndex before = PlatformLiveObjectCount();
+    for (const CFPropertyListFormat format : kFormats) {
+        const std::string file = Bytes(Write(tree.Get(), format).Get());
+        for (std::size_t at = 0; at < file.size(); ++at) {
+            for (const char wrong : {'\0', '\xFF', '<', '\x5F', static_cast<char>(file[at] ^ 1)}) {
+                std::string damaged = file;
+                damaged[at] = wrong;
+                (void)Read(damaged);
+            }
+        }
+    }
+    EXPECT_EQ(PlatformLiveObjectCount(), before);
+}
+
+std::string Nested(int depth) {
+    std::string body;
+    for (int i = 0; i < depth; ++i) {
+        body = "<array>" + body + "</array>";
+    }
+    return Xml(body);
+}
+
+TEST(PropertyList, NestingEndsAt256) {
+    const auto deep = Read(Nested(256));
+    ASSERT_TRUE(deep);
+    EXPECT_FALSE(Read(Nested(257)));
+    const auto deeper = Array();
+    CFArrayAppendValue(deeper.Get(), deep.Get());
+    for (const CFPropertyListFormat format : kFormats) {
+        EXPECT_TRUE(Read(Bytes(Write(deep.Get(), format).Get())));
+        EXPECT_FALSE(Write(deeper.Get(), format));
+    }
+    EXPECT_EQ(CFPropertyListCreateDeepCopy(nullptr, deeper.Get(), kCFPropertyListImmutable),
+              nullptr);
+}
+
+/* Arrays that each hold the next one twice; the last is empty, or holds the first. */
+std::string SharedArrays(int levels, bool cycle) {
+    std::string file = "bplist00";
+    std::string table;
+    for (int i = 0; i <= levels; ++i) {
+        table.push_back(static_cast<char>(file.size()));
+        if (i < levels) {
+            file += {'\xA2', static_cast<char>(i + 1), static_cast<char>(i + 1)};
+        } else {
+            file += cycle ? std::string("\xA1\0", 2) : std::string("\xA0");
+        }
+    }
+    const auto position = static_cast<char>(file.size());
+    file += table + std::string(6, '\0') + "\1\1" + std::string(7, '\0') +
+            static_cast<char>(levels + 1) + std::string(15, '\0') + position;
+    return file;
+}
+
+TEST(PropertyList, SharedObjectsCannotOutgrowMemory) {
+    EXPECT_TRUE(Read(SharedArrays(8, false)));
+    EXPECT_FALSE(Read(SharedArrays(50, false))) << "2^50 values";
+    EXPECT_FALSE(Read(SharedArrays(1, true)));
+}
+
+TEST(PropertyList, OnlyWhatWasAskedForCanBeChanged) {
+    const std::string file = Xml("<dict><key>l</key><array/><key>d</key><data>AA==</data></dict>");
+    struct Case {
+        CFOptionFlags options;
+        bool containers;
+        bool leaves;
+    };
+    for (const Case& c : {Case{kCFPropertyListImmutable, false, false},
+                          {kCFPropertyListMutableContainers, true, false},
+                          {kCFPropertyListMutableContainersAndLeaves, true, true}}) {
+        const auto source = Read(file);
+        const CFRef<CFTypeRef> copied(
+            CFPropertyListCreateDeepCopy(nullptr, source.Get(), c.options));
+        const auto read = Read(file, c.options);
+        for (const CFTypeRef tree : {copied.Get(), read.Get()}) {
+            auto* map = static_cast<CFMutableDictionaryRef>(const_cast<void*>(tree));
+            auto* list = static_cast<CFMutableArrayRef>(const_cast<void*>(Get(tree, "l")));
+            auto* data = static_cast<CFMutableDataRef>(const_cast<void*>(Get(tree, "d")));
+            CFArrayAppendValue(list, kCFBooleanTrue);
+            EXPECT_EQ(CFArrayGetCount(list), c.containers ? 1 : 0);
+            CFDataAppendBytes(data, reinterpret_cast<const UInt8*>("x"), 1);
+            EXPECT_EQ(CFDataGetLength(data), c.leaves ? 2 : 1);
+            Set(map, "new", kCFBooleanTrue);
+            CFDictionaryRemoveValue(map, String("l").Get());
+            EXPECT_EQ(Keys(map), c.containers ? (std::vector<std::string>{"d", "new"})
+                                              : (std::vector<std::string>{"d", "l"}));
+        }
+        EXPECT_TRUE(CFEqual(source.Get(), Read(file).Get()));
+    }
+}
+
+/* A program of the same values, in both directions and both forms. */
+TEST(PropertyList, AnotherImplementationReadsOurFilesAndWeReadIts) {
+    const TempFolder folder;
+    const std::string script = WriteFile(folder / "check.py", R"(
+import datetime, plistlib, sys
+tree = {'': True, 'f': False, 'i': -5, 'u': 2**63 + 1, 'r': 0.1, 'd': b'\0\1\xff', 'e': {},
+        's': '&<>"\'\u00e9\U0001f600\n\t', 'l': [1, [2.5], 'x'], '\u0416&<': 'k',
+        't': datetime.datetime(2024, 2, 29, 12, 34, 56), 'o': datetime.datetime(1604, 1, 1)}
+forms = {'xml': plistlib.FMT_XML, 'binary': plistlib.FMT_BINARY}
+for name, form in forms.items():
+    path = sys.argv[2] + '/' + name
+    if sys.argv[1] == 'write':
+        plistlib.dump(tree, open(path + '.plist', 'wb'), fmt=form)
+    else:
+        assert plistlib.load(open(path + '.again', 'rb'), fmt=form) == tree, name
+)");
+    const std::string program = "python3 " + script;
+    ASSERT_EQ(std::system((program + " write " + folder.Path()).c_str()), 0);
+    for (const auto& [name, format] : {std::pair("xml", kFormats[0]), {"binary", kFormats[1]}}) {
+        const auto tree = Read(ReadFile(folder / (std::string(name) + ".plist")));
+        ASSERT_TRUE(tree) << name;
+        EXPECT_TRUE(CFEqual(Get(tree.Get(), "t"), Date(730902896).Get()));
+        EXPECT_EQ(Text(Get(tree.Get(), "s")), "&<>\"'\u00E9\xF0\x9F\x98\x80\n\t") << name;
+        WriteFile(folder / (std::string(name) + ".again"), Bytes(Write(tree.Get(), format).Get()));
+    }
+    EXPECT_EQ(std::system((program + " read " + folder.Path()).c_str()), 0);
+}
+
+} // namespace
+} // namespace velnor::test
