@@ -26,6 +26,9 @@ inline constexpr UInt32 kDefaultMaxFramesPerSlice = 1156;
 /// Events that can be scheduled for one render without an allocation.
 inline constexpr std::size_t kReservedParameterEvents = 24;
 inline constexpr Float64 kNeverRendered = -1.0;
+inline constexpr SInt32 kNoFactoryPreset = -1;
+/// The preset name of a unit whose preset has none.
+inline constexpr char kUntitledPresetName[] = "Untitled";
 
 /// Thread main, exclusive and may block, except where said otherwise. Every operation answers a
 /// status or throws one. Unless an operation says more: kAudioUnitErr_InvalidScope for a scope
@@ -83,9 +86,9 @@ public:
     /// The same three values register once. Thread any, concurrent. paramErr: null inProc.
     virtual OSStatus AddPropertyListener(AudioUnitPropertyID inID,
                                          AudioUnitPropertyListenerProc inProc, void* inUserData);
-    /// Removes every registration of this pair, whatever its user data; none is no error. Once this
-    /// returns no new call of them begins; it may be called by a listener, of itself too. Thread
-    /// any, concurrent.
+    /// Removes every registration of this pair, whatever its user data; none is no error. A
+    /// listener may do so, of itself too, and is not called again; one that another thread is about
+    /// to call still may be. Thread any, concurrent.
     virtual OSStatus RemovePropertyListener(AudioUnitPropertyID inID,
                                             AudioUnitPropertyListenerProc inProc);
     /// Calls inProc before and after every pull, from the next one on. Thread any, concurrent.
@@ -112,8 +115,9 @@ public:
     virtual OSStatus GetGroupParameter(AudioUnitParameterID inID, AudioUnitElement inElement,
                                        AudioUnitParameterValue& outValue) VELNOR_NONBLOCKING;
     /// Applies immediate events at once and keeps all events for ProcessForScheduledParams until
-    /// the render ends. Thread render, exclusive, nonblocking for up to kReservedParameterEvents
-    /// events pending.
+    /// the pull ends. Answers the first status other than 0 that setting one gave; paramErr: no
+    /// events where some are counted. Thread render, exclusive. Nonblocking for up to
+    /// kReservedParameterEvents events pending; what more were ever pending at once stays reserved.
     virtual OSStatus ScheduleParameter(const AudioUnitParameterEvent* inEvents,
                                        UInt32 inCount) VELNOR_NONBLOCKING;
 
@@ -225,7 +229,8 @@ public:
     // 15. Scheduled parameters. Thread render, exclusive, nonblocking.
 
     /// Cuts inFrames frames where ioEvents begin and end and calls ProcessScheduledSlice for each
-    /// piece with the values that hold there. Sorts ioEvents. A status other than 0 ends it.
+    /// piece with the values that hold there. Sorts ioEvents. A status other than 0 ends it. An
+    /// event whose element or indexed parameter does not exist fails as SetParameter does.
     virtual OSStatus ProcessForScheduledParams(ParameterEventList& ioEvents, UInt32 inFrames,
                                                void* inUserData) VELNOR_NONBLOCKING;
     virtual OSStatus ProcessScheduledSlice(void* inUserData, UInt32 inStartFrame,
@@ -235,10 +240,11 @@ public:
     /// The audio-unit selectors; the others go to ComponentBase.
     static ComponentResult ComponentEntryDispatch(ComponentParameters* inParams, AUBase* inThis);
 
-    /// One host pull of one bus. Thread render, exclusive, nonblocking. Throws
-    /// kAudioUnitErr_Uninitialized, kAudioUnitErr_TooManyFramesToProcess,
-    /// kAudioUnitErr_InvalidElement; answers paramErr when ioData does not have the bus's number of
-    /// buffers, and otherwise what rendering the bus gave.
+    /// One host pull of one bus; what fails or throws beneath it is its answer and, unless one is
+    /// stored, the last render error. Thread render, exclusive, nonblocking.
+    /// kAudioUnitErr_Uninitialized; kAudioUnitErr_TooManyFramesToProcess: above the frame limit;
+    /// kAudioUnitErr_InvalidElement: no such bus; paramErr: ioData has not the bus's number of
+    /// buffers, gives memory for some of them only, or less than inFrames frames for one.
     OSStatus DoRender(AudioUnitRenderActionFlags& ioFlags, const AudioTimeStamp& inTimeStamp,
                       UInt32 inBus, UInt32 inFrames, AudioBufferList& ioData) VELNOR_NONBLOCKING;
 
@@ -267,6 +273,25 @@ public:
         return mHostCallbackInfo;
     }
 
+    // What the standard properties read and write. Thread main.
+
+    /// Borrowed; null for none.
+    CFStringRef GetContextName() const { return mContextName.Get(); }
+    /// Retained; null takes the name back. Reports the change.
+    void SetContextName(CFStringRef inName);
+    /// The name is borrowed and never null.
+    AUPreset GetCurrentPreset() const { return {mCurrentPresetNumber, mCurrentPresetName.Get()}; }
+    /// Retains the name and reports the change.
+    void SetCurrentPreset(const AUPreset& inPreset);
+    /// Reports that there is another current preset, or another name for it.
+    void CurrentPresetChanged();
+    void SetHostCallbackInfo(const HostCallbackInfo& inInfo) { mHostCallbackInfo = inInfo; }
+    /// The first status other than 0 that a render gave since the last call. Thread any,
+    /// concurrent.
+    OSStatus TakeLastRenderError() VELNOR_NONBLOCKING { return mLastRenderError.exchange(noErr); }
+    /// The ids that GetProperty may write of the parameter list.
+    UInt32 GetParameterListRoom() const { return mParameterListRoom / sizeof(AudioUnitParameterID); }
+
 protected:
     /// Events scheduled since the last render ended. Thread render.
     ParameterEventList& GetPendingParameterEvents() VELNOR_NONBLOCKING { return mParameterEvents; }
@@ -276,11 +301,11 @@ protected:
     /// Thread render.
     bool InRenderThread() const { return mRenderThreadID == std::this_thread::get_id(); }
 
-    /// Retains the name and reports the change.
+    /// For NewFactoryPresetSet, whose caller reports the change. Retains the name.
     void SetAFactoryPresetAsCurrent(const AUPreset& inPreset);
 
 private:
-    friend class AUStandardProperties;
+    static constexpr UInt32 kAnyRoom = 0xFFFFFFFF;
 
     OSStatus DoInitialize();
     void DoCleanup();
@@ -296,12 +321,23 @@ private:
                                    AudioUnitElement inElement);
     bool CanDo(SInt16 inSelector) const;
 
+    OSStatus PullBus(AudioUnitRenderActionFlags& ioFlags, const AudioTimeStamp& inTimeStamp,
+                     UInt32 inBus, UInt32 inFrames, AudioBufferList& ioData) VELNOR_NONBLOCKING;
     OSStatus DoRenderBus(AudioUnitRenderActionFlags& ioFlags, const AudioTimeStamp& inTimeStamp,
                          UInt32 inBus, AUOutputElement& inOutput, UInt32 inFrames,
                          AudioBufferList& ioData) VELNOR_NONBLOCKING;
 
-    /// Takes over the number and a further reference to the name; listeners are told.
-    void SetCurrentPreset(SInt32 inNumber, CFStringRef inName);
+    /// Lets the elements of the output scope that are not pulled now take inFrames frames too.
+    void PrepareOtherOutputs(UInt32 inBus, UInt32 inFrames) VELNOR_NONBLOCKING;
+    void RecordRenderThread() VELNOR_NONBLOCKING;
+    void RecordRenderError(OSStatus inStatus) VELNOR_NONBLOCKING;
+    void AppendParameterEvent(const AudioUnitParameterEvent& inEvent) VELNOR_NONBLOCKING;
+    void ApplyParameterEvents(const ParameterEventList& inEvents, UInt32 inStart,
+                              UInt32 inEnd) VELNOR_NONBLOCKING;
+
+    /// Bytes at the place that GetProperty is about to fill with parameter ids: other threads may
+    /// add parameters after the host has asked for the size.
+    UInt32 mParameterListRoom = kAnyRoom;
 
     const std::array<UInt32, 5> mInitialElementCounts; ///< by scope
     bool mElementsCreated = false;
@@ -319,7 +355,7 @@ private:
     PropertyListenerList mPropertyListeners;
     UInt32 mMaxFramesPerSlice = 0;
 
-    SInt32 mCurrentPresetNumber = -1;
+    SInt32 mCurrentPresetNumber = kNoFactoryPreset;
     CFRef<CFStringRef> mCurrentPresetName;
     CFRef<CFStringRef> mContextName;
     HostCallbackInfo mHostCallbackInfo = {};

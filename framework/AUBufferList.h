@@ -26,7 +26,7 @@ public:
 
     /// Makes room for this format's buffers of inFrames frames each, zero-filled where it is new.
     /// An external block that is too small is forgotten. The list is invalid afterwards.
-    /// std::bad_alloc when memory runs out or the block would exceed 2^32 - 1 bytes; the object
+    /// std::bad_alloc when memory runs out or the block would exceed 2^32 - 16 bytes; the object
     /// then is as it was before.
     void Allocate(const AudioStreamBasicDescription& inFormat, UInt32 inFrames);
 
@@ -81,6 +81,13 @@ private:
         void operator()(void* inBlock) const { std::free(inBlock); }
     };
 
+    using ListOwner = std::unique_ptr<AudioBufferList, Free>;
+    using MemoryOwner = std::unique_ptr<UInt8, Free>;
+
+    static void* Zeroed(UInt64 inBytes);
+    static ListOwner MakeList(UInt32 inBuffers);
+    UInt32 StrideFor(const AudioStreamBasicDescription& inFormat,
+                     UInt32 inFrames) const VELNOR_NONBLOCKING;
     void CheckRoom(const AudioStreamBasicDescription& inFormat) const VELNOR_NONBLOCKING;
     AudioBufferList& FillList(const AudioStreamBasicDescription& inFormat, UInt32 inFrames,
                               UInt8* inMemory, UInt32 inStride) VELNOR_NONBLOCKING;
@@ -88,9 +95,9 @@ private:
 
     State mState = kStateInvalid;
     bool mExternalMemory = false;
-    std::unique_ptr<AudioBufferList, Free> mList;
+    ListOwner mList;
     UInt8* mMemory = nullptr; ///< mOwnMemory's, or the external block
-    std::unique_ptr<UInt8, Free> mOwnMemory;
+    MemoryOwner mOwnMemory;
     UInt32 mAllocatedBuffers = 0; ///< room in mList
     UInt32 mAllocatedFrames = 0;
     UInt32 mAllocatedBytes = 0;

@@ -8,6 +8,7 @@
 #include "platform/CFRef.h"
 
 #include <memory>
+#include <vector>
 
 namespace velnor {
 
@@ -56,10 +57,10 @@ public:
     /// Null when there is none. Thread any, concurrent, nonblocking.
     ParameterMapEvent* FindParameterEvent(AudioUnitParameterID inID) const VELNOR_NONBLOCKING;
 
-    UInt32 GetNumberOfParameters() const;
-    /// Writes up to inMaximum ids (or indices) in ascending order and gives how many it wrote: a
-    /// parameter that another thread adds meanwhile does not fit.
-    UInt32 GetParameterList(AudioUnitParameterID* outIDs, UInt32 inMaximum) const;
+    /// The ids (or indices) of all parameters in ascending order. Thread any, concurrent, may
+    /// block.
+    std::vector<AudioUnitParameterID> GetParameterList() const;
+    UInt32 GetNumberOfParameters() const { return static_cast<UInt32>(GetParameterList().size()); }
 
     /// Appends the count and the (id, value) entries to the blob. Thread main.
     void SaveState(CFMutableDataRef ioBlob) const;
@@ -76,7 +77,9 @@ public:
     bool HasName() const { return static_cast<bool>(mName); }
 
 private:
-    ParameterMapEvent& RequireEvent(AudioUnitParameterID inID) const VELNOR_NONBLOCKING;
+    const ParameterMapEvent& FindOrFail(AudioUnitParameterID inID) const VELNOR_NONBLOCKING;
+    ParameterMapEvent& FindOrAdd(AudioUnitParameterID inID,
+                                 AudioUnitParameterValue inValue) VELNOR_NONBLOCKING;
 
     AUBase& mAudioUnit;
     ParameterMap mParameters;

@@ -4,6 +4,7 @@
 
 #include "framework/AUBufferList.h"
 #include "framework/AUElement.h"
+#include "framework/AUInputSource.h"
 
 namespace velnor {
 
@@ -24,7 +25,7 @@ public:
     virtual OSStatus SetStreamFormat(const AudioStreamBasicDescription& inFormat);
 
     /// False: an allocation makes room in the list but no memory.
-    virtual bool NeedsBufferSpace() const = 0;
+    virtual bool NeedsBufferSpace() const VELNOR_NONBLOCKING = 0;
 
     /// Allocates for inFrames frames, 0 for the unit's maximum frames per slice. Does nothing while
     /// the unit is not initialized. Thread main, outside rendering.
@@ -58,19 +59,28 @@ private:
     AUBufferList mBuffers;
 };
 
-/// A bus that the host or another unit feeds. It needs buffer space once the unit asked for it: a
-/// source that brings its own memory is taken with PrepareNullBuffer.
+/// A bus that a callback of the host or another unit's output feeds.
 class AUInputElement : public AUIOElement {
 public:
     using AUIOElement::AUIOElement;
     ~AUInputElement() override;
 
-    /// Requests the buffers again. Thread main, outside rendering.
-    void SetNeedsBufferSpace(bool inNeeds);
-    bool NeedsBufferSpace() const override { return mNeedsBufferSpace; }
+    /// Feeds the bus from now on, in place of what fed it before; a null source unit or callback
+    /// leaves it without. The buffers are requested again. Thread main, outside rendering.
+    void SetConnection(const AudioUnitConnection& inConnection);
+    void SetInputCallback(AURenderCallback inProc, void* inUserData);
+
+    /// A callback fills the element's buffers; another unit lends its own.
+    bool NeedsBufferSpace() const VELNOR_NONBLOCKING override { return mSource.IsCallback(); }
+
+    /// Has the source render inFrames frames into the element's buffer list and answers its status.
+    /// inBus is the element's index. kAudioUnitErr_NoConnection: nothing feeds the bus. Thread
+    /// render, exclusive, nonblocking but for the source.
+    OSStatus PullInput(AudioUnitRenderActionFlags& ioFlags, const AudioTimeStamp& inTimeStamp,
+                       UInt32 inBus, UInt32 inFrames) VELNOR_NONBLOCKING;
 
 private:
-    bool mNeedsBufferSpace = false;
+    AUInputSource mSource;
 };
 
 /// A bus that the host pulls; one that is made while the unit is initialized has its buffers at
@@ -80,7 +90,7 @@ public:
     explicit AUOutputElement(AUBase& inAudioUnit);
     ~AUOutputElement() override;
 
-    bool NeedsBufferSpace() const override { return true; }
+    bool NeedsBufferSpace() const VELNOR_NONBLOCKING override { return true; }
 };
 
 } // namespace velnor

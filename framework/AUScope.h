@@ -14,10 +14,13 @@ namespace velnor {
 /// Makes the elements of all scopes.
 class AUElementCreator {
 public:
-    virtual ~AUElementCreator() = default;
-    /// kAudioUnitErr_InvalidScope, thrown: no such scope. Thread main.
+    /// kAudioUnitErr_InvalidScope, thrown: no such scope. Elements of the input scope are
+    /// AUInputElement, those of the output scope AUOutputElement. Thread main.
     virtual std::unique_ptr<AUElement> CreateElement(AudioUnitScope inScope,
                                                      AudioUnitElement inElement) = 0;
+
+protected:
+    ~AUElementCreator() = default;
 };
 
 /// The most elements that a scope may have: far above any real unit, and low enough that a hostile

@@ -28,9 +28,6 @@ public:
     /// then (std::bad_alloc).
     ParameterMapEvent& Insert(AudioUnitParameterID inID, AudioUnitParameterValue inValue);
 
-    /// Thread any, concurrent.
-    UInt32 Count() const { return mCount.load(std::memory_order_acquire); }
-
     /// All ids in ascending order. Thread any, concurrent, may block.
     std::vector<AudioUnitParameterID> Ids() const;
 
@@ -51,7 +48,6 @@ private:
     };
 
     Node mRoot;
-    std::atomic<UInt32> mCount{0};
 };
 
 } // namespace velnor

@@ -1,0 +1,134 @@
+#include "framework/AUScope.h"
+
+#include "framework/ThrowStatus.h"
+
+#include <algorithm>
+#include <charconv>
+#include <cstring>
+#include <optional>
+#include <string>
+#include <utility>
+
+namespace velnor {
+
+namespace {
+
+constexpr CFIndex kMaximumKeyCharacters = 31;
+
+CFRef<CFStringRef> DecimalKey(UInt32 inNumber) {
+    return CFRef<CFStringRef>(CFStringCreateWithCString(
+        kCFAllocatorDefault, std::to_string(inNumber).c_str(), kCFStringEncodingASCII));
+}
+
+/// The number that a key writes; one too large for 32 bits counts as the largest. Nothing for other
+/// text.
+std::optional<UInt32> NumberOfKey(CFStringRef inKey) {
+    char text[kMaximumKeyCharacters + 1];
+    if (!CFStringGetCString(inKey, text, sizeof(text), kCFStringEncodingASCII)) {
+        return std::nullopt;
+    }
+    const char* const end = text + std::strlen(text);
+    UInt32 number = 0;
+    const auto [stop, error] = std::from_chars(text, end, number);
+    if (stop != end || error == std::errc::invalid_argument) {
+        return std::nullopt;
+    }
+    return error == std::errc::result_out_of_range ? ~UInt32{0} : number;
+}
+
+struct ElementName {
+    UInt32 element;
+    CFStringRef name;
+};
+
+std::vector<ElementName> ElementNamesOf(CFDictionaryRef inNames) {
+    const auto count = static_cast<size_t>(CFDictionaryGetCount(inNames));
+    std::vector<const void*> keys(count);
+    std::vector<const void*> values(count);
+    CFDictionaryGetKeysAndValues(inNames, keys.data(), values.data());
+    std::vector<ElementName> names;
+    for (size_t i = 0; i < count; ++i) {
+        const auto element = NumberOfKey(static_cast<CFStringRef>(keys[i]));
+        if (element && CFGetTypeID(values[i]) == CFStringGetTypeID()) {
+            names.push_back({*element, static_cast<CFStringRef>(values[i])});
+        }
+    }
+    return names;
+}
+
+} // namespace
+
+void AUScope::SetNumberOfElements(UInt32 inCount) {
+    if (inCount > kMaximumElementsPerScope) {
+        ThrowStatus(kAudioUnitErr_InvalidPropertyValue);
+    }
+    while (mElements.size() > inCount) {
+        mElements.pop_back();
+    }
+    mElements.reserve(inCount);
+    while (mElements.size() < inCount) {
+        mElements.push_back(mCreator.CreateElement(mScope, GetNumberOfElements()));
+    }
+}
+
+AUElement* AUScope::GetElement(AudioUnitElement inElement) const VELNOR_NONBLOCKING {
+    return inElement < mElements.size() ? mElements[inElement].get() : nullptr;
+}
+
+AUElement& AUScope::SafeGetElement(AudioUnitElement inElement) const VELNOR_NONBLOCKING {
+    AUElement* const element = GetElement(inElement);
+    if (element == nullptr) {
+        ThrowStatus(kAudioUnitErr_InvalidElement);
+    }
+    return *element;
+}
+
+AUIOElement& AUScope::GetIOElement(AudioUnitElement inElement) const VELNOR_NONBLOCKING {
+    AUIOElement* const bus = SafeGetElement(inElement).AsIOElement();
+    if (bus == nullptr) {
+        ThrowStatus(kAudioUnitErr_InvalidElement);
+    }
+    return *bus;
+}
+
+bool AUScope::HasElementWithName() const {
+    return std::any_of(mElements.begin(), mElements.end(),
+                       [](const auto& element) { return element->HasName(); });
+}
+
+void AUScope::AddElementNamesToDict(CFMutableDictionaryRef ioNames) const {
+    if (!HasElementWithName()) {
+        return;
+    }
+    const CFRef<CFMutableDictionaryRef> names(CFDictionaryCreateMutable(
+        kCFAllocatorDefault, 0, &kCFTypeDictionaryKeyCallBacks, &kCFTypeDictionaryValueCallBacks));
+    for (UInt32 i = 0; i < GetNumberOfElements(); ++i) {
+        if (mElements[i]->HasName()) {
+            CFDictionarySetValue(names.Get(), DecimalKey(i).Get(), mElements[i]->GetName());
+        }
+    }
+    CFDictionarySetValue(ioNames, DecimalKey(mScope).Get(), names.Get());
+}
+
+bool AUScope::RestoreElementNames(CFDictionaryRef inNames) {
+    const std::vector<ElementName> names = ElementNamesOf(inNames);
+    const auto last = std::max_element(
+        names.begin(), names.end(),
+        [](const ElementName& a, const ElementName& b) { return a.element < b.element; });
+    if (last == names.end()) {
+        return false;
+    }
+    if (last->element >= kMaximumElementsPerScope) {
+        ThrowStatus(kAudioUnitErr_InvalidPropertyValue);
+    }
+    const bool grows = last->element >= GetNumberOfElements();
+    if (grows) {
+        SetNumberOfElements(last->element + 1);
+    }
+    for (const ElementName& named : names) {
+        mElements[named.element]->SetName(named.name);
+    }
+    return grows;
+}
+
+} // namespace velnor
