@@ -1,5 +1,6 @@
 #include "framework/AUScope.h"
 
+#include "framework/StateDictionary.h"
 #include "framework/ThrowStatus.h"
 
 #include <algorithm>
@@ -14,11 +15,6 @@ namespace velnor {
 namespace {
 
 constexpr CFIndex kMaximumKeyCharacters = 31;
-
-CFRef<CFStringRef> DecimalKey(UInt32 inNumber) {
-    return CFRef<CFStringRef>(CFStringCreateWithCString(
-        kCFAllocatorDefault, std::to_string(inNumber).c_str(), kCFStringEncodingASCII));
-}
 
 /// The number that a key writes; one too large for 32 bits counts as the largest. Nothing for other
 /// text.
@@ -104,10 +100,10 @@ void AUScope::AddElementNamesToDict(CFMutableDictionaryRef ioNames) const {
         kCFAllocatorDefault, 0, &kCFTypeDictionaryKeyCallBacks, &kCFTypeDictionaryValueCallBacks));
     for (UInt32 i = 0; i < GetNumberOfElements(); ++i) {
         if (mElements[i]->HasName()) {
-            CFDictionarySetValue(names.Get(), DecimalKey(i).Get(), mElements[i]->GetName());
+            AddToDictionary(names.Get(), std::to_string(i).c_str(), mElements[i]->GetName());
         }
     }
-    CFDictionarySetValue(ioNames, DecimalKey(mScope).Get(), names.Get());
+    AddToDictionary(ioNames, std::to_string(mScope).c_str(), names.Get());
 }
 
 bool AUScope::RestoreElementNames(CFDictionaryRef inNames) {
