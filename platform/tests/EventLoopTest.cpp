@@ -23,8 +23,9 @@ struct Tick {
         tick.log->push_back(tick.name);
         if (tick.work > 0)
             std::this_thread::sleep_for(std::chrono::duration<double>(tick.work));
-        if (--tick.removeAfter == 0)
+        if (--tick.removeAfter == 0) {
             EXPECT_EQ(RemoveEventLoopTimer(timer), noErr);
+        }
     }
     OSStatus Install(EventTimerInterval delay, EventTimerInterval interval) {
         return InstallEventLoopTimer(GetMainEventLoop(), delay, interval, Action, this, &timer);

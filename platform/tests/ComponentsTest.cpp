@@ -1,0 +1,278 @@
+#include "platform/CFRef.h"
+#include "platform/CFString.h"
+#include "platform/ComponentParameterBlock.h"
+#include "platform/tests/FourCharCode.h"
+#include "platform/tests/TempHome.h"
+#include "platform/tests/component/TestComponent.h"
+
+#include <gtest/gtest.h>
+
+#include <array>
+#include <dlfcn.h>
+#include <filesystem>
+
+namespace {
+
+using velnor::CFRef;
+using velnor::encode;
+using velnor::test::Code;
+using velnor::test::ScopedEnv;
+using velnor::test::TempFolder;
+using velnor::test::TempHome;
+using velnor::test::WriteFile;
+
+std::string Registration(const std::string& subType, const std::string& entry = "TestEntry") {
+    return "<dict><key>type</key><string>aumu</string><key>subtype</key><string>" + subType +
+           "</string><key>manufacturer</key><string>VELN</string><key>entry</key><string>" + entry +
+           "</string><key>name</key><string>Test " + subType +
+           "</string><key>version</key><integer>7</integer></dict>";
+}
+
+std::string ExecutableOf(const std::string& bundle) {
+    return bundle + "/Contents/" VELNOR_PLATFORM_FOLDER "/test";
+}
+
+// Makes a bundle that holds the test component and lists these registrations.
+std::string MakeBundle(const std::string& path, const std::string& registrations) {
+    WriteFile(path + "/Contents/Info.plist",
+              "<?xml version=\"1.0\" encoding=\"UTF-8\"?><plist version=\"1.0\"><dict>"
+              "<key>CFBundleExecutable</key><string>test</string><key>VelnorComponents</key>" +
+                  registrations + "</dict></plist>");
+    std::filesystem::create_directories(std::filesystem::path(ExecutableOf(path)).parent_path());
+    std::filesystem::copy_file(VELNOR_TEST_COMPONENT, ExecutableOf(path));
+    return path;
+}
+
+std::string MakeBundleWith(const std::string& path, const std::string& subType) {
+    return MakeBundle(path, "<array>" + Registration(subType) + "</array>");
+}
+
+Component RegisterOne(const std::string& path) {
+    Component component = nullptr;
+    UInt32 count = 0;
+    EXPECT_EQ(PlatformRegisterComponentBundle(path.c_str(), &component, 1, &count), noErr);
+    EXPECT_EQ(count, 1u);
+    return component;
+}
+
+std::string Text(CFStringRef adopted) {
+    const CFRef<CFStringRef> string(adopted);
+    char text[4096] = "";
+    if (string) {
+        CFStringGetCString(string.Get(), text, sizeof text, kCFStringEncodingUTF8);
+    }
+    return text;
+}
+
+bool IsLoaded(const std::string& bundle) {
+    void* image = dlopen(ExecutableOf(bundle).c_str(), RTLD_NOLOAD | RTLD_NOW);
+    if (image != nullptr) {
+        dlclose(image);
+    }
+    return image != nullptr;
+}
+
+ComponentDescription Codes(OSType subType) {
+    return {Code("aumu"), subType, Code("VELN"), 0, 0};
+}
+
+TEST(ComponentRegistration, EntriesOfTheWrongTypeAreLeftOut) {
+    struct Case {
+        std::string registrations;
+        OSStatus status;
+        UInt32 count;
+    };
+    const std::string good = Registration("wrng");
+    const std::string noCodes = "<dict><key>entry</key><string>TestEntry</string></dict>";
+    const std::string longCode = Registration("wrngs");
+    const std::string numberCode =
+        "<dict><key>type</key><integer>5</integer><key>subtype</key><string>abcd</string><key>"
+        "manufacturer</key><string>VELN</string><key>entry</key><string>E</string></dict>";
+    const Case cases[] = {
+        {"<array>" + good + "</array>", noErr, 1},
+        {"<array><string>x</string><integer>1</integer>" + good + "</array>", noErr, 1},
+        {"<array>" + noCodes + longCode + numberCode + Registration("none", "") + "</array>",
+         paramErr, 0},
+        {"<array/>", paramErr, 0},
+        {"<string>aumu</string>", paramErr, 0},
+        {good, paramErr, 0},
+        {"<broken", paramErr, 0},
+    };
+    for (const Case& test : cases) {
+        SCOPED_TRACE(test.registrations);
+        const TempFolder folder;
+        const std::string bundle = MakeBundle(folder / "a.component", test.registrations);
+        UInt32 count = 99;
+        EXPECT_EQ(PlatformRegisterComponentBundle(bundle.c_str(), nullptr, 0, &count), test.status);
+        EXPECT_EQ(count, test.count);
+    }
+    UInt32 count = 99;
+    EXPECT_EQ(PlatformRegisterComponentBundle("/nowhere.component", nullptr, 0, &count), fnfErr);
+}
+
+TEST(ComponentRegistration, NameAndVersionOfTheWrongTypeFallBack) {
+    const TempFolder folder;
+    const Component component = RegisterOne(MakeBundle(
+        folder / "a.component",
+        "<array><dict><key>type</key><string>aumu</string><key>subtype</key><string>fall</string>"
+        "<key>manufacturer</key><string>VELN</string><key>entry</key><string>TestEntry</string>"
+        "<key>name</key><integer>1</integer><key>version</key><string>2</string></dict></array>"));
+    EXPECT_EQ(Text(PlatformComponentCopyName(component)), "TestEntry");
+    EXPECT_EQ(PlatformComponentRegisteredVersion(component), 0);
+}
+
+TEST(ComponentRegistration, ABundleRegistersOnceWhateverItsPathLooksLike) {
+    const TempFolder folder;
+    const std::string path =
+        MakeBundle(folder / "a.component",
+                   "<array>" + Registration("onc1") + Registration("onc2") + "</array>");
+    std::filesystem::create_directory_symlink(path, folder / "b.component");
+    std::array<Component, 2> first = {}, again = {};
+    UInt32 count = 0;
+    ASSERT_EQ(PlatformRegisterComponentBundle(path.c_str(), first.data(), 2, &count), noErr);
+    const std::string other = folder / "b.component/";
+    ASSERT_EQ(PlatformRegisterComponentBundle(other.c_str(), again.data(), 1, &count), noErr);
+    EXPECT_EQ(count, 2u);
+    EXPECT_EQ(again[0], first[0]);
+    EXPECT_EQ(again[1], nullptr);
+    EXPECT_EQ(Text(PlatformComponentCopyBundlePath(first[1])), path);
+    EXPECT_EQ(Text(PlatformComponentCopyName(first[1])), "Test onc2");
+    EXPECT_EQ(PlatformComponentRegisteredVersion(first[1]), 7);
+}
+
+TEST(ComponentSearch, FirstFolderWinsAndABundleThatIsGoneIsNotFound) {
+    const TempHome home;
+    const TempFolder own;
+    const ScopedEnv path("VELNOR_COMPONENT_PATH", own.Path().c_str());
+    const std::string first = MakeBundleWith(own / "z.component", "srch");
+    const std::string second =
+        MakeBundleWith(home.DataHome() + "/velnor/Components/a.component", "srch");
+    MakeBundleWith(home.DataDirs() + "/velnor/Components/b.component", "srcx");
+    MakeBundleWith(home.DataDirs() + "/velnor/Components/c.bundle", "srcy");
+    PlatformRescanComponents();
+
+    ComponentDescription wanted = Codes(Code("srch"));
+    const Component found = FindNextComponent(nullptr, &wanted);
+    EXPECT_EQ(Text(PlatformComponentCopyBundlePath(found)), first);
+    EXPECT_EQ(FindNextComponent(found, &wanted), nullptr);
+    EXPECT_EQ(CountComponents(&wanted), 1);
+
+    ComponentDescription any = {0, 0, Code("VELN"), 0, 0};
+    bool sawOther = false;
+    for (Component c = FindNextComponent(nullptr, &any); c; c = FindNextComponent(c, &any)) {
+        ComponentDescription codes = {};
+        EXPECT_EQ(GetComponentInfo(c, &codes, nullptr, nullptr, nullptr), noErr);
+        EXPECT_NE(codes.componentSubType, Code("srcy"));
+        sawOther |= codes.componentSubType == Code("srcx");
+    }
+    EXPECT_TRUE(sawOther);
+
+    std::filesystem::remove_all(first);
+    PlatformRescanComponents();
+    EXPECT_EQ(Text(PlatformComponentCopyBundlePath(FindNextComponent(nullptr, &wanted))), second);
+    EXPECT_EQ(OpenComponent(found), nullptr);
+    EXPECT_NE(Text(PlatformComponentCopyOpenError(found)).find(first), std::string::npos);
+}
+
+TEST(ComponentInstance, CodeIsHeldFromTheFirstOpenToTheLastClose) {
+    const TempFolder folder;
+    const std::string bundle = MakeBundleWith(folder / "a.component", "life");
+    const Component component = RegisterOne(bundle);
+    EXPECT_FALSE(IsLoaded(bundle));
+    const CFIndex before = PlatformLiveObjectCount();
+    const ComponentInstance one = OpenComponent(component);
+    const ComponentInstance two = OpenComponent(component);
+    ASSERT_NE(one, nullptr);
+    ASSERT_NE(two, nullptr);
+    EXPECT_EQ(CountComponentInstances(component), 2);
+    EXPECT_EQ(GetComponentInstanceStorage(two), two);
+    EXPECT_EQ(GetComponentVersion(one), kTestVersion);
+    EXPECT_EQ(ComponentFunctionImplemented(one, kSumSelect), 1);
+    auto sum = encode(kSumSelect, SInt32{-5}, SInt32{2});
+    EXPECT_EQ(CallComponentDispatch(one, sum.Get()), -3);
+    EXPECT_EQ(CallComponentDispatch(one, nullptr), paramErr);
+    EXPECT_EQ(CloseComponent(one), noErr);
+    EXPECT_TRUE(IsLoaded(bundle));
+    EXPECT_EQ(CloseComponent(two), noErr);
+    EXPECT_FALSE(IsLoaded(bundle));
+    EXPECT_EQ(CountComponentInstances(component), 0);
+    EXPECT_EQ(PlatformLiveObjectCount(), before);
+}
+
+TEST(ComponentInstance, ClosedInsideItsOwnCallReturnsThroughCodeThatIsStillThere) {
+    const TempFolder folder;
+    const std::string bundle = MakeBundleWith(folder / "a.component", "self");
+    const ComponentInstance instance = OpenComponent(RegisterOne(bundle));
+    ASSERT_NE(instance, nullptr);
+    auto close = encode(kCloseSelect);
+    EXPECT_EQ(CallComponentDispatch(instance, close.Get()), kClosedAnswer);
+    EXPECT_FALSE(IsLoaded(bundle));
+    EXPECT_EQ(CloseComponent(instance), badComponentInstance);
+}
+
+TEST(ComponentInstance, FailedOpenKeepsTheStatusAndNothingElse) {
+    const TempFolder folder;
+    const std::string bundle =
+        MakeBundle(folder / "a.component", "<array>" + Registration("fai1") +
+                                               Registration("fai2", "NoSuchEntry") + "</array>");
+    std::array<Component, 2> components = {};
+    UInt32 count = 0;
+    ASSERT_EQ(PlatformRegisterComponentBundle(bundle.c_str(), components.data(), 2, &count), noErr);
+    const CFIndex before = PlatformLiveObjectCount();
+    ComponentInstance instance = nullptr;
+    {
+        const ScopedEnv status(kOpenStatusVariable, "-2147450878");
+        EXPECT_EQ(PlatformOpenComponent(components[0], &instance), badComponentSelector);
+        EXPECT_EQ(instance, nullptr);
+        EXPECT_EQ(OpenAComponent(components[0], &instance), couldNotOpenComponent);
+        EXPECT_EQ(OpenComponent(components[0]), nullptr);
+    }
+    EXPECT_EQ(CountComponentInstances(components[0]), 0);
+    EXPECT_EQ(PlatformOpenComponent(components[1], &instance), couldNotOpenComponent);
+    EXPECT_NE(Text(PlatformComponentCopyOpenError(components[1])).find("NoSuchEntry"),
+              std::string::npos);
+    EXPECT_EQ(PlatformComponentCopyOpenError(components[0]), nullptr);
+    EXPECT_FALSE(IsLoaded(bundle));
+    EXPECT_EQ(PlatformLiveObjectCount(), before);
+    ASSERT_EQ(OpenAComponent(components[0], &instance), noErr);
+    EXPECT_EQ(CloseComponent(instance), noErr);
+}
+
+TEST(ComponentInstance, ForeignPointersAreRefusedWithoutAnAccess) {
+    ComponentDescription codes = {};
+    ComponentInstance instance = nullptr;
+    for (const std::uintptr_t address :
+         {std::uintptr_t{0}, std::uintptr_t{1}, ~std::uintptr_t{7}}) {
+        const auto component = reinterpret_cast<Component>(address);
+        const auto other = reinterpret_cast<ComponentInstance>(address);
+        EXPECT_EQ(GetComponentInfo(component, &codes, nullptr, nullptr, nullptr),
+                  invalidComponentID);
+        EXPECT_EQ(PlatformOpenComponent(component, &instance), invalidComponentID);
+        EXPECT_EQ(CloseComponent(other), badComponentInstance);
+        EXPECT_EQ(PlatformComponentOfInstance(other), nullptr);
+        EXPECT_EQ(CountComponentInstances(component), 0);
+        EXPECT_EQ(PlatformComponentCopyName(component), nullptr);
+        SetComponentInstanceStorage(other, &codes);
+    }
+    EXPECT_EQ(GetComponentInstanceStorage(nullptr), nullptr);
+    EXPECT_EQ(FindNextComponent(nullptr, nullptr), nullptr);
+}
+
+TEST(ComponentInstance, InfoIsThatOfItsComponent) {
+    const TempFolder folder;
+    const Component component = RegisterOne(MakeBundleWith(folder / "a.component", "info"));
+    const ComponentInstance instance = OpenComponent(component);
+    ASSERT_NE(instance, nullptr);
+    ComponentDescription codes = {};
+    const auto self = reinterpret_cast<Component>(instance);
+    EXPECT_EQ(GetComponentInfo(self, &codes, nullptr, nullptr, nullptr), noErr);
+    EXPECT_EQ(codes.componentType, Code("aumu"));
+    EXPECT_EQ(codes.componentSubType, Code("info"));
+    EXPECT_EQ(codes.componentManufacturer, Code("VELN"));
+    char* text = nullptr;
+    EXPECT_EQ(GetComponentInfo(self, &codes, &text, nullptr, nullptr), paramErr);
+    EXPECT_EQ(PlatformComponentOfInstance(instance), component);
+    EXPECT_EQ(CloseComponent(instance), noErr);
+}
+
+} // namespace
