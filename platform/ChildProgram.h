@@ -1,0 +1,39 @@
+/* Other programs, started without a shell. Internal to the platform library. */
+#ifndef VELNOR_PLATFORM_CHILDPROGRAM_H
+#define VELNOR_PLATFORM_CHILDPROGRAM_H
+
+#include "platform/Deadline.h"
+
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace velnor {
+
+/* The executable file of that name in the absolute folders of PATH; nothing when there is none. */
+std::optional<std::string> FindProgram(const std::string& name);
+
+struct ProgramResult {
+    enum class End {
+        Exited,   /* with that status */
+        Failed,   /* it was not started, or a signal ended it */
+        TimedOut, /* the deadline came first, and the program was killed */
+        Unknown   /* somebody else has collected its status */
+    };
+    End end;
+    int status;
+    std::string output; /* the first bytes of its standard output */
+};
+
+/* Runs a program to its end. It reads nothing, inherits nothing but the environment, and its
+ * standard error is not shown. */
+ProgramResult RunProgram(const std::string& path, const std::vector<std::string>& arguments,
+                         const Deadline& deadline);
+
+/* Starts a program that is no child of this process, so that nobody has to wait for it. False when
+ * it cannot be started. */
+bool StartDetachedProgram(const std::string& path, const std::vector<std::string>& arguments);
+
+} // namespace velnor
+
+#endif
