@@ -18,17 +18,14 @@ CFObject::CFObject() : mState(kOneReference) {
     gLiveObjects.fetch_add(1);
 }
 
-bool CFObject::CountsAsAlive(std::uintptr_t state) noexcept {
-    if ((state & kImmortal) != 0 || state < kOneReference) {
-        return false;
-    }
-    return (state & kCached) == 0 || state >= 2 * kOneReference;
+bool CFObject::CountsAsAlive(State state) noexcept {
+    return (state & kImmortal) == 0 && References(state) > Caches(state);
 }
 
-void CFObject::Moved(std::uintptr_t from, std::uintptr_t to) noexcept {
+void CFObject::Moved(State from, State to) noexcept {
     const int change = int{CountsAsAlive(to)} - int{CountsAsAlive(from)};
     if (change != 0) {
-        gLiveObjects.fetch_add(change);
+        gLiveObjects.fetch_add(change, std::memory_order_relaxed);
     }
 }
 
@@ -36,55 +33,45 @@ void CFObject::Retain() noexcept {
     if ((mState.load(std::memory_order_relaxed) & kImmortal) != 0) {
         return;
     }
-    const auto from = mState.fetch_add(kOneReference, std::memory_order_relaxed);
+    const State from = mState.fetch_add(kOneReference, std::memory_order_relaxed);
     Moved(from, from + kOneReference);
-}
-
-bool CFObject::RetainIfAlive() noexcept {
-    auto from = mState.load(std::memory_order_relaxed);
-    do {
-        if ((from & kImmortal) != 0) {
-            return true;
-        }
-        if (from < kOneReference) {
-            return false;
-        }
-    } while (!mState.compare_exchange_weak(from, from + kOneReference));
-    Moved(from, from + kOneReference);
-    return true;
 }
 
 void CFObject::Release() noexcept {
     if ((mState.load(std::memory_order_relaxed) & kImmortal) != 0) {
         return;
     }
-    const auto from = mState.fetch_sub(kOneReference, std::memory_order_acq_rel);
+    const State from = mState.fetch_sub(kOneReference, std::memory_order_acq_rel);
     Moved(from, from - kOneReference);
-    if (from - kOneReference < kOneReference) {
+    if (References(from) == 1) {
         delete this;
     }
 }
 
 CFIndex CFObject::RetainCount() const noexcept {
-    return static_cast<CFIndex>(mState.load(std::memory_order_relaxed) / kOneReference);
+    return static_cast<CFIndex>(References(mState.load(std::memory_order_relaxed)));
 }
 
 void CFObject::MakeImmortal() {
-    const auto from = mState.fetch_or(kImmortal);
+    const State from = mState.fetch_or(kImmortal);
     Moved(from, from | kImmortal);
     ForEachChild([](CFObject& child) { child.MakeImmortal(); });
 }
 
 void CFObject::EnterCache() {
-    const auto from = mState.fetch_or(kCached);
-    Moved(from, from | kCached);
-    ForEachChild([](CFObject& child) { child.EnterCache(); });
+    const State from = mState.fetch_add(kOneCache);
+    Moved(from, from + kOneCache);
+    if (Caches(from) == 0) {
+        ForEachChild([](CFObject& child) { child.EnterCache(); });
+    }
 }
 
 void CFObject::LeaveCache() {
-    ForEachChild([](CFObject& child) { child.LeaveCache(); });
-    const auto from = mState.fetch_and(~kCached);
-    Moved(from, from & ~kCached);
+    const State from = mState.fetch_sub(kOneCache);
+    Moved(from, from - kOneCache);
+    if (Caches(from) == 1) {
+        ForEachChild([](CFObject& child) { child.LeaveCache(); });
+    }
 }
 
 } // namespace velnor

@@ -42,7 +42,8 @@ VELNOR_PLATFORM_API void CFRelease(CFTypeRef cf);
 VELNOR_PLATFORM_API CFIndex CFGetRetainCount(CFTypeRef cf);
 VELNOR_PLATFORM_API CFTypeID CFGetTypeID(CFTypeRef cf);
 
-/* Values of the same type and content are equal; containers compare their elements. */
+/* Values of the same type and content are equal; containers compare their elements. An integer and
+ * a real number are of different types, integers of different widths are not. */
 VELNOR_PLATFORM_API Boolean CFEqual(CFTypeRef a, CFTypeRef b);
 
 /* Objects now alive in the process, those that only the platform's own caches hold left out.

@@ -112,15 +112,6 @@ std::optional<NumberValue> Load(CFNumberType type, const void* value) {
     }
 }
 
-bool SameNumber(double a, double b) {
-    return a == b || (std::isnan(a) && std::isnan(b));
-}
-
-bool SameNumber(double real, const NumberValue& integer) {
-    const auto asReal = std::visit([](auto value) { return ConvertOne<double>(value); }, integer);
-    return asReal.exact && asReal.value == real;
-}
-
 CFBooleanRef ImmortalBoolean(bool value) {
     auto* boolean = new BooleanObject(value);
     boolean->MakeImmortal();
@@ -131,14 +122,8 @@ CFBooleanRef ImmortalBoolean(bool value) {
 
 bool NumberObject::Equals(const CFObject& object) const {
     const auto& other = static_cast<const NumberObject&>(object);
-    if (IsFloat() && other.IsFloat()) {
-        return SameNumber(std::get<double>(mValue), std::get<double>(other.mValue));
-    }
-    if (IsFloat()) {
-        return SameNumber(std::get<double>(mValue), other.mValue);
-    }
-    if (other.IsFloat()) {
-        return SameNumber(std::get<double>(other.mValue), mValue);
+    if (IsFloat() && other.IsFloat() && std::isnan(std::get<double>(mValue))) {
+        return std::isnan(std::get<double>(other.mValue));
     }
     return mValue == other.mValue;
 }

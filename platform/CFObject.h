@@ -34,10 +34,10 @@ public:
      * counted as alive. */
     void MakeImmortal();
 
-    /* Says that one reference to this object, and the one to each object below it, belongs to a
-     * cache of the platform: an object with no other reference is not counted as alive. The tree
-     * must be immutable, its objects in no other cache, and LeaveCache must come before the cache
-     * gives its reference back. */
+    /* Says that one of the references belongs to a cache of the platform, and so do those that the
+     * object holds, as long as a cache holds it itself. An object that only caches hold is not
+     * counted as alive. The tree is immutable; LeaveCache comes before the cache gives its
+     * reference back. */
     void EnterCache();
     void LeaveCache();
 
@@ -46,15 +46,18 @@ protected:
     virtual ~CFObject() = default;
 
 private:
-    /* The count of references in units of kOneReference, and two marks below it. */
-    static constexpr std::uintptr_t kCached = 1;
-    static constexpr std::uintptr_t kImmortal = 2;
-    static constexpr std::uintptr_t kOneReference = 4;
+    /* References, those of caches among them, and how many are those of caches. */
+    using State = std::uint64_t;
+    static constexpr State kImmortal = 1;
+    static constexpr State kOneReference = 2;
+    static constexpr State kOneCache = State{1} << 32;
 
-    static bool CountsAsAlive(std::uintptr_t state) noexcept;
-    static void Moved(std::uintptr_t from, std::uintptr_t to) noexcept;
+    static State References(State state) noexcept { return state % kOneCache / kOneReference; }
+    static State Caches(State state) noexcept { return state / kOneCache; }
+    static bool CountsAsAlive(State state) noexcept;
+    static void Moved(State from, State to) noexcept;
 
-    std::atomic<std::uintptr_t> mState;
+    std::atomic<State> mState;
 };
 
 /* A type identifier that no other call returned. */
