@@ -37,6 +37,20 @@ void CFObject::Retain() noexcept {
     Moved(from, from + kOneReference);
 }
 
+bool CFObject::RetainIfAlive() noexcept {
+    State from = mState.load(std::memory_order_relaxed);
+    do {
+        if ((from & kImmortal) != 0) {
+            return true;
+        }
+        if (References(from) == 0) {
+            return false;
+        }
+    } while (!mState.compare_exchange_weak(from, from + kOneReference));
+    Moved(from, from + kOneReference);
+    return true;
+}
+
 void CFObject::Release() noexcept {
     if ((mState.load(std::memory_order_relaxed) & kImmortal) != 0) {
         return;
