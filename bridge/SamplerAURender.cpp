@@ -1,0 +1,113 @@
+#include "bridge/HostTransport.h"
+#include "bridge/SamplerAU.h"
+
+#include "support/LogLine.h"
+
+#include <algorithm>
+#include <cstring>
+#include <string>
+
+namespace velnor {
+
+OSStatus SamplerAU::Render(AudioUnitRenderActionFlags& /*ioFlags*/,
+                           const AudioTimeStamp& /*inTimeStamp*/,
+                           UInt32 inFrames) VELNOR_NONBLOCKING {
+    const bool connected = mEngine.isConnected();
+    if (connected)
+        gatherChannels(inFrames);
+    readHostTransport(GetHostCallbackInfo(), mSyncInfo);
+    mSyncInfo.prepare(static_cast<int>(inFrames), mSampleRate, nullptr, nullptr, true);
+    collectEvents();
+    if (connected)
+        mEngine.process(mEventBlock, mChannelBuffers.data(), mSyncInfo, inFrames);
+    else
+        silenceOutputs(inFrames);
+    return noErr;
+}
+
+/* The only bus has what the render driver prepared, which may be the host's own memory. With more
+ * buses the driver prepares the pulled one in the bus's own memory, and preparing it once more for
+ * the same frames changes nothing. */
+AudioBufferList& SamplerAU::outputBuffers(UInt32 bus, UInt32 numBuses,
+                                          UInt32 frames) VELNOR_NONBLOCKING {
+    AUOutputElement& output = GetOutput(bus);
+    return numBuses == 1 ? output.GetBufferList() : output.PrepareBuffer(frames);
+}
+
+/* Channels that the engine was not opened for are silent; channels that it was opened for and that
+ * are gone, and the one that makes their number even, write to the extra buffer. */
+void SamplerAU::gatherChannels(UInt32 frames) VELNOR_NONBLOCKING {
+    const UInt32 known = std::min<UInt32>(mEngine.channelCount(), kOrmoMaxChannels);
+    const UInt32 numBuses = GetScope(kAudioUnitScope_Output).GetNumberOfElements();
+    UInt32 total = 0;
+    for (UInt32 bus = 0; bus < numBuses; ++bus) {
+        const AudioBufferList& list = outputBuffers(bus, numBuses, frames);
+        for (UInt32 j = 0; j < list.mNumberBuffers; ++j, ++total) {
+            const AudioBuffer& buffer = list.mBuffers[j];
+            if (total < known)
+                mChannelBuffers[total] = static_cast<float*>(buffer.mData);
+            else
+                std::memset(buffer.mData, 0, buffer.mDataByteSize);
+        }
+    }
+    for (; total < known; ++total)
+        mChannelBuffers[total] = mExtraBuffer.get();
+}
+
+void SamplerAU::silenceOutputs(UInt32 frames) VELNOR_NONBLOCKING {
+    const UInt32 numBuses = GetScope(kAudioUnitScope_Output).GetNumberOfElements();
+    for (UInt32 bus = 0; bus < numBuses; ++bus) {
+        const AudioBufferList& list = outputBuffers(bus, numBuses, frames);
+        for (UInt32 j = 0; j < list.mNumberBuffers; ++j)
+            std::memset(list.mBuffers[j].mData, 0, list.mBuffers[j].mDataByteSize);
+    }
+}
+
+void SamplerAU::collectEvents() VELNOR_NONBLOCKING {
+    mMidiRing.take([this](const ::MIDIEvent& event) VELNOR_NONBLOCKING {
+        VELNOR_RT_ESCAPE("room for a whole ring was reserved at construction",
+                         mPendingEvents.push_back(event));
+    });
+    const std::size_t received = mPendingEvents.size();
+    const std::size_t count = std::min<std::size_t>(received, kOrmoMaxBlockEvents);
+    mSorter.sort(mPendingEvents.data(), received);
+    if (received > count)
+        VELNOR_RT_ESCAPE("events are lost, which the log has to say",
+                         LogLine(LogSeverity::kInformation,
+                                 "Large number of MIDI Events : " + std::to_string(received)));
+    mEventBlock.count = static_cast<UInt32>(count);
+    std::copy_n(mPendingEvents.data(), count, mEventBlock.events);
+    mPendingEvents.clear();
+}
+
+OSStatus SamplerAU::HandleMidiEvent(UInt8 inStatus, UInt8 inChannel, UInt8 inData1, UInt8 inData2,
+                                    long inStartFrame) VELNOR_NONBLOCKING {
+    const int status = mEngine.compatSlots() ? inStatus : inStatus | inChannel;
+    if (!mMidiRing.push(static_cast<UInt8>(status), inData1, inData2,
+                        static_cast<SInt32>(inStartFrame)))
+        VELNOR_RT_ESCAPE("a message is lost, which the log has to say",
+                         LogLine(LogSeverity::kError, "MIDI QUEUE ERROR"));
+    return noErr;
+}
+
+OSStatus SamplerAU::PrepareInstrument(MusicDeviceInstrumentID /*inInstrument*/) {
+    return noErr;
+}
+
+OSStatus SamplerAU::ReleaseInstrument(MusicDeviceInstrumentID /*inInstrument*/) {
+    return noErr;
+}
+
+OSStatus SamplerAU::StartNote(MusicDeviceInstrumentID /*inInstrument*/,
+                              MusicDeviceGroupID /*inGroup*/, NoteInstanceID* /*outNoteInstance*/,
+                              UInt32 /*inOffsetSampleFrame*/,
+                              const MusicDeviceNoteParams& /*inParams*/) VELNOR_NONBLOCKING {
+    return noErr;
+}
+
+OSStatus SamplerAU::StopNote(MusicDeviceGroupID /*inGroup*/, NoteInstanceID /*inNoteInstance*/,
+                             UInt32 /*inOffsetSampleFrame*/) VELNOR_NONBLOCKING {
+    return noErr;
+}
+
+} // namespace velnor

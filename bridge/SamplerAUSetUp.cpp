@@ -1,0 +1,111 @@
+#include "bridge/SamplerAU.h"
+
+#include "support/LogLine.h"
+
+#include <cstdlib>
+#include <new>
+#include <string>
+#include <sys/resource.h>
+
+namespace velnor {
+
+namespace {
+
+/* Sampling engines hold many files open. */
+void liftOpenFilesLimit() {
+    rlimit limit = {};
+    if (getrlimit(RLIMIT_NOFILE, &limit) != 0)
+        return;
+    if (limit.rlim_cur == RLIM_INFINITY && limit.rlim_max == RLIM_INFINITY)
+        return;
+    limit.rlim_cur = limit.rlim_max = RLIM_INFINITY;
+    setrlimit(RLIMIT_NOFILE, &limit);
+}
+
+} // namespace
+
+OSStatus SamplerAU::Initialize() {
+    liftOpenFilesLimit();
+    const UInt32 numBuses = GetScope(kAudioUnitScope_Output).GetNumberOfElements();
+    LogLine(LogSeverity::kInformation, "Initialize - numBuses : " + std::to_string(numBuses));
+    UInt32 channels = 0;
+    for (UInt32 bus = 0; bus < numBuses; ++bus)
+        channels += GetOutput(bus).GetStreamFormat().mChannelsPerFrame;
+    mNumOutputs = static_cast<SInt32>(channels);
+    LogLine(LogSeverity::kInformation, "Initialize - numOutputs : " + std::to_string(mNumOutputs));
+    mSampleRate = GetOutput(0).GetStreamFormat().mSampleRate;
+    if (!acceptsOutputs(mNumOutputs))
+        return kAudioUnitErr_FormatNotSupported;
+    allocateExtraBuffer();
+    mSyncInfo.reset(mSampleRate);
+    if (mEngine.isBound() && !mEngine.isConnected())
+        openEngine();
+    mEngine.setRateAndBlockSize(mSampleRate, GetMaxFramesPerSlice());
+    mEngine.resume(mOfflineRender);
+    mMidiRing.reset();
+    return noErr;
+}
+
+bool SamplerAU::acceptsOutputs(SInt32 numOutputs) const {
+    for (const AUChannelInfo& info : mChannelInfos) {
+        if (info.inChannels == 0 && info.outChannels == numOutputs)
+            return true;
+    }
+    return isMultiOutput(mRecord) && numOutputs >= 0 &&
+           numOutputs <= std::abs(int{mChannelInfos.back().outChannels});
+}
+
+void SamplerAU::openEngine() {
+    auto channels = static_cast<UInt32>(mNumOutputs);
+    if (channels % 2 != 0) {
+        ++channels;
+        mUseExtraBuffer = true;
+        LogLine(LogSeverity::kInformation, "using extra buffer");
+    }
+    mEngine.open(channels);
+}
+
+void SamplerAU::allocateExtraBuffer() {
+    mExtraBuffer.reset();
+    const auto bytes = static_cast<unsigned long>(GetMaxFramesPerSlice()) * sizeof(float);
+    mExtraBuffer.reset(static_cast<float*>(THEALLOC(bytes, nullptr)));
+    if (mExtraBuffer == nullptr)
+        throw std::bad_alloc();
+}
+
+void SamplerAU::Cleanup() {
+    mExtraBuffer.reset();
+    if (IsInitialized())
+        mEngine.suspend();
+}
+
+OSStatus SamplerAU::Reset(AudioUnitScope /*inScope*/, AudioUnitElement /*inElement*/) {
+    mMidiRing.reset();
+    mEngine.suspend();
+    mEngine.resume(mOfflineRender);
+    return noErr;
+}
+
+OSStatus SamplerAU::ChangeStreamFormat(AudioUnitScope inScope, AudioUnitElement inElement,
+                                       const AudioStreamBasicDescription& inOldFormat,
+                                       const AudioStreamBasicDescription& inNewFormat) {
+    const Float64 rate = inNewFormat.mSampleRate;
+    const bool rateChanged = rate != inOldFormat.mSampleRate && rate != mSampleRate;
+    OSStatus result = noErr;
+    try {
+        result = MusicDeviceBase::ChangeStreamFormat(inScope, inElement, inOldFormat, inNewFormat);
+    } catch (OSStatus thrown) {
+        result = thrown;
+    }
+    if (rateChanged) {
+        PropertyChanged(kAudioUnitProperty_StreamFormat, kAudioUnitScope_Output, inElement);
+        mSampleRate = GetOutput(0).GetStreamFormat().mSampleRate;
+        allocateExtraBuffer();
+        mEngine.suspend();
+        mEngine.setRateAndBlockSize(mSampleRate, GetMaxFramesPerSlice());
+        mEngine.resume(mOfflineRender);
+    }
+    return result;
+}
+
+} // namespace velnor
