@@ -50,6 +50,8 @@ VELNOR_PLATFORM_API OSStatus GetWindowAttributes(WindowRef window, WindowAttribu
 /* Borrowed. */
 VELNOR_PLATFORM_API OSStatus GetRootControl(WindowRef window, ControlRef* root);
 
+enum { kControlSupportsEmbedding = 1 << 1 }; /* a feature; every control does */
+
 /* Making controls. A control made with a window is embedded in its root and owned by it; one made
  * with none has one reference, the caller's, which embedding hands over to the parent. */
 VELNOR_PLATFORM_API OSStatus CreateUserPaneControl(WindowRef window, const Rect* bounds,
