@@ -74,6 +74,13 @@ std::vector<AudioUnitParameterID> AUElement::GetParameterList() const {
     return indices;
 }
 
+UInt32 AUElement::GetParameterList(AudioUnitParameterID* outIDs, UInt32 inMaximum) const {
+    const std::vector<AudioUnitParameterID> ids = GetParameterList();
+    const size_t count = std::min<size_t>(ids.size(), inMaximum);
+    std::copy_n(ids.begin(), count, outIDs);
+    return static_cast<UInt32>(count);
+}
+
 void AUElement::SaveState(CFMutableDataRef ioBlob) const {
     const std::vector<AudioUnitParameterID> ids = GetParameterList();
     AppendBlobWord(ioBlob, static_cast<UInt32>(ids.size()));

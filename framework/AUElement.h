@@ -60,6 +60,8 @@ public:
     /// The ids (or indices) of all parameters in ascending order. Thread any, concurrent, may
     /// block.
     std::vector<AudioUnitParameterID> GetParameterList() const;
+    /// Writes the first inMaximum of them at most and gives how many it wrote.
+    UInt32 GetParameterList(AudioUnitParameterID* outIDs, UInt32 inMaximum) const;
     UInt32 GetNumberOfParameters() const { return static_cast<UInt32>(GetParameterList().size()); }
 
     /// Appends the count and the (id, value) entries to the blob. Thread main.

@@ -1,0 +1,164 @@
+#include "framework/AUBufferList.h"
+#include "framework/ExceptionMapping.h"
+#include "framework/StreamFormat.h"
+
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <limits>
+#include <numeric>
+#include <vector>
+
+namespace velnor {
+namespace {
+
+AudioStreamBasicDescription Format(UInt32 channels, UInt32 version = 2) {
+    AudioStreamBasicDescription format = DefaultStreamFormat(version);
+    format.mChannelsPerFrame = channels;
+    format.mBytesPerFrame = format.mBytesPerPacket = 4 * ChannelsPerBuffer(format);
+    return format;
+}
+
+template <class Call>
+OSStatus StatusOfCall(const Call& call) {
+    return StatusOf([&]() -> OSStatus {
+        call();
+        return noErr;
+    });
+}
+
+bool IsAligned(const void* data) {
+    return reinterpret_cast<uintptr_t>(data) % 16 == 0;
+}
+
+TEST(AUBufferList, PreparedBuffersAreApartAlignedAndInsideTheAllocation) {
+    struct Case {
+        UInt32 channels, version, frames, buffers, bufferChannels;
+    };
+    for (const Case& c :
+         {Case{2, 2, 1156, 2, 1}, {3, 2, 1, 3, 1}, {3, 1, 5, 1, 3}, {0, 2, 64, 0, 1}}) {
+        AUBufferList buffers;
+        const auto format = Format(c.channels, c.version);
+        buffers.Allocate(format, c.frames);
+        EXPECT_EQ(buffers.GetState(), AUBufferList::kStateInvalid);
+        const AudioBufferList& list = buffers.PrepareBuffer(format, c.frames);
+        EXPECT_EQ(buffers.GetState(), AUBufferList::kStateOwn);
+        ASSERT_EQ(list.mNumberBuffers, c.buffers);
+        for (UInt32 i = 0; i < list.mNumberBuffers; ++i) {
+            const AudioBuffer& buffer = list.mBuffers[i];
+            EXPECT_EQ(buffer.mNumberChannels, c.bufferChannels);
+            EXPECT_EQ(buffer.mDataByteSize, format.mBytesPerFrame * c.frames);
+            EXPECT_TRUE(IsAligned(buffer.mData));
+            const auto* const first = static_cast<UInt8*>(list.mBuffers[0].mData);
+            const auto* const data = static_cast<UInt8*>(buffer.mData);
+            EXPECT_LE(data + buffer.mDataByteSize, first + buffers.GetAllocatedBytes());
+            std::memset(buffer.mData, 0x55, buffer.mDataByteSize); // for the address sanitizer
+        }
+    }
+}
+
+TEST(AUBufferList, RefusesWhatWasNotAllocated) {
+    AUBufferList buffers;
+    const auto stereo = Format(2);
+    const auto prepare = [&](const AudioStreamBasicDescription& format, UInt32 frames) {
+        return StatusOfCall([&] { buffers.PrepareBuffer(format, frames); });
+    };
+    AudioBufferList list{1, {{1, 0, nullptr}}};
+    EXPECT_EQ(prepare(stereo, 0), kAudioUnitErr_FormatNotSupported);
+    EXPECT_EQ(StatusOfCall([&] { buffers.SetBufferList(list); }), -1);
+    buffers.Allocate(stereo, 100);
+    EXPECT_EQ(StatusOfCall([&] { buffers.GetBufferList(); }), -1);
+    EXPECT_EQ(StatusOfCall([&] { buffers.CopyBufferListTo(list); }), -1);
+    EXPECT_EQ(StatusOfCall([&] { buffers.CopyBufferContentsTo(list); }), -1);
+    EXPECT_EQ(prepare(Format(3), 10), kAudioUnitErr_FormatNotSupported);
+    EXPECT_EQ(prepare(stereo, 101), kAudioUnitErr_TooManyFramesToProcess);
+    auto wide = stereo;
+    wide.mBytesPerFrame = 0xFFFFFFFF;
+    EXPECT_EQ(prepare(wide, 1), kAudioUnitErr_TooManyFramesToProcess);
+    EXPECT_EQ(StatusOfCall([&] { buffers.PrepareNullBuffer(wide, 2); }),
+              kAudioUnitErr_TooManyFramesToProcess);
+    EXPECT_EQ(prepare(stereo, 100), noErr);
+    buffers.Deallocate();
+    EXPECT_EQ(buffers.GetState(), AUBufferList::kStateInvalid);
+    EXPECT_EQ(prepare(stereo, 1), kAudioUnitErr_TooManyFramesToProcess);
+}
+
+TEST(AUBufferList, ImpossibleAllocationFailsAndLeavesTheBuffersUsable) {
+    constexpr UInt32 kMost = std::numeric_limits<UInt32>::max();
+    struct Case {
+        UInt32 channels, bytesPerFrame, frames;
+    };
+    for (const Case& c : {Case{kMost, 4, kMost},
+                          {kMost, 4, 1},
+                          {2, kMost, kMost},
+                          {65536, 4, 16384},
+                          {1, 4, kMost},
+                          {1u << 28, 4, 0}}) {
+        AUBufferList buffers;
+        buffers.Allocate(Format(2), 64);
+        auto format = Format(c.channels);
+        format.mBytesPerFrame = c.bytesPerFrame;
+        EXPECT_EQ(StatusOfCall([&] { buffers.Allocate(format, c.frames); }), memFullErr)
+            << c.channels << " channels, " << c.frames << " frames";
+        EXPECT_EQ(buffers.PrepareBuffer(Format(2), 64).mNumberBuffers, 2u);
+    }
+}
+
+TEST(AUBufferList, CopiesNeitherPastTheDestinationsBytesNorItsBuffers) {
+    AUBufferList buffers;
+    const auto mono = Format(1);
+    buffers.Allocate(mono, 8);
+    auto* const own = static_cast<Float32*>(buffers.PrepareBuffer(mono, 8).mBuffers[0].mData);
+    std::iota(own, own + 8, 1.0f);
+
+    struct Case {
+        UInt32 room, copied;
+    };
+    for (const Case& c : {Case{32, 8}, {64, 8}, {12, 3}, {0, 0}}) {
+        std::vector<Float32> place(16, -1.0f);
+        AudioBufferList list{1, {{1, c.room, place.data()}}};
+        buffers.CopyBufferContentsTo(list);
+        EXPECT_EQ(list.mBuffers[0].mDataByteSize, c.copied * 4);
+        for (UInt32 i = 0; i < place.size(); ++i) {
+            EXPECT_EQ(place[i], i < c.copied ? own[i] : -1.0f) << c.room;
+        }
+    }
+    AudioBufferList none{0, {{7, 7, nullptr}}};
+    buffers.CopyBufferListTo(none);
+    EXPECT_EQ(none.mBuffers[0].mNumberChannels, 7u);
+    AudioBufferList lent{1, {{0, 0, nullptr}}};
+    buffers.CopyBufferListTo(lent);
+    EXPECT_EQ(lent.mBuffers[0].mData, own);
+    lent.mBuffers[0].mDataByteSize = 0;
+    buffers.CopyBufferContentsTo(lent);
+    EXPECT_EQ(lent.mBuffers[0].mDataByteSize, 32u);
+}
+
+TEST(AUBufferList, ExternalBlockTakesOverAndServesTheFramesThatFit) {
+    alignas(16) UInt8 block[256];
+    struct Case {
+        UInt32 channels, frames, size, framesAfter;
+        bool taken;
+    };
+    for (const Case& c : {Case{2, 8, 256, 32, true},
+                          {2, 8, 64, 8, true},
+                          {2, 8, 63, 8, false}, // 48 bytes, rounded down
+                          {2, 4, 48, 4, true},  // 24 bytes for each, of which 16 are aligned
+                          {2, 8, 0, 8, false}}) {
+        AUBufferList buffers;
+        const auto format = Format(c.channels);
+        buffers.UseExternalBuffer(format, {block, c.size});
+        EXPECT_FALSE(buffers.HasExternalMemory()) << "there was no own memory";
+        buffers.Allocate(format, c.frames);
+        buffers.UseExternalBuffer(format, {block, c.size});
+        EXPECT_EQ(buffers.HasExternalMemory(), c.taken) << c.size;
+        EXPECT_EQ(buffers.GetAllocatedFrames(), c.framesAfter) << c.size;
+        const AudioBufferList& list = buffers.PrepareBuffer(format, c.framesAfter);
+        EXPECT_EQ(list.mBuffers[0].mData == block, c.taken);
+        buffers.Allocate(format, 64);
+        EXPECT_FALSE(buffers.HasExternalMemory()) << "too small for what is needed now";
+    }
+}
+
+} // namespace
+} // namespace velnor
