@@ -60,8 +60,8 @@ uint32_t fileSize(const std::string& path) {
 }
 
 std::time_t fileDate(const std::string& path) {
-    struct stat64 info{};
-    return stat64(path.c_str(), &info) == 0 ? info.st_mtime : 0;
+    struct stat info{};
+    return stat(path.c_str(), &info) == 0 ? info.st_mtime : 0;
 }
 
 std::string getFileTimeDetails(const std::string& path) {

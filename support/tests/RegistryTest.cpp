@@ -1,0 +1,214 @@
+#include "support/BundleVersion.h"
+#include "support/ConfigStore.h"
+#include "support/InstallationRegistry.h"
+#include "support/tests/LogFile.h"
+
+#include "platform/CFPreferences.h"
+#include "platform/tests/TempHome.h"
+
+#include <gmock/gmock.h>
+
+#include <dlfcn.h>
+#include <unistd.h>
+
+namespace {
+
+namespace fs = std::filesystem;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using velnor::PluginInfo;
+using velnor::test::ReadFile;
+using velnor::test::WriteFile;
+
+using Texts = std::vector<std::string>;
+
+constexpr const char* kVendor = "Tavo";
+constexpr const char* kProduct = "Tarn 12";
+const std::string kDomain = "com.Tavo.Tarn 12";
+
+std::string text(const std::string& key, const std::string& value) {
+    return "<key>" + key + "</key><string>" + value + "</string>";
+}
+
+std::string number(const std::string& key) {
+    return "<key>" + key + "</key><integer>7</integer>";
+}
+
+std::string dict(const std::string& key, const std::string& entries) {
+    return "<key>" + key + "</key><dict>" + entries + "</dict>";
+}
+
+std::string entry(const std::string& slot, const std::string& path, const std::string& version) {
+    return dict(slot, text("path", path) + text("version", version));
+}
+
+class Registry : public testing::Test {
+protected:
+    Registry() {
+        setVersion(text("CFBundleVersion", "1.0.3"));
+        fs::create_directories(mBundle + "/Contents/platform");
+        fs::copy_file(SUPPORT_TEST_MODULE, mExecutable);
+    }
+    ~Registry() override {
+        if (mModule != nullptr)
+            dlclose(mModule);
+    }
+
+    void setVersion(const std::string& info) const {
+        WriteFile(mBundle + "/Contents/Info.plist",
+                  "<plist version=\"1.0\"><dict>" + info + "</dict></plist>");
+    }
+
+    // The registry as the user's preferences hold it.
+    void store(const std::string& plugins, const std::string& host = "") const {
+        WriteFile(mHome.ConfigHome() + "/velnor/" + kDomain + host + ".plist",
+                  "<plist version=\"1.0\"><dict>" + plugins + "</dict></plist>");
+    }
+
+    // What the bundle answers when it registers itself; mLines are its log messages then.
+    bool registerBundle(const char* type = "AU") {
+        if (mModule == nullptr)
+            mModule = dlopen(mExecutable.c_str(), RTLD_NOW | RTLD_LOCAL);
+        using Register = bool(const char*, const char*, const char*, const char*);
+        auto* call = reinterpret_cast<Register*>(dlsym(mModule, "moduleRegister"));
+        const std::string log = mHome.Root() + "/module.log";
+        const bool result = call(kVendor, kProduct, type, log.c_str());
+        const Texts lines = velnor::test::logMessages(log);
+        mLines.assign(lines.begin() + 3, lines.end() - 3);
+        return result;
+    }
+
+    // "slot path version" for each entry.
+    static Texts entries(const std::string& type = "AU") {
+        std::vector<PluginInfo> list;
+        EXPECT_EQ(listPluginPathVersion(kVendor, kProduct, list, type), !list.empty());
+        Texts out;
+        for (const PluginInfo& info : list)
+            out.push_back(info.slot + " " + info.path + " " + info.version);
+        return out;
+    }
+
+    const velnor::test::TempHome mHome;
+    const std::string mBundle = mHome.Root() + "/T\xC3\xA4rn.component";
+    const std::string mExecutable = mBundle + "/Contents/platform/Tarn";
+    const std::string mFound = "I " + mBundle + "(1.0.3)";
+    void* mModule = nullptr;
+    Texts mLines;
+};
+
+TEST_F(Registry, RecordsOnceAndThenOnlyNewVersions) {
+    EXPECT_TRUE(registerBundle());
+    EXPECT_THAT(mLines, ElementsAre(mFound));
+    EXPECT_THAT(entries(), ElementsAre("000 " + mBundle + " 1.0.3"));
+    EXPECT_THAT(entries("VST"), IsEmpty());
+
+    const std::string file = mHome.ConfigHome() + "/velnor/" + kDomain + ".plist";
+    const auto written = fs::last_write_time(file);
+    EXPECT_TRUE(registerBundle());
+    EXPECT_EQ(fs::last_write_time(file), written);
+
+    setVersion(text("CFBundleVersion", "1.1"));
+    EXPECT_TRUE(registerBundle());
+    EXPECT_THAT(mLines,
+                ElementsAre("I " + mBundle + "(1.1)", "I version updated from 1.0.3 to 1.1"));
+    EXPECT_THAT(entries(), ElementsAre("000 " + mBundle + " 1.1"));
+
+    EXPECT_TRUE(registerBundle("VST"));
+    std::vector<PluginInfo> list;
+    EXPECT_TRUE(velnor::listVSTPathVersion(kVendor, kProduct, list));
+    EXPECT_TRUE(velnor::listAUPathVersion(kVendor, kProduct, list));
+    EXPECT_EQ(list.size(), 2U);
+}
+
+TEST_F(Registry, ANewPathGoesBehindTheLastListedSlot) {
+    const std::pair<Texts, std::string> cases[] = {
+        {{"000", "001"}, "002"}, {{"099"}, "100"},
+        {{"999"}, "1000"},       {{"12x"}, "013"},
+        {{"other"}, "001"},      {{"99999999999999999999"}, "1000000000000000000"},
+    };
+    for (const auto& [slots, expected] : cases) {
+        std::string list;
+        for (const std::string& slot : slots)
+            list += entry(slot, "/p" + slot, "1");
+        store(dict("Plugins", dict("AU", list)));
+        EXPECT_TRUE(registerBundle());
+        EXPECT_THAT(entries(), testing::Contains(testing::StartsWith(expected + " " + mBundle)))
+            << expected;
+        EXPECT_EQ(entries().size(), slots.size() + 1);
+    }
+}
+
+TEST_F(Registry, IncompleteEntriesAreNotListedAndMatchNothing) {
+    store(dict("Plugins", dict("AU", dict("000", text("path", mBundle)) + entry("001", "/p", "1") +
+                                         dict("002", text("version", "1")) + text("003", "x") +
+                                         dict("004", text("path", std::string(3000, 'p')) +
+                                                         text("version", "1")))));
+    EXPECT_THAT(entries(), ElementsAre("001 /p 1"));
+    EXPECT_TRUE(registerBundle());
+    EXPECT_THAT(entries(), ElementsAre("001 /p 1", "002 " + mBundle + " 1.0.3"));
+}
+
+TEST_F(Registry, EachFailedWriteHasItsMessageAndResult) {
+    const std::string head = "E writeConfigStringValue(" + kDomain + ", Plugins";
+    const std::string a = head + ", " + mBundle + ", 1) failed!";
+    const std::string b = head + ",1.0.3, 1) failed!";
+    const std::string one = entry("000", "/p", "1");
+    const std::tuple<std::string, std::string, bool> cases[] = {
+        {text("Plugins", "x"), a, false},
+        {dict("Plugins", dict("AU", dict("000", number("path")))), a, false},
+        {dict("Plugins", dict("AU", dict("000", number("version")))), b, false},
+        {dict("Plugins", dict("AU", one + dict("001", number("path")))), a, false},
+        {dict("Plugins", dict("AU", one + dict("001", number("version")))), b, true},
+    };
+    for (const auto& [plugins, message, result] : cases) {
+        store(plugins);
+        EXPECT_EQ(registerBundle(), result) << plugins;
+        EXPECT_THAT(mLines, ElementsAre(mFound, message)) << plugins;
+    }
+}
+
+TEST_F(Registry, AVersionThatCannotBeUpdatedIsReportedAndCountsAsDone) {
+    char host[256] = "";
+    ASSERT_EQ(gethostname(host, sizeof host - 1), 0);
+    store(dict("Plugins", dict("AU", entry("000", mBundle, "0.9"))), std::string(".") + host);
+    store(dict("Plugins", dict("AU", dict("000", number("version")))));
+    EXPECT_THAT(entries(), ElementsAre("000 " + mBundle + " 0.9"))
+        << "slots are the user's own, fields come from the search list";
+    EXPECT_TRUE(registerBundle());
+    EXPECT_THAT(mLines, ElementsAre(mFound, "I version updated from 0.9 to 1.0.3",
+                                    "E Error writing Module version"));
+}
+
+TEST_F(Registry, BundlesWithoutAReadableVersionSaySo) {
+    EXPECT_EQ(MacGetBundleVersion(mBundle), "1.0.3");
+    EXPECT_EQ(MacGetBundleVersion(mHome.Root()), "Can't get version.");
+    EXPECT_EQ(MacGetBundleVersion(""), "Can't get version.");
+    EXPECT_EQ(MacGetBundleVersion("\xFF"), "Can't get version.");
+    for (const std::string& info : {std::string(), number("CFBundleVersion"),
+                                    text("CFBundleVersion", std::string(1024, '1'))}) {
+        setVersion(info);
+        EXPECT_EQ(MacGetBundleVersion(mBundle), "Can't get version.");
+    }
+    EXPECT_TRUE(registerBundle());
+    EXPECT_THAT(entries(), ElementsAre("000 " + mBundle + " Can't get version."));
+}
+
+TEST_F(Registry, TheProgramItselfIsNoBundle) {
+    const velnor::test::LogFile log;
+    EXPECT_FALSE(velnor::registerOrmoPlugin(kVendor, kProduct, "AU"));
+    EXPECT_THAT(log.messages(), IsEmpty());
+}
+
+TEST_F(Registry, AThousandEntriesAreOneParse) {
+    std::string list;
+    for (int i = 0; i < 1000; ++i)
+        list += entry(std::to_string(1000 + i), "/p" + std::to_string(i), "1");
+    store(dict("Plugins", dict("AU", list)));
+    const CFIndex before = PlatformPreferencesParseCount();
+    EXPECT_EQ(entries().size(), 1000U);
+    EXPECT_EQ(entries().back(), "1999 /p999 1");
+    EXPECT_EQ(PlatformPreferencesParseCount(), before + 1);
+}
+
+} // namespace

@@ -1,0 +1,73 @@
+#include "support/SetupFile.h"
+
+#include "platform/tests/TempFolder.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+using velnor::verifyOrmoSetup;
+using velnor::test::TempFolder;
+using velnor::test::WriteFile;
+
+std::string repeated(const std::string& text, int count) {
+    std::string all;
+    for (int i = 0; i < count; ++i)
+        all += text;
+    return all;
+}
+
+std::string setup(const std::string& children) {
+    return "<OrmoSetup>" + children + "</OrmoSetup>";
+}
+
+std::string property(const std::string& name, const std::string& value) {
+    return "<Property name=\"" + name + "\" value='" + value + "'/>";
+}
+
+TEST(SetupFile, EveryVendorAndProductMustAgree) {
+    const std::string good = property("vendor", "Tavo") + property("product", "Tarn 12");
+    const std::pair<std::string, const char*> cases[] = {
+        {setup(good), ""},
+        {"\xEF\xBB\xBF<?xml version=\"1.0\" encoding=\"UTF-8\"?>\r\n<!-- x -->" + setup(good), ""},
+        {setup(""), ""},
+        {"<OrmoSetup/>", ""},
+        {"<Other/>" + setup(good), ""},
+        {setup("text<Property name='vendor'/><Property value='X'/><Prop name='vendor' "
+               "value='X'/><property name='vendor' value='X'/><!--x--><a>" +
+               property("vendor", "X") + "</a>" + property("Vendor", "X")),
+         ""},
+        {setup(good + property("vendor", "X")), "incorrect vendor in file X"},
+        {setup(property("vendor", "tavo") + good), "incorrect vendor in file tavo"},
+        {setup(property("product", "") + good), "incorrect product in file "},
+        {setup(property("product", "P") + property("vendor", "V") + good),
+         "incorrect vendor in file V"},
+        {setup(property("vendor", "V") + property("product", "P&amp;\xC3\xA9")),
+         "incorrect product in file P&\xC3\xA9"},
+        {"<Setup/>", "Could not find OrmoSetup element"},
+        {"<a>" + setup(good) + "</a>", "Could not find OrmoSetup element"},
+        {"", "Could not load file"},
+        {"<OrmoSetup>" + good, "Could not load file"},
+        {setup(repeated(property("x", "y"), 10000)), ""},
+        {repeated("<a>", 300000), "Could not load file"},
+        {setup(good + std::string(1 << 20, ' ')), "Could not load file"},
+    };
+    const TempFolder folder;
+    for (const auto& [content, expected] : cases) {
+        const std::string path = WriteFile(folder / "OrmoSetup.xml", content);
+        std::string message;
+        EXPECT_EQ(verifyOrmoSetup("Tavo", "Tarn 12", path, message), *expected == '\0');
+        EXPECT_EQ(message, expected) << content.substr(0, 200);
+    }
+}
+
+TEST(SetupFile, WhatCannotBeReadDoesNotLoad) {
+    const TempFolder folder;
+    for (const std::string& path : {folder / "none.xml", folder.Path()}) {
+        std::string message;
+        EXPECT_FALSE(verifyOrmoSetup("Tavo", "Tarn 12", path, message));
+        EXPECT_EQ(message, "Could not load file");
+    }
+}
+
+} // namespace

@@ -1,0 +1,99 @@
+#include "support/System.h"
+#include "support/Random.h"
+#include "support/Timing.h"
+#include "support/tests/LogFile.h"
+
+#include "platform/SystemQueries.h"
+
+#include <gmock/gmock.h>
+
+#include <unistd.h>
+
+namespace {
+
+using testing::AllOf;
+using testing::ElementsAre;
+using testing::MatchesRegex;
+using velnor::System;
+using velnor::test::LogFile;
+
+// init works once per process: the case has a process of its own.
+void checkStart() {
+    dup2(STDERR_FILENO, STDOUT_FILENO);
+    double seconds = 1;
+    System::getTimefromCPU(seconds);
+    EXPECT_EQ(seconds, 0) << "no ticks are known before the start";
+    const LogFile log;
+    System::init(static_cast<velnor::TimerMethod_t>(7));
+    uint64_t frequency = 0;
+    std::size_t size = sizeof frequency;
+    const bool hasSpeed = sysctlbyname("hw.cpufrequency", &frequency, &size, nullptr, 0) == 0;
+    std::vector<std::string> lines = log.messages();
+    ASSERT_EQ(lines.size(), hasSpeed ? 9U : 10U);
+    if (!hasSpeed) {
+        EXPECT_EQ(lines[1], "Esysctlbyname - hw.cpufrequency failed");
+        lines.erase(lines.begin() + 1);
+    }
+    const std::string number = "(0|1|0\\.[0-9]+|[0-9.]+e-[0-9]+)";
+    EXPECT_THAT(lines, ElementsAre("ETIMER METHOD Unknown !! 7",
+                                   MatchesRegex("IDetecting CPU speed: [0-9.]+(e\\+[0-9]+)? Mhz"),
+                                   "IActive CPUs : " + std::to_string(System::activeCores),
+                                   "IMMX: 1 SSE: 1 SSE2: 1 SSE3: 1",
+                                   MatchesRegex("IMac OS X : [0-9]+\\.[0-9]+\\.[0-9]+"),
+                                   MatchesRegex("ITesting random numbers: " + number + " " +
+                                                number + " " + number + " " + number),
+                                   "IMath assessments--------", "IMath assessments passed",
+                                   "IInitialising System Done!"));
+    EXPECT_EQ(System::TimerMethod, velnor::TIMER_MACH_ABSOLUTE_TIME);
+    EXPECT_EQ(System::SecondsPerCPUTick, 1e-9);
+    EXPECT_EQ(System::CpuSpeed > 0, hasSpeed);
+    EXPECT_FALSE(System::ppc_AltiVec_Support);
+    EXPECT_EQ(mti, 624);
+
+    System::init(velnor::TIMER_MICROSECONDS);
+    EXPECT_EQ(System::TimerMethod, velnor::TIMER_MACH_ABSOLUTE_TIME);
+    EXPECT_EQ(log.messages().size(), hasSpeed ? 9U : 10U);
+
+    for (const auto method : {velnor::TIMER_MACH_ABSOLUTE_TIME, velnor::TIMER_MICROSECONDS}) {
+        System::TimerMethod = method;
+        System::getTimefromCPU(seconds);
+        EXPECT_NEAR(seconds, PTimeMilli() / 1000, 0.1);
+    }
+}
+
+TEST(System, StartsOnceAndReportsEachFinding) {
+    EXPECT_EXIT((checkStart(), _exit(testing::Test::HasFailure() ? 1 : 0)),
+                testing::ExitedWithCode(0), "");
+}
+
+TEST(System, MemoryReportIsOneMessage) {
+    System::MemoryStat stat{};
+    System::getMemStats(stat);
+    EXPECT_GT(stat.total, uint64_t{1} << 24);
+    EXPECT_GT(stat.total, stat.free);
+    EXPECT_GT(stat.free, 0U);
+    EXPECT_EQ(System::getMemFree(), -1);
+
+    const LogFile log;
+    System::logMemoryUsage();
+    EXPECT_THAT(
+        log.messages(),
+        ElementsAre(
+            "I", "Current Memory footprint:",
+            AllOf(testing::SizeIs(63), MatchesRegex(" +[0-9]+ total Mbytes of physical memory\\.")),
+            AllOf(testing::SizeIs(63), MatchesRegex(" +[0-9]+ free  Mbytes of physical memory\\.")),
+            "", ""));
+}
+
+TEST(Timing, ClocksCountTheSameTimeInTheirUnits) {
+    const uint64_t micro = myMS();
+    const uint64_t nano = cpuTick();
+    const double milli = PTimeMilli();
+    EXPECT_EQ(PmilliSleep(5), 0);
+    EXPECT_NEAR(static_cast<double>(nano) / 1000, static_cast<double>(micro), 50000);
+    EXPECT_NEAR(milli * 1000, static_cast<double>(micro), 50000);
+    EXPECT_GE(myMS() - micro, 5000U);
+    EXPECT_LT(myMS() - micro, 500000U);
+}
+
+} // namespace
