@@ -5,6 +5,7 @@
 #include "bridge/OrmoEngine.h"
 #include "platform/Facts.h"
 
+#include <cstdint>
 #include <type_traits>
 
 namespace velnor {
