@@ -21,6 +21,8 @@
 
 namespace velnor {
 
+struct PropertyAddress;
+
 /// The frame limit of a new unit.
 inline constexpr UInt32 kDefaultMaxFramesPerSlice = 1156;
 /// Events that can be scheduled for one render without an allocation.
@@ -290,7 +292,9 @@ public:
     /// concurrent.
     OSStatus TakeLastRenderError() VELNOR_NONBLOCKING { return mLastRenderError.exchange(noErr); }
     /// The ids that GetProperty may write of the parameter list.
-    UInt32 GetParameterListRoom() const { return mParameterListRoom / sizeof(AudioUnitParameterID); }
+    UInt32 GetParameterListRoom() const {
+        return mParameterListRoom / sizeof(AudioUnitParameterID);
+    }
 
 protected:
     /// Events scheduled since the last render ended. Thread render.
@@ -319,7 +323,13 @@ private:
                            AudioUnitElement inElement, const void* inData, UInt32 inDataSize);
     OSStatus DoRemovePropertyValue(AudioUnitPropertyID inID, AudioUnitScope inScope,
                                    AudioUnitElement inElement);
+    /// The whole value when there is room, else its first ioDataSize bytes.
+    OSStatus FetchProperty(const PropertyAddress& inAt, UInt32 inSize, void* outData,
+                           UInt32& ioDataSize);
     bool CanDo(SInt16 inSelector) const;
+    ComponentResult DispatchProperty(const ComponentParameters* inParams);
+    ComponentResult DispatchParameter(const ComponentParameters* inParams);
+    ComponentResult DispatchRender(const ComponentParameters* inParams);
 
     OSStatus PullBus(AudioUnitRenderActionFlags& ioFlags, const AudioTimeStamp& inTimeStamp,
                      UInt32 inBus, UInt32 inFrames, AudioBufferList& ioData) VELNOR_NONBLOCKING;

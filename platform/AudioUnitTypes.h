@@ -99,7 +99,8 @@ enum {
     kAudioUnitProperty_PresentPreset = 36,
     kAudioUnitProperty_OfflineRender = 37,
     kAudioUnitProperty_IconLocation = 39,
-    kMusicDeviceProperty_InstrumentCount = 1000
+    kMusicDeviceProperty_InstrumentCount = 1000,
+    kMusicDeviceProperty_MIDIXMLNames = 1006 /* a CFURLRef that the reader releases */
 };
 
 enum {

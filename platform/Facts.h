@@ -60,4 +60,14 @@
         VELNOR_EFFECTS_ON                                                                          \
     } while (false)
 
+/* The same for statements that lead back to the road, such as a try block around it: only the
+ * analysis is off, the check at run time goes on. */
+#define VELNOR_RT_ESCAPE_CHECKED(REASON, ...)                                                      \
+    do {                                                                                           \
+        static_assert(sizeof(REASON) > 1, "an escape states its reason");                          \
+        VELNOR_EFFECTS_OFF                                                                         \
+        __VA_ARGS__;                                                                               \
+        VELNOR_EFFECTS_ON                                                                          \
+    } while (false)
+
 #endif

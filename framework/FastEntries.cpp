@@ -1,0 +1,75 @@
+#include "framework/FastEntries.h"
+
+#include "framework/AUBase.h"
+#include "framework/ExceptionMapping.h"
+#include "framework/MusicDeviceBase.h"
+
+namespace velnor {
+
+namespace {
+
+template <class Class>
+Class* Stored(void* inStorage) VELNOR_NONBLOCKING {
+    return static_cast<Class*>(static_cast<ComponentBase*>(inStorage));
+}
+
+/// What inCall answers or throws.
+template <typename Call>
+OSStatus Guarded(const Call& inCall) VELNOR_NONBLOCKING {
+    OSStatus status = noErr;
+    VELNOR_RT_ESCAPE_CHECKED("exceptions end at the fast entry", status = StatusOf(inCall));
+    return status;
+}
+
+} // namespace
+
+OSStatus AudioUnitBaseGetParameter(void* inStorage, AudioUnitParameterID inID,
+                                   AudioUnitScope inScope, AudioUnitElement inElement,
+                                   AudioUnitParameterValue* outValue) VELNOR_NONBLOCKING {
+    if (inStorage == nullptr || outValue == nullptr) {
+        return paramErr;
+    }
+    return Guarded([=] {
+        return Stored<AUBase>(inStorage)->GetParameter(inID, inScope, inElement, *outValue);
+    });
+}
+
+OSStatus AudioUnitBaseSetParameter(void* inStorage, AudioUnitParameterID inID,
+                                   AudioUnitScope inScope, AudioUnitElement inElement,
+                                   AudioUnitParameterValue inValue,
+                                   UInt32 inBufferOffsetInFrames) VELNOR_NONBLOCKING {
+    if (inStorage == nullptr) {
+        return paramErr;
+    }
+    return Guarded([=] {
+        return Stored<AUBase>(inStorage)->SetParameter(inID, inScope, inElement, inValue,
+                                                       inBufferOffsetInFrames);
+    });
+}
+
+OSStatus AudioUnitBaseRender(void* inStorage, AudioUnitRenderActionFlags* ioFlags,
+                             const AudioTimeStamp* inTimeStamp, UInt32 inOutputBus, UInt32 inFrames,
+                             AudioBufferList* ioData) VELNOR_NONBLOCKING {
+    if (inStorage == nullptr || inTimeStamp == nullptr || ioData == nullptr) {
+        return paramErr;
+    }
+    AudioUnitRenderActionFlags none = 0;
+    AudioUnitRenderActionFlags& flags = ioFlags != nullptr ? *ioFlags : none;
+    return Guarded([&, inTimeStamp, ioData] {
+        return Stored<AUBase>(inStorage)->DoRender(flags, *inTimeStamp, inOutputBus, inFrames,
+                                                   *ioData);
+    });
+}
+
+OSStatus MusicDeviceBaseMIDIEvent(void* inStorage, UInt32 inStatus, UInt32 inData1, UInt32 inData2,
+                                  UInt32 inOffsetSampleFrame) VELNOR_NONBLOCKING {
+    if (inStorage == nullptr) {
+        return paramErr;
+    }
+    return Guarded([=] {
+        return Stored<MusicDeviceBase>(inStorage)->MIDIEvent(inStatus, inData1, inData2,
+                                                             inOffsetSampleFrame);
+    });
+}
+
+} // namespace velnor
