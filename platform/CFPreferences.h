@@ -5,6 +5,9 @@
  *   user, any host    $XDG_CONFIG_HOME/velnor/DOMAIN.plist
  *   all users, host   DIR/velnor/DOMAIN.HOST.plist, for each DIR of $XDG_CONFIG_DIRS
  *   all users         DIR/velnor/DOMAIN.plist, likewise
+ * The files that several DIR hold for one scope count as one: the first that has a key gives its
+ * value, and the first is the one that is written.
+ *
  * HOST is the machine's node name; in file names every "/", "%" and control character of a domain
  * is percent-encoded. $XDG_CONFIG_HOME defaults to ~/.config and $XDG_CONFIG_DIRS to /etc/xdg; the
  * home is $HOME, else the user database's.
@@ -12,9 +15,12 @@
  * A write takes effect in this process at once and in the file with CFPreferencesSynchronize, which
  * holds a lock file, reads the file again, merges the keys that changed here, writes a temporary
  * file, flushes it and renames it: writers of different keys lose nothing, and a reader sees the
- * old file or the new one. A file that does not parse reads as absent and is kept under a new name
- * before it is replaced. Values of other programs survive untouched. Reads are answered from a
- * cache per file that is checked against the file's identity, size and time each time. */
+ * old file or the new one. A link is followed to the file that it names. A binary file stays
+ * binary; an XML file becomes binary when it gets a value that XML cannot hold, such as text with
+ * control characters. A file that does not parse reads as absent and is kept under a new name,
+ * NAME.damaged, before it is replaced. Values of other programs survive untouched. Reads are
+ * answered from a cache per file that is checked against the file's identity, size and time each
+ * time. */
 #ifndef VELNOR_PLATFORM_CFPREFERENCES_H
 #define VELNOR_PLATFORM_CFPREFERENCES_H
 
@@ -39,11 +45,14 @@ VELNOR_PLATFORM_API CFPropertyListRef CFPreferencesCopyValue(CFStringRef key, CF
 /* The keys of one file in ascending order; null when it has none. */
 VELNOR_PLATFORM_API CFArrayRef CFPreferencesCopyKeyList(CFStringRef domain, CFStringRef user,
                                                         CFStringRef host);
-/* A null value removes the key. */
+/* A null value removes the key. The value is copied. Nothing happens when it is no property list,
+ * nests more than 255 deep, or when it or the key holds a zero character. */
 VELNOR_PLATFORM_API void CFPreferencesSetValue(CFStringRef key, CFPropertyListRef value,
                                                CFStringRef domain, CFStringRef user,
                                                CFStringRef host);
-/* False when the file could not be written; the changes then stay pending. */
+/* False when the file could not be written or what is there could not be read: a folder, say, or no
+ * permission. The file is untouched then, and the changes stay pending. It gives up on a writer
+ * that holds the lock for more than ten seconds. True at once when there is nothing to write. */
 VELNOR_PLATFORM_API Boolean CFPreferencesSynchronize(CFStringRef domain, CFStringRef user,
                                                      CFStringRef host);
 

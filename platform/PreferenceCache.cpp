@@ -1,0 +1,133 @@
+#include "platform/PreferenceCache.h"
+
+#include "platform/CFDictionaryObject.h"
+#include "platform/CFStringObject.h"
+#include "platform/PreferenceWriter.h"
+
+#include <ctime>
+#include <unordered_map>
+
+namespace velnor {
+namespace {
+
+bool HasContent(const PreferenceFile& file) {
+    return file.state == PreferenceFileState::sound || file.state == PreferenceFileState::damaged;
+}
+
+timespec Now() {
+    timespec now{};
+    clock_gettime(CLOCK_REALTIME, &now);
+    return now;
+}
+
+} // namespace
+
+CachedPreferences::CachedPreferences(std::string path)
+    : mPath(std::move(path)), mKnown(std::make_shared<const PreferenceFile>()) {}
+
+const DictionaryObject* CachedPreferences::Tree() const {
+    return CastIf<DictionaryObject>(mKnown->tree.Get());
+}
+
+void CachedPreferences::Learn(PreferenceFile file) {
+    mStamp = file.stamp;
+    mKnown = std::make_shared<const PreferenceFile>(std::move(file));
+}
+
+void CachedPreferences::Refresh() {
+    PreferenceFile seen = LookAtPreferenceFile(mPath);
+    if (!HasContent(seen)) {
+        if (mKnown->state != seen.state) {
+            Learn(std::move(seen));
+        }
+        return;
+    }
+    if (mSettled && HasContent(*mKnown) && seen.stamp == mStamp) {
+        return;
+    }
+    const timespec before = Now();
+    PreferenceFile loaded = LoadPreferenceFile(mPath);
+    mSettled = loaded.stamp.IsSettledAt(before);
+    if (HasContent(loaded) && HasContent(*mKnown) && loaded.content == mKnown->content) {
+        mStamp = loaded.stamp;
+        return;
+    }
+    if (HasContent(loaded)) {
+        ParsePreferenceFile(loaded);
+    }
+    Learn(std::move(loaded));
+}
+
+CFRef<CFTypeRef> CachedPreferences::Value(std::string_view key) {
+    const std::lock_guard lock(mMutex);
+    const auto change = mChanges.All().find(key);
+    if (change != mChanges.All().end()) {
+        return change->second.value.Share();
+    }
+    Refresh();
+    const DictionaryObject* tree = Tree();
+    return CFRef<CFTypeRef>::Retained(tree == nullptr ? nullptr : tree->Find(key));
+}
+
+void CachedPreferences::AddKeysTo(Keys& keys) {
+    const std::lock_guard lock(mMutex);
+    Refresh();
+    const auto& changes = mChanges.All();
+    if (const DictionaryObject* tree = Tree()) {
+        for (const auto& [key, value] : tree->All()) {
+            if (!changes.contains(TextOf(key.Get()))) {
+                keys.try_emplace(TextOf(key.Get()), key.Share());
+            }
+        }
+    }
+    for (const auto& [key, change] : changes) {
+        if (change.value.Get() != nullptr) {
+            keys.try_emplace(key, CreateString(key));
+        }
+    }
+}
+
+void CachedPreferences::Put(std::string_view key, CFRef<CFTypeRef> value) {
+    const std::lock_guard lock(mMutex);
+    mChanges.Put(key, std::move(value));
+}
+
+bool CachedPreferences::Synchronize(bool shared) {
+    {
+        const std::lock_guard lock(mMutex);
+        if (mChanges.All().empty()) {
+            return true;
+        }
+    }
+    PreferenceWriter writer(mPath, shared);
+    if (!writer.IsReady()) {
+        return false;
+    }
+    /* Taken under the writer's lock: a thread that writes later has all that was put earlier. */
+    std::unique_lock lock(mMutex);
+    const PreferenceChangeList list = mChanges.List();
+    const auto known = mKnown;
+    lock.unlock();
+    auto written = writer.Merge(list.changes, *known);
+    if (!written) {
+        return false;
+    }
+    lock.lock();
+    mSettled = false;
+    Learn(std::move(*written));
+    mChanges.Forget(list);
+    return true;
+}
+
+CachedPreferences& PreferencesAt(const std::string& path) {
+    static auto& mutex = *new std::mutex;
+    static auto& all = *new std::unordered_map<std::string, std::unique_ptr<CachedPreferences>>;
+    const std::lock_guard lock(mutex);
+    auto& entry = all[path];
+    if (!entry) {
+        entry = std::make_unique<CachedPreferences>(path);
+    }
+    return *entry;
+}
+
+} // namespace velnor

@@ -1,0 +1,26 @@
+/* Where the files of a preference domain lie; the layout stands in CFPreferences.h. Internal to the
+ * platform library. */
+#ifndef VELNOR_PLATFORM_PREFERENCEPATH_H
+#define VELNOR_PLATFORM_PREFERENCEPATH_H
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace velnor {
+
+struct PreferenceScope {
+    bool anyUser;
+    bool anyHost;
+};
+
+/* The files that hold a scope's values together, the most important first, which is the one that is
+ * written. One at most for the current user; none for an empty domain or without a folder. */
+std::vector<std::string> PreferencePaths(std::string_view domain, PreferenceScope scope);
+
+/* The files of all scopes, in the order of a search. */
+std::vector<std::string> PreferenceSearchPaths(std::string_view domain);
+
+} // namespace velnor
+
+#endif

@@ -1,0 +1,112 @@
+#include "platform/PreferenceWriter.h"
+
+#include "platform/AtomicFile.h"
+#include "platform/CFStringObject.h"
+#include "platform/PropertyListWriter.h"
+
+#include <algorithm>
+
+namespace velnor {
+namespace {
+
+constexpr std::chrono::seconds kPatience{10};
+
+mode_t FolderMode(bool shared) {
+    return shared ? 0755 : 0700;
+}
+mode_t FileMode(bool shared) {
+    return shared ? 0644 : 0600;
+}
+
+bool IsSame(CFTypeRef a, CFTypeRef b) {
+    return a == b || (a != nullptr && b != nullptr && CFEqual(a, b));
+}
+
+/* True when a tree, which may be null, is already as the changes want it. */
+bool Holds(CFDictionaryRef tree, const std::vector<PreferenceChange>& changes) {
+    return std::all_of(changes.begin(), changes.end(), [tree](const PreferenceChange& change) {
+        const auto* dictionary = CastIf<DictionaryObject>(tree);
+        const CFTypeRef now = dictionary == nullptr ? nullptr : dictionary->Find(change.key);
+        return IsSame(now, change.value.Get());
+    });
+}
+
+CFRef<CFDictionaryRef> Merged(CFDictionaryRef tree, const std::vector<PreferenceChange>& changes) {
+    DictionaryObject::Entries entries;
+    if (const auto* dictionary = CastIf<DictionaryObject>(tree)) {
+        for (const auto& [key, value] : dictionary->All()) {
+            entries.emplace_hint(entries.end(), key.Share(), value.Share());
+        }
+    }
+    for (const PreferenceChange& change : changes) {
+        CFRef<CFStringRef> key(CreateString(change.key));
+        if (change.value) {
+            entries.insert_or_assign(std::move(key), change.value.Share());
+        } else {
+            entries.erase(key);
+        }
+    }
+    return CFRef<CFDictionaryRef>(
+        RefOf<CFDictionaryRef>(new DictionaryObject(std::move(entries), false)));
+}
+
+/* The tree of a file just loaded, from what is known of it where its content is the same. */
+void Understand(PreferenceFile& file, const PreferenceFile& known) {
+    const bool isKnown =
+        known.state == PreferenceFileState::sound || known.state == PreferenceFileState::damaged;
+    if (!isKnown || known.content != file.content) {
+        ParsePreferenceFile(file);
+        return;
+    }
+    file.state = known.state;
+    file.format = known.format;
+    file.tree = CacheHold(known.tree.Share());
+}
+
+} // namespace
+
+PreferenceWriter::PreferenceWriter(const std::string& path, bool shared) : mShared(shared) {
+    const auto target =
+        MakeFolders(FolderOf(path), FolderMode(shared)) ? FollowLinks(path) : std::nullopt;
+    if (target) {
+        mPath = *target;
+        mLock.emplace(FolderOf(mPath), kPatience);
+    }
+}
+
+std::optional<PreferenceFile> PreferenceWriter::Merge(const std::vector<PreferenceChange>& changes,
+                                                      const PreferenceFile& known) {
+    PreferenceFile file = LoadPreferenceFile(mPath);
+    if (file.state == PreferenceFileState::unreadable) {
+        return std::nullopt;
+    }
+    if (file.state == PreferenceFileState::sound) {
+        Understand(file, known);
+    }
+    if (!Holds(file.tree.Get(), changes) && !Replace(file, Merged(file.tree.Get(), changes))) {
+        return std::nullopt;
+    }
+    return file;
+}
+
+bool PreferenceWriter::Replace(PreferenceFile& file, CFRef<CFDictionaryRef> merged) {
+    auto content = WritePropertyList(merged.Get(), file.format);
+    if (!content) {
+        file.format = kCFPropertyListBinaryFormat_v1_0;
+        content = WritePropertyList(merged.Get(), file.format);
+    }
+    if (!content || (file.state == PreferenceFileState::damaged && !KeepUnderOtherName(mPath))) {
+        return false;
+    }
+    const auto info = ReplaceFile(mPath, *content, FileMode(mShared));
+    if (!info) {
+        return false;
+    }
+    file.state = PreferenceFileState::sound;
+    file.stamp = FileStamp::Of(*info);
+    file.content = std::move(*content);
+    file.tree = CacheHold(std::move(merged));
+    return true;
+}
+
+} // namespace velnor
