@@ -1,0 +1,168 @@
+#include "platform/CFBundle.h"
+#include "platform/LoadedImages.h"
+#include "platform/tests/TempFolder.h"
+#include "platform/tests/Values.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <dlfcn.h>
+#include <sys/stat.h>
+#include <thread>
+
+namespace {
+
+using namespace velnor::test;
+using testing::HasSubstr;
+using testing::StartsWith;
+using velnor::CFRef;
+
+const std::string kExecutableFolder = "/Contents/" VELNOR_PLATFORM_FOLDER "/";
+
+std::string WriteInfo(const std::string& bundle, const std::string& entries) {
+    WriteFile(bundle + "/Contents/Info.plist",
+              "<?xml version=\"1.0\" encoding=\"UTF-8\"?><plist version=\"1.0\"><dict>" + entries +
+                  "</dict></plist>");
+    return bundle;
+}
+
+std::string Executable(const std::string& name) {
+    return "<key>CFBundleExecutable</key><string>" + name + "</string>";
+}
+
+std::string MakeGoodBundle(const std::string& path) {
+    WriteInfo(path, Executable("code") + "<key>CFBundleVersion</key><string>1.2</string>");
+    std::filesystem::create_directories(path + kExecutableFolder);
+    std::filesystem::copy_file(VELNOR_TEST_COMPONENT, path + kExecutableFolder + "code");
+    return path;
+}
+
+CFRef<CFBundleRef> Open(const std::string& path) {
+    const CFRef<CFURLRef> url(CFURLCreateFromFileSystemRepresentation(
+        nullptr, reinterpret_cast<const UInt8*>(path.data()), static_cast<CFIndex>(path.size()),
+        true));
+    return CFRef<CFBundleRef>(CFBundleCreate(nullptr, url.Get()));
+}
+
+bool IsLoaded(const std::string& path) {
+    for (UInt32 i = 0; i < _dyld_image_count(); ++i) {
+        const char* name = _dyld_get_image_name(i);
+        if (name != nullptr && path == name) {
+            return true;
+        }
+    }
+    return false;
+}
+
+class Bundle : public testing::Test {
+protected:
+    ~Bundle() override { EXPECT_EQ(PlatformLiveObjectCount(), mObjects); }
+
+    const CFIndex mObjects = PlatformLiveObjectCount();
+    const TempFolder mFolder;
+};
+
+TEST_F(Bundle, OnlyAFolderWithAGoodInfoFileIsOne) {
+    WriteFile(mFolder / "file.bundle", "");
+    std::filesystem::create_directories(mFolder / "empty.bundle");
+    WriteFile(mFolder / "torn.bundle/Contents/Info.plist", "<plist><dict><key>a");
+    WriteFile(mFolder / "list.bundle/Contents/Info.plist",
+              "<?xml version=\"1.0\"?><plist version=\"1.0\"><array/></plist>");
+    std::filesystem::create_directories(mFolder / "folder.bundle/Contents/Info.plist");
+    std::filesystem::create_directories(mFolder / "pipe.bundle/Contents");
+    ASSERT_EQ(mkfifo((mFolder / "pipe.bundle/Contents/Info.plist").c_str(), 0600), 0);
+    for (const char* name : {"none", "file", "empty", "torn", "list", "folder", "pipe"}) {
+        EXPECT_FALSE(Open(mFolder / name + ".bundle")) << name;
+    }
+}
+
+TEST_F(Bundle, OneObjectLivesForEachDirectory) {
+    MakeGoodBundle(mFolder / "a.bundle");
+    std::filesystem::create_directory_symlink("a.bundle", mFolder / "b.bundle");
+    const auto first = Open(mFolder / "a.bundle");
+    const auto second = Open(mFolder / "b.bundle/Contents/..");
+    ASSERT_TRUE(first);
+    EXPECT_EQ(first.Get(), second.Get());
+    EXPECT_EQ(CFGetRetainCount(first.Get()), 2);
+    EXPECT_EQ(CFGetTypeID(first.Get()), CFBundleGetTypeID());
+
+    const auto text = CFRef(static_cast<CFTypeRef>(CFBundleCopyBundleURL(first.Get())));
+    UInt8 path[4096];
+    ASSERT_TRUE(CFURLGetFileSystemRepresentation(static_cast<CFURLRef>(text.Get()), true, path,
+                                                 sizeof path));
+    EXPECT_EQ(reinterpret_cast<char*>(path), mFolder / "a.bundle");
+    EXPECT_EQ(Text(CFBundleGetValueForInfoDictionaryKey(first.Get(), kCFBundleVersionKey)), "1.2");
+    EXPECT_EQ(CFBundleGetValueForInfoDictionaryKey(first.Get(), String("none").Get()), nullptr);
+}
+
+TEST_F(Bundle, CodeIsLocalAndGoesWithTheLastReference) {
+    const std::string path = MakeGoodBundle(mFolder / "a.bundle");
+    const std::string code = path + kExecutableFolder + "code";
+    auto bundle = Open(path);
+    void* const entry = CFBundleGetFunctionPointerForName(bundle.Get(), String("TestEntry").Get());
+    EXPECT_NE(entry, nullptr);
+    EXPECT_STREQ(PlatformBundleGetLoadError(bundle.Get()), "");
+    EXPECT_EQ(dlsym(RTLD_DEFAULT, "TestEntry"), nullptr);
+    EXPECT_EQ(CFBundleGetFunctionPointerForName(bundle.Get(), String("ormoOpcode").Get()), nullptr);
+    EXPECT_THAT(PlatformBundleGetLoadError(bundle.Get()), HasSubstr("ormoOpcode"));
+    EXPECT_TRUE(CFBundleLoadExecutable(bundle.Get()));
+    EXPECT_STREQ(PlatformBundleGetLoadError(bundle.Get()), "");
+
+    auto second = Open(path);
+    bundle.Reset();
+    EXPECT_TRUE(IsLoaded(code));
+    second.Reset();
+    EXPECT_FALSE(IsLoaded(code));
+}
+
+TEST_F(Bundle, WhatDoesNotLoadSaysWhy) {
+    const std::string bundle = mFolder / "a.bundle";
+    WriteFile(bundle + kExecutableFolder + "garbage", "not an ELF file");
+    std::filesystem::create_directory(bundle + kExecutableFolder + "folder");
+    WriteFile(mFolder / "outside", "");
+    struct Case {
+        std::string entries;
+        std::string error;
+    };
+    const Case cases[] = {
+        {"", bundle + ": Contents/Info.plist has no CFBundleExecutable"},
+        {"<key>CFBundleExecutable</key><integer>1</integer>", bundle + ": CFBundleExecutable"},
+        {Executable("../../../outside"), bundle + ": CFBundleExecutable"},
+        {Executable("/bin/true"), bundle + ": CFBundleExecutable"},
+        {Executable(".."), bundle + ": CFBundleExecutable"},
+        {Executable(""), bundle + ": CFBundleExecutable"},
+        {Executable("gone"), "no executable for " VELNOR_PLATFORM_FOLDER ": " + bundle +
+                                 kExecutableFolder + "gone: No such file"},
+        {Executable("folder"), "no executable for " VELNOR_PLATFORM_FOLDER},
+        {Executable("garbage"), bundle + kExecutableFolder + "garbage"},
+    };
+    for (const auto& c : cases) {
+        WriteInfo(bundle, c.entries);
+        const auto opened = Open(bundle);
+        ASSERT_TRUE(opened) << c.entries;
+        EXPECT_STREQ(PlatformBundleGetLoadError(opened.Get()), "");
+        EXPECT_FALSE(CFBundleLoadExecutable(opened.Get()));
+        EXPECT_THAT(PlatformBundleGetLoadError(opened.Get()), StartsWith(c.error));
+        EXPECT_EQ(CFBundleGetFunctionPointerForName(opened.Get(), String("TestEntry").Get()),
+                  nullptr);
+    }
+}
+
+TEST_F(Bundle, ThreadsMayOpenLoadAndReleaseTheSameOne) {
+    MakeGoodBundle(mFolder / "a.bundle");
+    std::vector<std::thread> threads;
+    for (int i = 0; i < 4; ++i) {
+        threads.emplace_back([this] {
+            for (int round = 0; round < 200; ++round) {
+                const auto bundle = Open(mFolder / "a.bundle");
+                EXPECT_TRUE(bundle && CFBundleLoadExecutable(bundle.Get()));
+            }
+        });
+    }
+    for (auto& thread : threads) {
+        thread.join();
+    }
+    EXPECT_FALSE(IsLoaded(mFolder / "a.bundle" + kExecutableFolder + "code"));
+}
+
+} // namespace
