@@ -1,0 +1,33 @@
+// The engine's words on standard error, and FluidSynth's kept off it.
+#ifndef VELNOR_SOUNDFONT_ENGINELOG_H
+#define VELNOR_SOUNDFONT_ENGINELOG_H
+
+#include <string>
+
+namespace velnor::soundfont {
+
+// One line, "soundfont engine: " and the message, in one write. Thread any, concurrent, may block.
+void logError(const std::string& message);
+
+// While one lives, the first error that FluidSynth reports on this thread is kept in it. FluidSynth
+// reports several for one failure, and warnings for what is no failure; nothing of that is printed
+// by itself, and nothing at all while rendering, where writing could block. Thread any, concurrent
+// (a second one waits for the first), may block.
+class FluidErrors {
+public:
+    FluidErrors();
+    ~FluidErrors();
+    FluidErrors(const FluidErrors&) = delete;
+    FluidErrors& operator=(const FluidErrors&) = delete;
+
+    // fallback when FluidSynth said nothing.
+    std::string firstOr(const std::string& fallback) const;
+    void keep(const char* message);
+
+private:
+    std::string mFirst;
+};
+
+} // namespace velnor::soundfont
+
+#endif

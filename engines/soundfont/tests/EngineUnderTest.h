@@ -1,0 +1,81 @@
+// The built engine, loaded as the plug-in loads it and driven through its one function.
+#pragma once
+
+#include "bridge/OrmoEngine.h"
+
+#include <cstdint>
+#include <filesystem>
+#include <string>
+#include <vector>
+
+namespace velnor::soundfont {
+
+inline constexpr char kFontFile[] = "/usr/share/sounds/sf2/TimGM6mb.sf2";
+
+int32_t call(uint32_t target, uint32_t opcode, const void* ptr1 = nullptr,
+             const void* ptr2 = nullptr, const void* ptr3 = nullptr, OrmoWord val1 = 0,
+             OrmoWord val2 = 0);
+
+// A temporary folder, removed with everything in it.
+class Folder {
+public:
+    Folder();
+    ~Folder();
+    Folder(const Folder&) = delete;
+    Folder& operator=(const Folder&) = delete;
+    void write(const std::string& name, const std::string& content) const;
+    void linkFont(const std::string& name) const;
+    std::string path() const { return mPath.string(); }
+
+private:
+    std::filesystem::path mPath;
+};
+
+struct TimedEvent {
+    int64_t frame;
+    uint8_t status, data1, data2;
+};
+
+using Channels = std::vector<std::vector<float>>;
+
+struct Setup {
+    uint32_t channels = 2;
+    uint32_t compatSlots = 0;
+    int rate = 44100;
+    bool offline = false;
+};
+
+// An open engine with the test SoundFont, running.
+class Engine {
+public:
+    explicit Engine(const Setup& setup = {});
+    ~Engine();
+    Engine(const Engine&) = delete;
+    Engine& operator=(const Engine&) = delete;
+
+    uint32_t handle() const { return mHandle; }
+    // From the engine's present position on; events count from there.
+    Channels render(const std::vector<TimedEvent>& events, int frames, int block = 512) const;
+    std::vector<uint8_t> chunk() const;
+    int32_t setChunk(const std::vector<uint8_t>& bytes) const;
+    template <class Value>
+    int32_t property(uint32_t id, Value& value) const {
+        static_assert(sizeof value == 4);
+        return call(mHandle, kOpVendorProperty, &value, nullptr, nullptr, id);
+    }
+    void restart(bool offline = false) const;
+
+private:
+    Folder mFolder;
+    std::string mDataDir;
+    EngineOpenBlock mBlock{};
+    uint32_t mHandle = 0;
+};
+
+// A dense piece on all 16 channels: notes, programs, controllers, bends and pressures from a fixed
+// seed, at any frame.
+std::vector<TimedEvent> busyPiece(int64_t frames);
+
+float peak(const std::vector<float>& samples);
+
+} // namespace velnor::soundfont

@@ -1,0 +1,268 @@
+#include "engines/soundfont/tests/EngineUnderTest.h"
+
+#include <cmath>
+#include <fluidsynth.h>
+#include <gtest/gtest.h>
+#include <memory>
+
+namespace velnor::soundfont {
+namespace {
+
+constexpr int kFrames = 60000;
+
+void sendDirect(fluid_synth_t* synth, const TimedEvent& event) {
+    const int channel = event.status & 0x0F;
+    switch (event.status & 0xF0) {
+    case 0x90:
+        fluid_synth_noteon(synth, channel, event.data1, event.data2);
+        break;
+    case 0xB0:
+        fluid_synth_cc(synth, channel, event.data1, event.data2);
+        break;
+    case 0xC0:
+        fluid_synth_program_change(synth, channel, event.data1);
+        break;
+    case 0xD0:
+        fluid_synth_channel_pressure(synth, channel, event.data1);
+        break;
+    case 0xE0:
+        fluid_synth_pitch_bend(synth, channel, event.data1 | event.data2 << 7);
+        break;
+    default:
+        FAIL();
+    }
+}
+
+// What FluidSynth renders by itself, fetched up to each event.
+Channels renderDirect(const std::vector<TimedEvent>& events, int frames, int rate, bool highest) {
+    fluid_set_log_function(FLUID_WARN, nullptr, nullptr);
+    std::unique_ptr<fluid_settings_t, decltype(&delete_fluid_settings)> settings(
+        new_fluid_settings(), delete_fluid_settings);
+    fluid_settings_setnum(settings.get(), "synth.sample-rate", rate);
+    std::unique_ptr<fluid_synth_t, decltype(&delete_fluid_synth)> synth(
+        new_fluid_synth(settings.get()), delete_fluid_synth);
+    fluid_synth_sfload(synth.get(), kFontFile, 1);
+    fluid_synth_set_interp_method(synth.get(), -1, highest ? 7 : 4);
+    Channels out(2, std::vector<float>(static_cast<size_t>(frames)));
+    int position = 0;
+    const auto renderTo = [&](int end) {
+        fluid_synth_write_float(synth.get(), end - position, out[0].data(), position, 1,
+                                out[1].data(), position, 1);
+        position = end;
+    };
+    for (const TimedEvent& event : events) {
+        if (event.frame > position) {
+            renderTo(static_cast<int>(event.frame));
+        }
+        sendDirect(synth.get(), event);
+    }
+    renderTo(frames);
+    return out;
+}
+
+TEST(Render, EqualsFluidSynthAloneSampleForSample) {
+    const auto piece = busyPiece(kFrames - 1);
+    for (const int rate : {8000, 44100, 48000, 96000}) {
+        for (const bool offline : {false, true}) {
+            const Engine engine({2, 0, rate, offline});
+            const Channels ours = engine.render(piece, kFrames);
+            EXPECT_GT(peak(ours[0]), 0.05F);
+            EXPECT_EQ(ours, renderDirect(piece, kFrames, rate, offline)) << rate << offline;
+        }
+    }
+}
+
+TEST(Render, IsTheSameInEveryBlockSize) {
+    const auto piece = busyPiece(kFrames - 1);
+    for (const uint32_t channels : {2U, 8U}) {
+        const Channels reference = Engine({channels}).render(piece, kFrames, 512);
+        for (const int block : {1, 64, 137, 4096, kFrames}) {
+            EXPECT_EQ(Engine({channels}).render(piece, kFrames, block), reference) << block;
+        }
+    }
+}
+
+TEST(Render, AnEventCountsFromTheFirst64FrameBlockThatIsNotComputedYet) {
+    const struct {
+        int64_t event, first;
+    } cases[] = {{0, 0}, {1, 64}, {63, 64}, {64, 64}, {65, 128}, {1000, 1024}, {1024, 1024}};
+    for (const auto& test : cases) {
+        Engine engine;
+        float off = 0;
+        engine.property(0x10004, off); // the reverb is never quite silent
+        engine.property(0x10006, off);
+        const auto out = engine.render({{test.event, 0x99, 42, 127}}, 2048, 100);
+        size_t first = 0;
+        while (first < out[0].size() && out[0][first] == 0.0F) {
+            ++first;
+        }
+        EXPECT_GE(first, static_cast<size_t>(test.first)) << test.event;
+        EXPECT_LT(first, static_cast<size_t>(test.first) + 4) << test.event;
+    }
+}
+
+TEST(Render, EventsOutsideTheBlockCountAtItsEdges) {
+    const auto rendered = [](std::vector<int32_t> offsets) {
+        const Engine engine;
+        auto block = std::make_unique<MIDIEventBlock>();
+        for (const int32_t offset : offsets) {
+            MIDIEvent& event = block->events[block->count];
+            event.data[0] = 0x90;
+            event.data[1] = static_cast<uint8_t>(60 + block->count++);
+            event.data[2] = 100;
+            event.offset = offset;
+        }
+        Channels out(2, std::vector<float>(512));
+        float* buffers[] = {out[0].data(), out[1].data()};
+        EXPECT_EQ(call(engine.handle(), kOpProcess, block.get(), buffers, nullptr, 512), 0);
+        const Channels rest = engine.render({}, 512);
+        out.insert(out.end(), rest.begin(), rest.end());
+        return out;
+    };
+    EXPECT_EQ(rendered({INT32_MIN, -1}), rendered({0, 0}));
+    EXPECT_EQ(rendered({100, 513}), rendered({100, 512}));
+    EXPECT_EQ(rendered({100, INT32_MAX}), rendered({100, 512}));
+    EXPECT_EQ(rendered({256, 0}), rendered({256, 256}));
+}
+
+TEST(Render, MalformedMessagesAndOversizedCountsAreIgnored) {
+    const Engine engine;
+    const Channels idle = Engine().render({}, 1024);
+    EXPECT_EQ(engine.render({{0, 0x10, 60, 100},
+                             {0, 0x90, 128, 100},
+                             {0, 0x90, 60, 200},
+                             {0, 0xF0, 60, 100},
+                             {0, 0xF8, 0, 0}},
+                            1024),
+              idle);
+    auto block = std::make_unique<MIDIEventBlock>();
+    block->count = UINT32_MAX;
+    std::vector<float> left(64), right(64);
+    float* buffers[] = {left.data(), right.data()};
+    EXPECT_EQ(call(engine.handle(), kOpProcess, block.get(), buffers, nullptr, 64), 0);
+    EXPECT_NE(call(engine.handle(), kOpProcess, nullptr, buffers, nullptr, 64), 0);
+    EXPECT_NE(call(engine.handle(), kOpProcess, block.get(), nullptr, nullptr, 64), 0);
+    EXPECT_NE(call(engine.handle(), kOpProcess, block.get(), buffers, nullptr, -1), 0);
+}
+
+TEST(Render, SpreadsMidiChannelsOverPairsWithTheirEffects) {
+    for (const uint32_t channels : {4U, 8U, 32U}) {
+        const uint32_t pairs = channels / 2;
+        for (const uint8_t midi : {uint8_t{0}, uint8_t{3}, uint8_t{15}}) {
+            const auto out =
+                Engine({channels}).render({{0, static_cast<uint8_t>(0x90 | midi), 60, 127}}, 8192);
+            for (uint32_t channel = 0; channel < channels; ++channel) {
+                const bool sounds = channel / 2 == midi % pairs;
+                EXPECT_EQ(peak(out[channel]) > 1e-3F, sounds) << channels << " " << channel;
+                EXPECT_EQ(peak(out[channel]) > 1e-6F, sounds) << "no reverb on other pairs";
+            }
+        }
+    }
+}
+
+TEST(Render, TheSumOfThePairsIsTheStereoMix) {
+    const auto piece = busyPiece(kFrames - 1);
+    const Channels stereo = Engine().render(piece, kFrames);
+    const Channels pairs = Engine({8}).render(piece, kFrames);
+    for (size_t i = 0; i < stereo[0].size(); ++i) {
+        ASSERT_NEAR(pairs[0][i] + pairs[2][i] + pairs[4][i] + pairs[6][i], stereo[0][i], 1e-5F);
+    }
+}
+
+TEST(Render, CompatSlotsPlayEverythingOnTheFirstChannel) {
+    const std::vector<TimedEvent> bare = {{0, 0xC0, 40, 0}, {10, 0x90, 60, 100}, {20, 0xF0, 0, 0}};
+    const std::vector<TimedEvent> numbered = {
+        {0, 0xC3, 40, 0}, {10, 0x95, 60, 100}, {20, 0xFF, 0, 0}};
+    const Channels expected = Engine().render(bare, 4096);
+    EXPECT_EQ(Engine({2, 1}).render(bare, 4096), expected);
+    EXPECT_EQ(Engine({2, 1}).render(numbered, 20), Engine().render(bare, 20));
+    EXPECT_NE(Engine({2, 1}).render(numbered, 4096), expected); // the reset counts
+}
+
+TEST(Render, ASystemResetSilencesAndRestoresTheChannels) {
+    const Engine engine;
+    const auto fresh = engine.chunk();
+    engine.render({{0, 0xC0, 40, 0}, {0, 0xB3, 7, 5}, {0, 0x90, 60, 127}, {4000, 0xFF, 0, 0}},
+                  4096);
+    EXPECT_EQ(engine.chunk(), fresh);
+    int32_t voices = -1;
+    engine.render({}, 128, 64); // a voice is counted until the block after its end
+    EXPECT_EQ(engine.property(0x1001B, voices), 0);
+    EXPECT_EQ(voices, 0);
+}
+
+TEST(Lifecycle, ResumeAfterSuspendSoundsLikeANewEngine) {
+    const auto piece = busyPiece(kFrames - 1);
+    const Channels fresh = Engine().render(piece, kFrames);
+    const Engine engine;
+    engine.render({{100, 0x90, 60, 127}, {110, 0x95, 64, 127}}, 12345, 100);
+    EXPECT_EQ(call(engine.handle(), kOpSuspend), 0);
+    for (const auto& channel : engine.render(piece, 4096)) {
+        EXPECT_EQ(peak(channel), 0.0F);
+    }
+    EXPECT_EQ(call(engine.handle(), kOpResume), 0);
+    EXPECT_EQ(engine.render(piece, kFrames), fresh);
+}
+
+TEST(Lifecycle, SuspendKeepsProgramsAndControllers) {
+    const Engine engine;
+    engine.render({{0, 0xC2, 19, 0}, {0, 0xB2, 7, 33}, {0, 0xE2, 1, 80}}, 64);
+    const auto before = engine.chunk();
+    engine.restart();
+    EXPECT_EQ(engine.chunk(), before);
+    Engine other;
+    other.render({{0, 0xC2, 19, 0}, {0, 0xB2, 7, 33}, {0, 0xE2, 1, 80}}, 64);
+    other.restart();
+    const std::vector<TimedEvent> note = {{0, 0x92, 60, 100}};
+    EXPECT_EQ(engine.render(note, 4096), other.render(note, 4096));
+    EXPECT_NE(engine.render(note, 4096), Engine().render(note, 4096));
+}
+
+TEST(Lifecycle, ALaterRateSoundsLikeAnEngineOpenedAtIt) {
+    const auto piece = busyPiece(kFrames - 1);
+    const Engine engine;
+    engine.render(piece, kFrames);
+    for (const int rate : {96000, 22050}) {
+        call(engine.handle(), kOpSuspend);
+        EXPECT_EQ(call(engine.handle(), kOpSetRateAndBlockSize, nullptr, nullptr, nullptr, rate),
+                  0);
+        call(engine.handle(), kOpResume);
+        const Engine fresh({2, 0, rate});
+        const auto expected = fresh.render(piece, kFrames);
+        engine.setChunk(Engine().chunk());
+        EXPECT_EQ(engine.render(piece, kFrames), expected) << rate;
+    }
+}
+
+TEST(Lifecycle, ARateThatCannotBeIsRefusedAndSilent) {
+    const Engine engine;
+    const std::vector<TimedEvent> note = {{0, 0x90, 60, 100}};
+    for (const int rate : {0, -1, 7999, 96001}) {
+        testing::internal::CaptureStderr();
+        EXPECT_NE(call(engine.handle(), kOpSetRateAndBlockSize, nullptr, nullptr, nullptr, rate),
+                  0);
+        EXPECT_NE(testing::internal::GetCapturedStderr().find(std::to_string(rate)),
+                  std::string::npos);
+        EXPECT_EQ(peak(engine.render(note, 512)[0]), 0.0F);
+    }
+    EXPECT_EQ(call(engine.handle(), kOpSetRateAndBlockSize, nullptr, nullptr, nullptr, 44100), 0);
+    EXPECT_GT(peak(engine.render(note, 4096)[0]), 0.001F);
+}
+
+TEST(Render, TheTailHasNeitherDenormalsNorNans) {
+    const Engine engine;
+    engine.render(busyPiece(20000), 20000);
+    std::vector<TimedEvent> off;
+    for (uint8_t channel = 0; channel < 16; ++channel) {
+        off.push_back({0, static_cast<uint8_t>(0xB0 | channel), 121, 0});
+        off.push_back({0, static_cast<uint8_t>(0xB0 | channel), 123, 0});
+    }
+    const auto tail = engine.render(off, 44100 * 10, 4096);
+    for (const float sample : tail[0]) {
+        ASSERT_TRUE(std::isnormal(sample) || sample == 0.0F);
+    }
+    EXPECT_LT(std::fabs(tail[0].back()), 1e-6F);
+}
+
+} // namespace
+} // namespace velnor::soundfont
