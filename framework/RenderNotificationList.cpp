@@ -41,14 +41,23 @@ RenderNotificationList::Node* RenderNotificationList::TakeNode() {
     if (first == nullptr) {
         return new Node{};
     }
-    if (Node* const rest = first->next; rest != nullptr) {
-        Node* last = rest;
-        while (last->next != nullptr) {
-            last = last->next;
-        }
-        PushChain(mRecycled, rest, last);
-    }
+    PutBack(first->next);
     return first;
+}
+
+/// Nearly always nothing was spent meanwhile, and the chain's end need not be looked for.
+void RenderNotificationList::PutBack(Node* inChain) {
+    Node* none = nullptr;
+    if (inChain == nullptr ||
+        mRecycled.compare_exchange_strong(none, inChain, std::memory_order_release,
+                                          std::memory_order_relaxed)) {
+        return;
+    }
+    Node* last = inChain;
+    while (last->next != nullptr) {
+        last = last->next;
+    }
+    PushChain(mRecycled, inChain, last);
 }
 
 void RenderNotificationList::PushChain(Stack& ioStack, Node* inFirst, Node* inLast) {

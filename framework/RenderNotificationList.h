@@ -50,6 +50,7 @@ private:
 
     void Request(Kind inKind, AURenderCallback inCallback, void* inUserData);
     Node* TakeNode();
+    void PutBack(Node* inChain);
     static void PushChain(Stack& ioStack, Node* inFirst, Node* inLast);
     static Node* Reversed(Node* inChain) VELNOR_NONBLOCKING;
     static void Free(Node* inChain);
