@@ -82,7 +82,8 @@ protected:
     // "slot path version" for each entry.
     static Texts entries(const std::string& type = "AU") {
         std::vector<PluginInfo> list;
-        EXPECT_EQ(listPluginPathVersion(kVendor, kProduct, list, type), !list.empty());
+        const bool found = listPluginPathVersion(kVendor, kProduct, list, type);
+        EXPECT_EQ(found, !list.empty());
         Texts out;
         for (const PluginInfo& info : list)
             out.push_back(info.slot + " " + info.path + " " + info.version);
