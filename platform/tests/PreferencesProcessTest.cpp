@@ -1,0 +1,181 @@
+#include "platform/tests/PreferencesHome.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <csignal>
+#include <fcntl.h>
+#include <functional>
+#include <sys/file.h>
+#include <sys/ptrace.h>
+#include <sys/resource.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace velnor::test {
+namespace {
+
+/* A child process that runs work, whose result is its success. */
+pid_t Start(const std::function<bool()>& work) {
+    const pid_t child = fork();
+    if (child == 0) {
+        _exit(work() ? 0 : 1);
+    }
+    return child;
+}
+
+bool Succeeds(pid_t child) {
+    int status = 0;
+    return waitpid(child, &status, 0) == child && WIFEXITED(status) && WEXITSTATUS(status) == 0;
+}
+
+TEST(PreferencesProcess, WritersOfDifferentKeysLoseNothing) {
+    const TempHome home;
+    constexpr int kWriters = 6;
+    constexpr int kKeys = 20;
+    std::vector<pid_t> writers;
+    for (int w = 0; w < kWriters; ++w) {
+        writers.push_back(Start([w] {
+            bool saved = true;
+            for (int i = 0; i < kKeys; ++i) {
+                const std::string key = std::to_string(w) + "." + std::to_string(i);
+                saved = Save(key, Value(key).Get()) && saved;
+            }
+            return saved;
+        }));
+    }
+    for (const pid_t writer : writers) {
+        EXPECT_TRUE(Succeeds(writer));
+    }
+    EXPECT_EQ(KeyList().size(), std::size_t{kWriters * kKeys});
+    for (int w = 0; w < kWriters; ++w) {
+        for (int i = 0; i < kKeys; ++i) {
+            const std::string key = std::to_string(w) + "." + std::to_string(i);
+            EXPECT_EQ(Search(key), key);
+        }
+    }
+}
+
+/* Lets the child run up to its stop-th entry into or return from the system, and kills it there.
+ * True when it had ended before. */
+bool KillAtStop(pid_t child, int stop) {
+    int status = 0;
+    waitpid(child, &status, 0);
+    for (int i = 0; i < stop; ++i) {
+        ptrace(PTRACE_SYSCALL, child, nullptr, nullptr);
+        waitpid(child, &status, 0);
+        if (!WIFSTOPPED(status)) {
+            return true;
+        }
+    }
+    kill(child, SIGKILL);
+    waitpid(child, &status, 0);
+    return false;
+}
+
+pid_t StartTraced(const std::function<bool()>& work) {
+    return Start([&work] {
+        ptrace(PTRACE_TRACEME, 0, nullptr, nullptr);
+        raise(SIGSTOP);
+        return work();
+    });
+}
+
+bool CanTrace() {
+    const pid_t child = Start([] { return ptrace(PTRACE_TRACEME, 0, nullptr, nullptr) == 0; });
+    return Succeeds(child);
+}
+
+TEST(PreferencesProcess, AWriterKilledAtAnyStepLeavesTheOldFileOrTheNewOne) {
+    if (!CanTrace()) {
+        GTEST_SKIP() << "this system does not let a process trace its child";
+    }
+    const std::string old = PlistFile("<key>k</key><string>old</string><key>n</key><true/>");
+    int stops = 0;
+    int oldLeft = 0;
+    int newLeft = 0;
+    for (bool ended = false; !ended; ++stops) {
+        const TempHome home;
+        WriteFile(PathOf(), old);
+        ended = KillAtStop(StartTraced([] { return Save("k", Value("new").Get()); }), stops);
+        if (ReadFile(PathOf()) == old) {
+            ++oldLeft;
+        } else {
+            ++newLeft;
+            ASSERT_EQ(Search("k"), "new") << stops;
+        }
+        ASSERT_TRUE(Load("n")) << stops;
+        ASSERT_TRUE(Save("after", Value("x").Get())) << "a lock is left at stop " << stops;
+        ASSERT_EQ(KeyList().size(), 3U);
+    }
+    EXPECT_GT(oldLeft, 10);
+    EXPECT_GT(newLeft, 1);
+}
+
+TEST(PreferencesProcess, AWriterKilledOverADamagedFileKeepsItsContent) {
+    if (!CanTrace()) {
+        GTEST_SKIP() << "this system does not let a process trace its child";
+    }
+    int stops = 0;
+    for (bool ended = false; !ended; ++stops) {
+        const TempHome home;
+        const std::string damaged = "not a property list";
+        WriteFile(PathOf(), damaged);
+        ended = KillAtStop(StartTraced([] { return Save("k", Value("new").Get()); }), stops);
+        ASSERT_TRUE(ReadFile(PathOf()) == damaged || Search("k") == "new") << stops;
+        ASSERT_TRUE(Save("after", Value("x").Get()));
+        ASSERT_EQ(ReadFile(PathOf() + ".damaged"), damaged) << stops;
+        ASSERT_FALSE(std::filesystem::exists(PathOf() + ".damaged-2")) << stops;
+    }
+}
+
+TEST(PreferencesProcess, AFullDiskLeavesTheOldFile) {
+    const TempHome home;
+    ASSERT_TRUE(Save("k", Value("old").Get()));
+    const std::string before = ReadFile(PathOf());
+    EXPECT_TRUE(Succeeds(Start([] {
+        signal(SIGXFSZ, SIG_IGN);
+        const rlimit none{64, 64};
+        return setrlimit(RLIMIT_FSIZE, &none) == 0 && !Save("k", Value("new").Get()) &&
+               Search("k") == "new";
+    })));
+    EXPECT_EQ(ReadFile(PathOf()), before);
+    EXPECT_FALSE(std::filesystem::exists(home.ConfigHome() + "/velnor/.new"));
+    EXPECT_EQ(Search("k"), "old");
+}
+
+TEST(PreferencesProcess, AWriterWaitsForTheOneThatHoldsTheLock) {
+    const TempHome home;
+    ASSERT_TRUE(Save("k", Value("old").Get()));
+    const int lock = open((home.ConfigHome() + "/velnor/.lock").c_str(), O_RDWR | O_CLOEXEC);
+    ASSERT_EQ(flock(lock, LOCK_EX), 0);
+    const pid_t writer = Start([lock] {
+        close(lock);
+        return Save("k", Value("new").Get());
+    });
+    usleep(50000);
+    EXPECT_EQ(Search("k"), "old");
+    close(lock);
+    EXPECT_TRUE(Succeeds(writer));
+    EXPECT_EQ(Search("k"), "new");
+}
+
+TEST(PreferencesProcess, AnotherProgramReadsOurFileAndWritesOneThatWeRead) {
+    const TempHome home;
+    ASSERT_TRUE(Save("ours", Value("&<\u00E9>").Get()));
+    const std::string script = WriteFile(home.Root() + "/other.py", R"(
+import plistlib, sys
+tree = plistlib.load(open(sys.argv[1], 'rb'))
+assert tree == {'ours': '&<\u00e9>'}, tree
+tree['theirs'] = '\U0001f600'
+plistlib.dump(tree, open(sys.argv[1], 'wb'), fmt=getattr(plistlib, sys.argv[2]))
+)");
+    for (const std::string form : {"FMT_XML", "FMT_BINARY"}) {
+        ASSERT_EQ(std::system(("python3 " + script + " " + PathOf() + " " + form).c_str()), 0);
+        EXPECT_EQ(Search("theirs"), "\xF0\x9F\x98\x80");
+        ASSERT_TRUE(Save("theirs", nullptr));
+    }
+}
+
+} // namespace
+} // namespace velnor::test

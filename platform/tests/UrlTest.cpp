@@ -1,0 +1,89 @@
+#include "platform/CFURL.h"
+#include "platform/tests/TempFolder.h"
+#include "platform/tests/Values.h"
+
+#include <gtest/gtest.h>
+
+namespace velnor::test {
+namespace {
+
+using Url = CFRef<CFURLRef>;
+
+Url OfBytes(std::string_view text) {
+    return Url(CFURLCreateWithBytes(nullptr, reinterpret_cast<const UInt8*>(text.data()),
+                                    static_cast<CFIndex>(text.size()), kCFStringEncodingASCII,
+                                    nullptr));
+}
+
+Url OfPath(std::string_view path, bool isDirectory = false) {
+    return Url(CFURLCreateFromFileSystemRepresentation(
+        nullptr, reinterpret_cast<const UInt8*>(path.data()), static_cast<CFIndex>(path.size()),
+        isDirectory));
+}
+
+std::string PathOf(const Url& url) {
+    char path[4096];
+    const bool fits = CFURLGetFileSystemRepresentation(url.Get(), true,
+                                                       reinterpret_cast<UInt8*>(path), sizeof path);
+    return fits ? path : "<none>";
+}
+
+TEST(Url, TakesUrlsWithASchemeAndNothingElse) {
+    for (const std::string_view text :
+         {"http://example.org", "https://u:p@example.org:80/a/b;c?q=1&r=%20/?#frag/?", "mailto:a@b",
+          "HTTP://[2001:db8::1]:443/", "x+y-z.1:", "file:///", "urn:a:b"}) {
+        const Url url = OfBytes(text);
+        ASSERT_TRUE(url) << text;
+        EXPECT_EQ(Text(CFURLGetString(url.Get())), text);
+    }
+    for (const std::string_view text :
+         {"", "example.org", "/path", ":x", "1http://x", "ht tp://x", "http://a b", "http://x/%",
+          "http://x/%4", "http://x/%zz", "http://x/\u00E9", "http://x/<", "http://x/[",
+          "http://[::1", "http://x:8a/", "http://x#a#b", "http://a@b@c/", "http://x/\n"}) {
+        EXPECT_FALSE(OfBytes(text)) << text;
+    }
+    EXPECT_FALSE(OfBytes(std::string_view("http://x/\0", 10)));
+}
+
+TEST(Url, PathsBecomeFileUrlsAndComeBack) {
+    const std::string here = std::filesystem::current_path().string();
+    struct Case {
+        std::string path;
+        bool isDirectory;
+        std::string url;
+        std::string back;
+    };
+    for (const Case& c : {Case{"/", true, "file:///", "/"},
+                          {"/a b/%", false, "file:///a%20b/%25", "/a b/%"},
+                          {"/dir//", true, "file:///dir/", "/dir"},
+                          {"/\xFF?#", false, "file:///%FF%3F%23", "/\xFF?#"}}) {
+        const Url url = OfPath(c.path, c.isDirectory);
+        EXPECT_EQ(Text(CFURLGetString(url.Get())), c.url);
+        EXPECT_EQ(PathOf(url), c.back);
+        EXPECT_EQ(PathOf(OfBytes(c.url)), c.back);
+    }
+    EXPECT_EQ(PathOf(OfPath("x")), here + "/x");
+    EXPECT_EQ(PathOf(OfBytes("FILE://localhost/a")), "/a");
+    for (const char* other : {"file://host/a", "http://x/a", "file:a", "file:///a%00b"}) {
+        EXPECT_EQ(PathOf(OfBytes(other)), "<none>") << other;
+    }
+    EXPECT_FALSE(OfPath(""));
+    EXPECT_FALSE(OfPath(std::string_view("/a\0b", 4)));
+    UInt8 small[2];
+    EXPECT_FALSE(CFURLGetFileSystemRepresentation(OfPath("/a").Get(), true, small, 2));
+}
+
+TEST(Url, ResolvesWhatExists) {
+    const TempFolder folder;
+    const std::string file = WriteFile(folder / "f\u00E9", "x");
+    FSRef ref;
+    const Url url(
+        CFURLCreateWithFileSystemPath(nullptr, String(file).Get(), kCFURLPOSIXPathStyle, true));
+    ASSERT_TRUE(CFURLGetFSRef(url.Get(), &ref)) << "of whatever kind it is";
+    EXPECT_EQ(std::string(ref.path), file);
+    EXPECT_FALSE(CFURLGetFSRef(OfPath(folder / "absent").Get(), &ref));
+    EXPECT_FALSE(CFURLGetFSRef(OfBytes("http://x/").Get(), &ref));
+}
+
+} // namespace
+} // namespace velnor::test
