@@ -11,6 +11,11 @@ namespace velnor::soundfont {
 // is none. Thread any, concurrent, may block.
 std::string chooseFontFile(const std::string& folder);
 
+// Throws std::runtime_error when the file is no SoundFont or ends early. FluidSynth would find that
+// too, but then tries the file in other formats, and a library of those prints its own complaints.
+// Thread any, concurrent, may block.
+void checkFontFile(const std::string& path);
+
 } // namespace velnor::soundfont
 
 #endif

@@ -32,6 +32,7 @@ std::unique_ptr<Instance> Instance::open(const EngineOpenBlock& block) {
         throw std::runtime_error("no data directory was given");
     }
     const std::string font = chooseFontFile(block.dataDir);
+    checkFontFile(font);
     auto synth = std::make_unique<Synth>(font, static_cast<int>(block.channelCount / 2));
     return std::make_unique<Instance>(std::move(synth), block.compatSlots == 1);
 }

@@ -1,0 +1,214 @@
+#include "engines/soundfont/SoundFontProperties.h"
+#include "engines/soundfont/tests/EngineUnderTest.h"
+#include "platform/CFRef.h"
+#include "platform/Controls.h"
+
+#include <algorithm>
+#include <atomic>
+#include <gtest/gtest.h>
+#include <thread>
+
+namespace velnor::soundfont {
+namespace {
+
+std::string openRefusal(const char* dataDir, uint32_t channels = 2) {
+    EngineOpenBlock block{};
+    block.channelCount = channels;
+    block.dataDir = dataDir;
+    uint32_t handle = 0;
+    testing::internal::CaptureStderr();
+    EXPECT_NE(call(0, kOpOpenInstance, &block, &handle), 0);
+    std::string line = testing::internal::GetCapturedStderr();
+    EXPECT_EQ(handle, 0U);
+    EXPECT_EQ(std::count(line.begin(), line.end(), '\n'), 1) << line;
+    return line;
+}
+
+TEST(Entry, TellsItsVersion) {
+    char text[kOrmoVersionTextSize] = "untouched";
+    EXPECT_EQ(call(0, kOpGetVersion, text), 0);
+    EXPECT_STREQ(text, "1.0.3");
+}
+
+TEST(Entry, OpcodesThatDoNotExistAreRefused) {
+    for (const uint32_t opcode : {0U, 7U, 14U, 16U, 17U, 20U, 27U, 29U, 31U, ~0U}) {
+        EXPECT_NE(call(Engine().handle(), opcode), 0) << opcode;
+    }
+}
+
+TEST(Open, SaysInOneLineWhyTheHandleStaysZero) {
+    const Folder empty, broken;
+    broken.write("b.sf2", "RIFF, but nothing more");
+    EXPECT_NE(openRefusal("/nonexistent/folder").find("/nonexistent/folder"), std::string::npos);
+    EXPECT_NE(openRefusal(empty.path().c_str()).find(empty.path()), std::string::npos);
+    EXPECT_NE(openRefusal(broken.path().c_str()).find("b.sf2"), std::string::npos);
+    const Folder truncated;
+    truncated.write("a.sf2", std::string("RIFF\xFF\xFF\0\0sfbk", 12) + std::string(1000, 'x'));
+    EXPECT_NE(openRefusal(truncated.path().c_str()).find("truncated"), std::string::npos);
+    EXPECT_NE(openRefusal("").find("data directory"), std::string::npos);
+    for (const uint32_t channels : {0U, 1U, 3U, 34U, ~0U}) {
+        openRefusal(empty.path().c_str(), channels);
+    }
+}
+
+TEST(Open, TakesTheFirstFontInByteOrder) {
+    const Folder folder;
+    folder.linkFont("b.SF2");
+    folder.linkFont("a.sf2.bak");
+    folder.linkFont(".sf2");
+    std::filesystem::create_directory(folder.path() + "/A.sf2");
+    EngineOpenBlock block{};
+    block.channelCount = 2;
+    const std::string path = folder.path();
+    block.dataDir = path.c_str();
+    uint32_t handle = 0;
+    EXPECT_EQ(call(0, kOpOpenInstance, &block, &handle), 0) << "others are no SoundFont files";
+    EXPECT_EQ(call(handle, kOpCloseInstance), 0);
+    folder.write("\xC3\xA4.sf2", "broken, but last");
+    EXPECT_EQ(call(0, kOpOpenInstance, &block, &handle), 0);
+    EXPECT_EQ(call(handle, kOpCloseInstance), 0);
+    folder.write("Z.sf3", "broken");
+    EXPECT_NE(openRefusal(path.c_str()).find("/Z.sf3\""), std::string::npos);
+}
+
+TEST(Handles, ClosedAndInventedOnesAreRefusedByEveryOpcode) {
+    uint32_t closed = 0;
+    {
+        const Engine engine;
+        closed = engine.handle();
+    }
+    const Engine open; // may be in the closed one's place
+    EXPECT_NE(open.handle(), closed);
+    const auto editor = std::make_unique<uint32_t>();
+    for (const uint32_t handle : {closed, 0U, 1U, open.handle() + 1, ~0U}) {
+        for (const uint32_t opcode :
+             {kOpCloseInstance, kOpSetRateAndBlockSize, kOpSuspend, kOpResume, kOpProcess,
+              kOpGetChunk, kOpSetChunk, kOpAttachEditor, kOpDetachEditor, kOpEditorDestroy,
+              kOpEditorOpen, kOpEditorIdle, kOpEditorGetView, kOpVendorProperty}) {
+            EXPECT_NE(call(handle, opcode, editor.get(), editor.get(), nullptr, 44100), 0);
+        }
+        EXPECT_NE(call(0, kOpEditorCreate, "", editor.get(),
+                       reinterpret_cast<void*>(static_cast<uintptr_t>(handle))),
+                  0);
+        EXPECT_EQ(*editor, 0U);
+    }
+}
+
+TEST(Handles, InstancesDoNotHearEachOther) {
+    const std::vector<TimedEvent> note = {{0, 0xC0, 40, 0}, {1, 0x90, 60, 100}};
+    const Channels alone = Engine().render(note, 4096);
+    const Engine first, second;
+    second.render({{0, 0xC0, 7, 0}, {0, 0xB0, 7, 1}}, 64);
+    EXPECT_EQ(first.render(note, 4096), alone);
+    EXPECT_NE(first.chunk(), second.chunk());
+}
+
+class EditorTest : public testing::Test {
+protected:
+    void SetUp() override {
+        const auto engine = reinterpret_cast<void*>(static_cast<uintptr_t>(mEngine.handle()));
+        EXPECT_EQ(call(0, kOpEditorCreate, "/data/OrmoSetup.xml", &mEditor, engine), 0);
+        EXPECT_EQ(call(mEditor, kOpEditorOpen, nullptr, nullptr, nullptr, 1), 0);
+        EXPECT_EQ(call(mEngine.handle(), kOpAttachEditor, editorWord()), 0);
+        EXPECT_EQ(call(mEditor, kOpEditorGetView, &mRoot), 0);
+        ASSERT_NE(mRoot, nullptr);
+    }
+    const void* editorWord() const {
+        return reinterpret_cast<const void*>(static_cast<uintptr_t>(mEditor));
+    }
+    std::string line(UInt16 number) const {
+        ControlRef control = nullptr;
+        GetIndexedSubControl(mRoot, number, &control);
+        const CFRef<CFStringRef> text(PlatformControlCopyText(control));
+        char buffer[256] = "";
+        CFStringGetCString(text.Get(), buffer, sizeof buffer, kCFStringEncodingUTF8);
+        return buffer;
+    }
+
+    Engine mEngine;
+    uint32_t mEditor = 0;
+    ControlRef mRoot = nullptr;
+};
+
+TEST_F(EditorTest, ShowsProgramsAndVoicesAfterIdle) {
+    UInt16 lines = 0;
+    CountSubControls(mRoot, &lines);
+    EXPECT_EQ(lines, 17);
+    HIRect frame{};
+    HIViewGetFrame(mRoot, &frame);
+    EXPECT_GT(frame.size.width, 0);
+    EXPECT_GT(frame.size.height, 0);
+    mEngine.render({{0, 0xC2, 40, 0}, {0, 0x92, 60, 100}}, 256);
+    EXPECT_EQ(call(mEditor, kOpEditorIdle), 0);
+    EXPECT_EQ(line(3), "Channel 3: Violin");
+    EXPECT_EQ(line(10), "Channel 10: Standard");
+    EXPECT_NE(line(17), "Voices: 0");
+    EXPECT_EQ(call(mEngine.handle(), kOpDetachEditor, editorWord()), 0);
+    EXPECT_EQ(call(mEditor, kOpEditorIdle), 0);
+    EXPECT_EQ(line(3), "Channel 3: -");
+    EXPECT_EQ(call(mEditor, kOpEditorDestroy), 0);
+    EXPECT_NE(call(mEditor, kOpEditorIdle), 0);
+}
+
+TEST_F(EditorTest, LeavesNoControlBehindInWhateverOrderThingsGo) {
+    const Rect bounds{0, 0, 400, 400};
+    WindowRef window = nullptr;
+    ASSERT_EQ(CreateNewWindow(kWindowCompositingAttribute, &bounds, &window), noErr);
+    ControlRef pane = nullptr;
+    GetRootControl(window, &pane);
+    EXPECT_EQ(EmbedControl(mRoot, pane), noErr);
+    UInt16 children = 0;
+    CountSubControls(pane, &children);
+    EXPECT_EQ(children, 1);
+    EXPECT_EQ(call(mEditor, kOpEditorDestroy), 0);
+    CountSubControls(pane, &children);
+    EXPECT_EQ(children, 0);
+
+    SetUp();
+    EmbedControl(mRoot, pane);
+    DisposeWindow(window);
+    EXPECT_EQ(call(mEditor, kOpEditorIdle), 0);
+    EXPECT_EQ(call(mEditor, kOpEditorDestroy), 0);
+}
+
+TEST_F(EditorTest, OutlivesItsEngine) {
+    mEngine.~Engine();
+    EXPECT_EQ(call(mEditor, kOpEditorIdle), 0);
+    EXPECT_EQ(line(1), "Channel 1: -");
+    EXPECT_EQ(call(mEditor, kOpEditorDestroy), 0);
+    new (&mEngine) Engine;
+}
+
+TEST(Threads, EveryCallMayComeWhileRendering) {
+    const Engine engine;
+    std::atomic<bool> isOver{false};
+    std::thread render([&] {
+        const auto piece = busyPiece(4096);
+        while (!isOver.load()) {
+            for (const auto& channel : engine.render(piece, 4096, 256)) {
+                EXPECT_LT(peak(channel), 10.0F);
+            }
+        }
+    });
+    const auto chunk = Engine().chunk();
+    for (int i = 0; i < 300; ++i) {
+        float gain = static_cast<float>(i % 10) / 20.0F;
+        float read = -1;
+        EXPECT_EQ(engine.property(kSoundFontGain, gain), 0);
+        EXPECT_EQ(engine.property(kSoundFontGain + kSoundFontGet, read), 0);
+        EXPECT_EQ(read, gain);
+        EXPECT_EQ(engine.chunk().size(), chunk.size());
+        if (i % 10 == 0) {
+            EXPECT_EQ(engine.setChunk(chunk), 0);
+            engine.restart(i % 20 == 0);
+            const int rate = i % 20 == 0 ? 48000 : 44100;
+            call(engine.handle(), kOpSetRateAndBlockSize, nullptr, nullptr, nullptr, rate, 256);
+        }
+        std::this_thread::yield();
+    }
+    isOver.store(true);
+    render.join();
+}
+
+} // namespace
+} // namespace velnor::soundfont
