@@ -1,0 +1,231 @@
+#include "platform/Clock.h"
+#include "platform/KernelText.h"
+#include "platform/LoadedImages.h"
+#include "platform/Process.h"
+#include "platform/SystemQueries.h"
+#include "platform/tests/TempHome.h"
+#include "platform/tests/Values.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <cerrno>
+#include <chrono>
+#include <dlfcn.h>
+#include <pwd.h>
+#include <sys/utsname.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace {
+
+using namespace velnor::test;
+using testing::AllOf;
+using testing::Ge;
+using testing::Le;
+using velnor::CFRef;
+
+UInt64 Whole(UnsignedWide wide) {
+    return (UInt64{wide.hi} << 32) | wide.lo;
+}
+
+TEST(Clock, AllClocksTellTheSameMonotonicTime) {
+    const auto steady = [] {
+        return static_cast<UInt64>(std::chrono::steady_clock::now().time_since_epoch().count());
+    };
+    UnsignedWide microseconds;
+    const UInt64 first = steady();
+    Microseconds(&microseconds);
+    const UInt64 ticks = mach_absolute_time();
+    const UInt64 last = steady();
+    const AbsoluteTime absolute{static_cast<UInt32>(ticks), static_cast<UInt32>(ticks >> 32)};
+    EXPECT_THAT(Whole(AbsoluteToNanoseconds(absolute)), AllOf(Ge(first), Le(last)));
+    EXPECT_THAT(Whole(microseconds), AllOf(Ge(first / 1000), Le(last / 1000)));
+}
+
+TEST(SystemQueries, NamedValuesComeInTheirWidthOrFail) {
+    SInt32 number = -1;
+    size_t length = sizeof number;
+    ASSERT_EQ(sysctlbyname("hw.activecpu", &number, &length, nullptr, 0), 0);
+    EXPECT_EQ(number, sysconf(_SC_NPROCESSORS_ONLN));
+    for (const char* name : {"mmx", "sse", "sse2", "sse3"}) {
+        const std::string flag = std::string("hw.optional.") + name;
+        ASSERT_EQ(sysctlbyname(flag.c_str(), &number, &length, nullptr, 0), 0) << name;
+        const std::string kernel = ReadFile("/proc/cpuinfo");
+        const std::string word =
+            std::string(name) == "sse3" ? " pni " : " " + flag.substr(12) + " ";
+        EXPECT_EQ(number != 0, kernel.find(word) != std::string::npos) << name;
+    }
+    UInt64 clock = 0;
+    length = sizeof clock;
+    if (sysctlbyname("hw.cpufrequency", &clock, &length, nullptr, 0) == 0) {
+        EXPECT_THAT(clock, AllOf(Ge(100'000'000U), Le(20'000'000'000U)));
+    } else {
+        EXPECT_EQ(errno, ENOENT);
+    }
+
+    length = 2;
+    EXPECT_EQ(sysctlbyname("hw.activecpu", &number, &length, nullptr, 0), -1);
+    EXPECT_EQ(errno, ENOMEM);
+    EXPECT_EQ(sysctlbyname("hw.activecpu", nullptr, &length, nullptr, 0), 0);
+    EXPECT_EQ(length, sizeof number);
+    for (const char* name : {"hw.none", "hw.optional.", "hw.optional.avx", ""}) {
+        EXPECT_EQ(sysctlbyname(name, &number, &length, nullptr, 0), -1) << name;
+        EXPECT_EQ(errno, ENOENT) << name;
+    }
+    EXPECT_EQ(sysctlbyname("hw.activecpu", &number, &length, &number, 4), -1);
+}
+
+TEST(SystemQueries, KernelTextsAreReadWithCare) {
+    using velnor::ClockOfCpuInfo;
+    using velnor::MemoryField;
+    EXPECT_EQ(ClockOfCpuInfo("processor\t: 0\ncpu MHz\t\t: 2399.998\ncpu MHz\t\t: 800.0\n"),
+              2'399'998'000U);
+    for (const char* text :
+         {"", "cpu MHz", "cpu MHz\t: 0.000\n", "cpu MHz\t: -5\n", "cpu MHz\t: fast\n",
+          "cpu MHz\t: inf\n", "cpu MHz\t: nan\n", "xcpu MHz\t: 800\n", "cpu MHz max: 800\n"}) {
+        EXPECT_EQ(ClockOfCpuInfo(text), std::nullopt) << text;
+    }
+    EXPECT_EQ(MemoryField("MemTotal: 9 kB\nMemFreeX: 8 kB\nMemFree:    7 kB\n", "MemFree"), 7168U);
+    EXPECT_EQ(MemoryField("MemTotal: 9 kB\n", "MemFree"), std::nullopt);
+}
+
+TEST(SystemQueries, MemoryIsWhatTheKernelSays) {
+    host_basic_info_data_t host{};
+    mach_msg_type_number_t count = HOST_BASIC_INFO_COUNT;
+    ASSERT_EQ(host_info(mach_host_self(), HOST_BASIC_INFO, &host, &count), KERN_SUCCESS);
+    const auto total = velnor::MemoryField(ReadFile("/proc/meminfo"), "MemTotal");
+    ASSERT_TRUE(total);
+    EXPECT_NEAR(static_cast<double>(host.max_mem), static_cast<double>(*total),
+                static_cast<double>(*total) / 100);
+
+    vm_statistics_data_t memory{};
+    count = HOST_VM_INFO_COUNT;
+    ASSERT_EQ(host_statistics(mach_host_self(), HOST_VM_INFO, &memory, &count), KERN_SUCCESS);
+    EXPECT_EQ(count, static_cast<mach_msg_type_number_t>(HOST_VM_INFO_COUNT));
+    EXPECT_THAT(memory.free_count * vm_page_size, AllOf(Ge(vm_page_size), Le(host.max_mem)));
+
+    count = HOST_VM_INFO_COUNT - 1;
+    EXPECT_EQ(host_statistics(mach_host_self(), HOST_VM_INFO, &memory, &count), KERN_FAILURE);
+    count = 100;
+    EXPECT_EQ(host_statistics(mach_host_self(), HOST_BASIC_INFO, &memory, &count), KERN_FAILURE);
+    EXPECT_EQ(host_info(mach_host_self(), HOST_VM_INFO, &host, &count), KERN_FAILURE);
+}
+
+TEST(SystemQueries, TheSystemVersionIsTheKernelsRelease) {
+    SInt32 numbers[3] = {-1, -1, -1};
+    EXPECT_EQ(Gestalt(gestaltSystemVersionMajor, &numbers[0]), noErr);
+    EXPECT_EQ(Gestalt(gestaltSystemVersionMinor, &numbers[1]), noErr);
+    EXPECT_EQ(Gestalt(gestaltSystemVersionBugFix, &numbers[2]), noErr);
+    utsname names{};
+    ASSERT_EQ(uname(&names), 0);
+    const std::string version = std::to_string(numbers[0]) + "." + std::to_string(numbers[1]);
+    EXPECT_THAT(names.release, testing::StartsWith(version));
+    EXPECT_GE(numbers[2], 0);
+    EXPECT_EQ(Gestalt(VELNOR_FOUR_CHAR_CODE('n', 'o', 'n', 'e'), &numbers[0]),
+              gestaltUndefSelectorErr);
+    EXPECT_EQ(numbers[0], 0);
+}
+
+TEST(LoadedImages, ImagesAreFoundByTheirOwnAddresses) {
+    const auto* self = PlatformImageHeaderForAddress(reinterpret_cast<const void*>(&Whole));
+    const auto* library = PlatformImageHeaderForAddress(reinterpret_cast<const void*>(&CFRetain));
+    ASSERT_NE(self, nullptr);
+    ASSERT_NE(library, nullptr);
+    EXPECT_EQ(self, _dyld_get_image_header(0));
+    EXPECT_EQ(_dyld_get_image_name(0), std::filesystem::canonical("/proc/self/exe"));
+    EXPECT_EQ(std::string_view(reinterpret_cast<const char*>(library), 4), "\177ELF");
+    std::vector<std::string> found;
+    for (UInt32 i = 0; i < _dyld_image_count(); ++i) {
+        if (_dyld_get_image_header(i) == library) {
+            found.push_back(std::filesystem::path(_dyld_get_image_name(i)).filename());
+        }
+    }
+    EXPECT_THAT(found, testing::ElementsAre(testing::StartsWith("libvelnorplatform.so")));
+    EXPECT_EQ(_dyld_get_image_name(_dyld_image_count()), nullptr);
+    EXPECT_EQ(_dyld_get_image_header(_dyld_image_count()), nullptr);
+    int onTheStack = 0;
+    EXPECT_EQ(PlatformImageHeaderForAddress(&onTheStack), nullptr);
+}
+
+TEST(LoadedImages, AnImageLoadedByARelativePathHasAnAbsoluteName) {
+    const TempFolder folder;
+    std::filesystem::copy_file(VELNOR_TEST_COMPONENT, folder / "relative.so");
+    const auto before = std::filesystem::current_path();
+    std::filesystem::current_path(folder.Path());
+    void* const image = dlopen("./relative.so", RTLD_NOW | RTLD_LOCAL);
+    std::filesystem::current_path(before);
+    ASSERT_NE(image, nullptr) << dlerror();
+    const auto* header = PlatformImageHeaderForAddress(dlsym(image, "TestEntry"));
+    std::string name;
+    for (UInt32 i = 1; i < _dyld_image_count(); ++i) {
+        name = _dyld_get_image_header(i) == header ? _dyld_get_image_name(i) : name;
+    }
+    EXPECT_EQ(name, folder / "relative.so");
+    dlclose(image);
+}
+
+std::string ProcessName() {
+    const ProcessSerialNumber psn{0, kCurrentProcess};
+    CFRef<CFStringRef> name;
+    const OSStatus status = CopyProcessName(&psn, name.Out());
+    return status == noErr ? Text(name.Get()) : "error " + std::to_string(status);
+}
+
+TEST(Process, TheNameIsTheWholeBaseNameOfTheExecutable) {
+    const auto program = std::filesystem::canonical("/proc/self/exe");
+    EXPECT_EQ(ProcessName(), program.filename());
+    PlatformSetProcessName("Studio 2.5");
+    EXPECT_EQ(ProcessName(), "Studio 2.5");
+    PlatformSetProcessName("");
+    EXPECT_EQ(ProcessName(), "error -600");
+    PlatformSetProcessName(nullptr);
+    EXPECT_EQ(ProcessName(), program.filename());
+    const ProcessSerialNumber other{0, 7};
+    CFStringRef name = nullptr;
+    EXPECT_EQ(CopyProcessName(&other, &name), paramErr);
+}
+
+// Runs the test of that name in the program; true when it passes.
+bool Passes(const std::string& program, const char* test) {
+    const std::string filter = std::string("--gtest_filter=") + test;
+    const pid_t child = fork();
+    if (child == 0) {
+        execl(program.c_str(), "argv0", filter.c_str(), "--gtest_brief=1", nullptr);
+        _exit(127);
+    }
+    int status = -1;
+    return waitpid(child, &status, 0) == child && status == 0;
+}
+
+TEST(Process, ADeletedExecutableAndALegacyNameHaveTheirNames) {
+    if (const char* self = std::getenv("VELNOR_TEST_PROGRAM")) {
+        EXPECT_TRUE(std::filesystem::remove(self));
+        EXPECT_EQ(ProcessName(), std::getenv("VELNOR_TEST_NAME"));
+        return;
+    }
+    const TempFolder folder;
+    const std::pair<const char*, const char*> cases[] = {
+        {"A host with a long name 2.5", "A host with a long name 2.5"},
+        {"caf\x8E", "caf\u00E9"},
+    };
+    for (const auto& [file, name] : cases) {
+        const std::string program = folder / file;
+        std::filesystem::copy_file("/proc/self/exe", program);
+        const ScopedEnv path("VELNOR_TEST_PROGRAM", program.c_str());
+        const ScopedEnv expected("VELNOR_TEST_NAME", name);
+        EXPECT_TRUE(Passes(program, "Process.ADeletedExecutable*")) << name;
+    }
+}
+
+TEST(Process, TheUserIsTheOneOfTheSystemsDatabase) {
+    const CFRef<CFStringRef> login(CSCopyUserName(true));
+    const CFRef<CFStringRef> full(CSCopyUserName(false));
+    const ScopedEnv other("LOGNAME", "somebody");
+    if (const passwd* entry = getpwuid(getuid())) {
+        EXPECT_EQ(Text(login.Get()), entry->pw_name);
+    }
+    EXPECT_NE(Text(full.Get()), "");
+}
+
+} // namespace
