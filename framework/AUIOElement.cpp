@@ -12,17 +12,21 @@ AUIOElement::AUIOElement(AUBase& inAudioUnit)
 AUIOElement::~AUIOElement() = default;
 
 OSStatus AUIOElement::SetStreamFormat(const AudioStreamBasicDescription& inFormat) {
+    AllocateBufferFor(inFormat, 0);
     mStreamFormat = inFormat;
-    AllocateBuffer();
     return noErr;
 }
 
 void AUIOElement::AllocateBuffer(UInt32 inFrames) {
+    AllocateBufferFor(mStreamFormat, inFrames);
+}
+
+void AUIOElement::AllocateBufferFor(const AudioStreamBasicDescription& inFormat, UInt32 inFrames) {
     if (!GetAudioUnit().IsInitialized()) {
         return;
     }
     const UInt32 frames = inFrames != 0 ? inFrames : GetAudioUnit().GetMaxFramesPerSlice();
-    mBuffers.Allocate(mStreamFormat, NeedsBufferSpace() ? frames : 0);
+    mBuffers.Allocate(inFormat, NeedsBufferSpace() ? frames : 0);
 }
 
 AUInputElement::~AUInputElement() = default;

@@ -21,7 +21,8 @@ public:
     const AudioStreamBasicDescription& GetStreamFormat() const VELNOR_NONBLOCKING {
         return mStreamFormat;
     }
-    /// Takes the format as it is and requests the buffers again. Thread main, outside rendering.
+    /// Requests the buffers again for this format and takes it as it is; keeps the old one when
+    /// that throws. Thread main, outside rendering.
     virtual OSStatus SetStreamFormat(const AudioStreamBasicDescription& inFormat);
 
     /// False: an allocation makes room in the list but no memory.
@@ -55,6 +56,8 @@ public:
     const AUBufferList& GetBuffers() const VELNOR_NONBLOCKING { return mBuffers; }
 
 private:
+    void AllocateBufferFor(const AudioStreamBasicDescription& inFormat, UInt32 inFrames);
+
     AudioStreamBasicDescription mStreamFormat;
     AUBufferList mBuffers;
 };
