@@ -1,0 +1,325 @@
+// The bridge's costs, each measured against its yardstick in the same run: the best of many rounds
+// of either, taken in turns.
+#include "bridge/EventSorter.h"
+#include "bridge/MidiRing.h"
+#include "bridge/tests/TestHost.h"
+
+#include <benchmark/benchmark.h>
+#include <boost/lockfree/spsc_queue.hpp>
+
+#include <algorithm>
+#include <chrono>
+#include <cstring>
+#include <dlfcn.h>
+#include <random>
+#include <thread>
+
+namespace {
+
+using velnor::EventSorter;
+using velnor::MidiRing;
+using velnor::test::builtBundle;
+using velnor::test::executableOf;
+using velnor::test::freshProbe;
+using velnor::test::Instrument;
+using velnor::test::TestHost;
+
+using Clock = std::chrono::steady_clock;
+using PeerQueue =
+    boost::lockfree::spsc_queue<MIDIEvent, boost::lockfree::capacity<MidiRing::kCapacity>>;
+
+template <typename Work>
+double nanoseconds(Work&& work) {
+    const auto start = Clock::now();
+    work();
+    return std::chrono::duration<double, std::nano>(Clock::now() - start).count();
+}
+
+// The shortest of all rounds.
+class Best {
+public:
+    void add(double time) { mTime = std::min(mTime, time); }
+    double time() const { return mTime; }
+
+private:
+    double mTime = 1e18;
+};
+
+void report(benchmark::State& state, double ours, double peer) {
+    state.counters["ours_ns"] = ours;
+    state.counters["peer_ns"] = peer;
+    state.counters["ratio"] = ours / peer;
+}
+
+MIDIEvent eventAt(std::int32_t offset) {
+    MIDIEvent event = {};
+    event.data[0] = 0x90;
+    event.offset = offset;
+    return event;
+}
+
+// Queue so many messages, then take them all: goal 0.97.
+void RingBurst(benchmark::State& state) {
+    const auto count = static_cast<std::int32_t>(state.range(0));
+    const auto ring = std::make_unique<MidiRing>();
+    const auto peer = std::make_unique<PeerQueue>();
+    std::vector<MIDIEvent> out(MidiRing::kSlots);
+    Best ours, theirs;
+    for ([[maybe_unused]] auto unused : state) {
+        ours.add(nanoseconds([&] {
+            for (std::int32_t i = 0; i < count; ++i)
+                ring->push(0x90, 1, 2, i);
+            MIDIEvent* to = out.data();
+            ring->take([&to](const MIDIEvent& event) { *to++ = event; });
+            benchmark::ClobberMemory();
+        }));
+        theirs.add(nanoseconds([&] {
+            for (std::int32_t i = 0; i < count; ++i)
+                peer->push(eventAt(i));
+            peer->pop(out.data(), out.size());
+            benchmark::ClobberMemory();
+        }));
+    }
+    report(state, ours.time() / count, theirs.time() / count);
+}
+BENCHMARK(RingBurst)->Arg(64)->Arg(1023)->Iterations(20000);
+
+template <typename Push, typename TakeAll>
+double throughTwoThreads(int count, Push push, TakeAll takeAll) {
+    return nanoseconds([&] {
+        std::thread producer([&] {
+            for (int i = 0; i < count; ++i) {
+                while (!push(i)) {
+                }
+            }
+        });
+        for (int taken = 0; taken < count;)
+            taken += takeAll();
+        producer.join();
+    });
+}
+
+// One thread queues, another takes: goal 0.5.
+void RingTwoThreads(benchmark::State& state) {
+    constexpr int kMessages = 500000;
+    const auto ring = std::make_unique<MidiRing>();
+    const auto peer = std::make_unique<PeerQueue>();
+    std::int64_t sum = 0;
+    Best ours, theirs;
+    for ([[maybe_unused]] auto unused : state) {
+        ours.add(throughTwoThreads(
+            kMessages, [&](int i) { return ring->push(0x90, 1, 2, i); },
+            [&] {
+                int taken = 0;
+                ring->take([&](const MIDIEvent& event) { sum += event.offset, ++taken; });
+                return taken;
+            }));
+        theirs.add(throughTwoThreads(
+            kMessages, [&](int i) { return peer->push(eventAt(i)); },
+            [&] {
+                return static_cast<int>(
+                    peer->consume_all([&](const MIDIEvent& event) { sum += event.offset; }));
+            }));
+    }
+    benchmark::DoNotOptimize(sum);
+    report(state, ours.time() / kMessages, theirs.time() / kMessages);
+}
+BENCHMARK(RingTwoThreads)->Iterations(10)->UseRealTime();
+
+enum Disorder { kInOrder, kNearlyInOrder, kFewStrays, kReversed, kRandom };
+
+std::vector<MIDIEvent> block(std::size_t count, int disorder) {
+    std::mt19937 random(7);
+    std::vector<std::int32_t> offsets(count);
+    for (std::size_t i = 0; i < count; ++i)
+        offsets[i] =
+            static_cast<std::int32_t>(disorder == kRandom ? random() % 512 : i * 512 / count);
+    if (disorder == kNearlyInOrder)
+        for (std::size_t swaps = 1 + count / 20; swaps > 0; --swaps) {
+            const std::size_t at = random() % (count - 1);
+            std::swap(offsets[at], offsets[at + 1]);
+        }
+    if (disorder == kFewStrays)
+        for (std::size_t swaps = 1 + count / 100; swaps > 0; --swaps)
+            std::swap(offsets[random() % count], offsets[random() % count]);
+    if (disorder == kReversed)
+        std::ranges::reverse(offsets);
+    std::vector<MIDIEvent> events;
+    for (const std::int32_t offset : offsets)
+        events.push_back(eventAt(offset));
+    return events;
+}
+
+// Goals: in order 0.15, nearly in order and with few strays 0.3, any 1.1.
+void Sort(benchmark::State& state) {
+    const auto count = static_cast<std::size_t>(state.range(0));
+    const std::vector<MIDIEvent> events = block(count, static_cast<int>(state.range(1)));
+    const auto sorter = std::make_unique<EventSorter>();
+    constexpr std::size_t kCopies = 64;
+    std::vector<MIDIEvent> copies(kCopies * count);
+    const auto refill = [&] {
+        for (std::size_t i = 0; i < kCopies; ++i)
+            std::copy(events.begin(), events.end(), &copies[i * count]);
+        benchmark::ClobberMemory();
+    };
+    Best ours, theirs;
+    for ([[maybe_unused]] auto unused : state) {
+        refill();
+        ours.add(nanoseconds([&] {
+            for (std::size_t i = 0; i < kCopies; ++i)
+                sorter->sort(&copies[i * count], count);
+            benchmark::ClobberMemory();
+        }));
+        refill();
+        theirs.add(nanoseconds([&] {
+            for (std::size_t i = 0; i < kCopies; ++i)
+                std::stable_sort(&copies[i * count], &copies[i * count] + count, velnor::midiSort);
+            benchmark::ClobberMemory();
+        }));
+    }
+    report(state, ours.time() / kCopies, theirs.time() / kCopies);
+}
+BENCHMARK(Sort)
+    ->ArgsProduct({{8, 64, 512, 1023}, {kInOrder, kNearlyInOrder, kFewStrays, kReversed, kRandom}})
+    ->Iterations(300);
+
+HostCallbackInfo hostCallbacks() {
+    HostCallbackInfo info = {};
+    info.beatAndTempoProc = [](void*, Float64* beat, Float64* tempo) -> OSStatus {
+        *beat = 9.5;
+        *tempo = 120;
+        return noErr;
+    };
+    info.musicalTimeLocationProc = [](void*, UInt32* toNextBeat, Float32* numerator,
+                                      UInt32* denominator, Float64* downBeat) -> OSStatus {
+        *toNextBeat = 11025;
+        *numerator = 4;
+        *denominator = 4;
+        *downBeat = 8;
+        return noErr;
+    };
+    info.transportStateProc = [](void*, Boolean* playing, Boolean* changed, Float64* samplePos,
+                                 Boolean* cycling, Float64* cycleStart,
+                                 Float64* cycleEnd) -> OSStatus {
+        *playing = 1;
+        *changed = 0;
+        *samplePos = 209475;
+        *cycling = 0;
+        *cycleStart = *cycleEnd = 0;
+        return noErr;
+    };
+    return info;
+}
+
+// An open, initialised stereo instrument, and what a host needs to pull it.
+struct Pulling {
+    static constexpr UInt32 kFrames = 64;
+
+    TestHost host;
+    Instrument instrument;
+    OrmoOpcodeProc engine = nullptr;
+    OrmoEngineHandle handle = 0;
+    std::array<std::array<float, kFrames>, 2> samples{};
+    std::array<float*, 32> channels{samples[0].data(), samples[1].data()};
+    struct {
+        UInt32 count = 2;
+        AudioBuffer buffers[2];
+    } list;
+    AudioTimeStamp time = {};
+    OrmoSyncInfo sync = {};
+    std::unique_ptr<MIDIEventBlock> events = std::make_unique<MIDIEventBlock>();
+
+    Pulling() {
+        freshProbe().recording = false;
+        freshProbe().behaviour.writePattern = false;
+        freshProbe().recording = false;
+        instrument.setHostCallbacks(hostCallbacks());
+        instrument.initialize();
+        instrument.get(kPropertyEngineOpcode, engine);
+        instrument.get(kPropertyEngineHandle, handle);
+        for (std::size_t i = 0; i < 2; ++i)
+            list.buffers[i] = {1, sizeof samples[i], samples[i].data()};
+        time.mFlags = kAudioTimeStampSampleTimeValid;
+    }
+    void queue(int count) {
+        for (int i = 0; i < count; ++i)
+            instrument.sendMidi(0x90, 60, 100, i * 64 / count);
+    }
+    void pull() {
+        AudioUnitRenderActionFlags flags = 0;
+        time.mSampleTime += kFrames;
+        AudioUnitRender(instrument.unit(), &flags, &time, 0, kFrames,
+                        reinterpret_cast<AudioBufferList*>(&list));
+    }
+    void callDirectly() {
+        engine(static_cast<OrmoWord>(handle), kOpProcess, reinterpret_cast<OrmoWord>(events.get()),
+               reinterpret_cast<OrmoWord>(&channels), reinterpret_cast<OrmoWord>(&sync), kFrames, 0,
+               0, 0);
+    }
+};
+
+// One pull against the engine called directly. Goals: 60 ns above it for an empty block with three
+// host callbacks (above_ns), 5 ns more for each event (per_event_ns).
+void Pull(benchmark::State& state) {
+    const auto count = static_cast<int>(state.range(0));
+    constexpr int kEmptyPulls = 200;
+    Pulling pulling;
+    Best empty, direct, loaded, clock;
+    for ([[maybe_unused]] auto unused : state) {
+        empty.add(nanoseconds([&] {
+            for (int i = 0; i < kEmptyPulls; ++i)
+                pulling.pull();
+        }));
+        direct.add(nanoseconds([&] {
+            for (int i = 0; i < kEmptyPulls; ++i)
+                pulling.callDirectly();
+        }));
+        pulling.queue(count);
+        loaded.add(nanoseconds([&] { pulling.pull(); }));
+        clock.add(nanoseconds([] {}));
+    }
+    const double pull = empty.time() / kEmptyPulls;
+    state.counters["direct_ns"] = direct.time() / kEmptyPulls;
+    state.counters["above_ns"] = pull - direct.time() / kEmptyPulls;
+    state.counters["per_event_ns"] = (loaded.time() - clock.time() - pull) / count;
+}
+BENCHMARK(Pull)->Arg(8)->Arg(1023)->Iterations(5000);
+
+std::string registryOf(int entries) {
+    std::string dictionary;
+    for (int i = 1; i <= entries; ++i) {
+        const std::string path = i == entries ? builtBundle("Velnor.component")
+                                              : "/elsewhere/" + std::to_string(i) + ".component";
+        dictionary += "<key>" + std::to_string(1000 + i).substr(1) + "</key><dict><key>path</key>" +
+                      "<string>" + path + "</string><key>version</key><string>1.0.3</string>" +
+                      "</dict>";
+    }
+    return "<plist version=\"1.0\"><dict><key>base_dir</key><string>/data</string>"
+           "<key>Plugins</key><dict><key>AU</key><dict>" +
+           dictionary + "</dict></dict></dict></plist>";
+}
+
+// Opening the process's first instrument, with its log, among so many registered plug-ins; the code
+// of plug-in and engine is loaded already. Goals: 150 us with 1, 600 us with 100.
+void Open(benchmark::State& state) {
+    TestHost host;
+    velnor::test::WriteFile(host.home.ConfigHome() + "/velnor/com.Tavo.Tarn 12.plist",
+                            registryOf(static_cast<int>(state.range(0))));
+    void* code = dlopen(executableOf(builtBundle("Velnor.component")).c_str(), RTLD_NOW);
+    {
+        Instrument warmUp;
+    }
+    freshProbe().recording = false;
+    Best open;
+    for ([[maybe_unused]] auto unused : state) {
+        std::unique_ptr<Instrument> instrument;
+        open.add(nanoseconds([&] { instrument = std::make_unique<Instrument>(); }));
+    }
+    state.counters["open_us"] = open.time() / 1000;
+    dlclose(code);
+}
+BENCHMARK(Open)->Arg(1)->Arg(100)->Iterations(200);
+
+} // namespace
+
+BENCHMARK_MAIN();

@@ -1,0 +1,218 @@
+#include "bridge/tests/TestHost.h"
+#include "platform/CFRef.h"
+#include "platform/CarbonView.h"
+#include "platform/EventLoop.h"
+
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <memory>
+
+namespace {
+
+using namespace velnor::test;
+using velnor::CFRef;
+using velnor::ProductRecord;
+using Opcodes = std::vector<OrmoWord>;
+
+const Opcodes kShown = {kOpEditorCreate, kOpEditorOpen, kOpAttachEditor, kOpEditorGetView};
+const Opcodes kClosed = {kOpDetachEditor, kOpEditorDestroy};
+
+class EditorView : public testing::Test {
+protected:
+    void SetUp() override { PlatformAdvanceEventLoop(0); }
+    void TearDown() override {
+        CloseView();
+        DisposeWindow(window);
+    }
+
+    void OpenInstrument(bool initialized, const std::string& path) {
+        bundle = path;
+        instrument = std::make_unique<Instrument>(bundle);
+        if (initialized) {
+            EXPECT_EQ(instrument->initialize(), noErr);
+        }
+        probe.clear();
+    }
+    // Has the host open the instrument's view in a new window.
+    OSStatus Show(WindowAttributes attributes) {
+        DisposeWindow(window);
+        const Rect bounds = {0, 0, 600, 800};
+        EXPECT_EQ(CreateNewWindow(attributes, &bounds, &window), noErr);
+        EXPECT_EQ(GetRootControl(window, &parent), noErr);
+        Component components[2] = {};
+        UInt32 count = 0;
+        EXPECT_EQ(PlatformRegisterComponentBundle(bundle.c_str(), components, 2, &count), noErr);
+        view = OpenComponent(components[1]);
+        const Float32Point location = {30.5f, 40.5f}, size = {100, 100};
+        return AudioUnitCarbonViewCreate(view, instrument->unit(), window, parent, &location, &size,
+                                         &pane);
+    }
+    OSStatus ShowInitialized(WindowAttributes attributes) {
+        OpenInstrument(true, builtBundle("Velnor.component"));
+        return Show(attributes);
+    }
+    void CloseView() {
+        if (view != nullptr) {
+            EXPECT_EQ(CloseComponent(std::exchange(view, nullptr)), noErr);
+        }
+    }
+    // A hidden control of 400 by 300 for the engine to deliver.
+    ControlRef MakeRootControl() {
+        const Rect bounds = {5, 7, 305, 407};
+        ControlRef control = nullptr;
+        EXPECT_EQ(CreateUserPaneControl(nullptr, &bounds, 0, &control), noErr);
+        HIViewSetVisible(control, false);
+        HIViewSetNeedsDisplay(control, false);
+        probe.behaviour.rootControl = control;
+        return control;
+    }
+    Opcodes TakeOpcodes() {
+        Opcodes opcodes;
+        for (const auto& call : probe.calls())
+            opcodes.push_back(call.words[1]);
+        probe.clear();
+        return opcodes;
+    }
+    static std::vector<int> Place(ControlRef control) {
+        Rect bounds = {};
+        GetControlBounds(control, &bounds);
+        return {bounds.left, bounds.top, bounds.right, bounds.bottom};
+    }
+    static int Count(ControlRef control) {
+        UInt16 count = 0;
+        EXPECT_EQ(CountSubControls(control, &count), noErr);
+        return count;
+    }
+    void ExpectFallback(const char* wanted, int left, int top) {
+        ControlRef text = nullptr;
+        ASSERT_EQ(GetIndexedSubControl(pane, 1, &text), noErr);
+        const CFRef<CFStringRef> shown(PlatformControlCopyText(text));
+        char bytes[256] = "";
+        CFStringGetCString(shown.Get(), bytes, sizeof bytes, kCFStringEncodingASCII);
+        EXPECT_STREQ(bytes, wanted);
+        const ControlFontStyleRec style = PlatformControlGetFontStyle(text);
+        ControlFontStyleRec expected = {};
+        expected.flags = kControlUseFontMask;
+        expected.font = kControlFontSmallSystemFont;
+        EXPECT_EQ(std::memcmp(&style, &expected, sizeof style), 0);
+        EXPECT_EQ(Place(text), (std::vector{left, top, left + 200, top + 200}));
+        EXPECT_EQ(Place(pane), (std::vector{30, 40, 230, 240}));
+    }
+
+    TestHost host;
+    velnor::probe::Probe& probe = freshProbe();
+    std::string bundle;
+    std::unique_ptr<Instrument> instrument;
+    ComponentInstance view = nullptr;
+    WindowRef window = nullptr;
+    ControlRef parent = nullptr;
+    ControlRef pane = nullptr;
+};
+
+TEST_F(EditorView, EngineIsCalledInOrderWithItsHandles) {
+    ASSERT_EQ(ShowInitialized(kWindowCompositingAttribute), noErr);
+    const auto calls = probe.calls();
+    ASSERT_EQ(TakeOpcodes(), kShown);
+    OrmoEngineHandle engine = 0;
+    ASSERT_EQ(instrument->get(kPropertyEngineHandle, engine), noErr);
+    EXPECT_EQ(calls[0].words[0], 0);
+    EXPECT_EQ(calls[0].bytes[0], "/data/OrmoSetup.xml");
+    EXPECT_EQ(static_cast<OrmoEngineHandle>(calls[0].words[4]), engine);
+    const OrmoWord editor = calls[1].words[0];
+    EXPECT_NE(editor, 0);
+    EXPECT_EQ(calls[1].words[2], reinterpret_cast<OrmoWord>(window));
+    EXPECT_EQ(calls[1].words[5], 1);
+    EXPECT_EQ(static_cast<OrmoEngineHandle>(calls[2].words[0]), engine);
+    EXPECT_EQ(calls[2].words[2], editor);
+    EXPECT_EQ(calls[3].words[0], editor);
+    EXPECT_EQ(Count(pane), 0);
+    CloseView();
+    const auto closing = probe.calls();
+    ASSERT_EQ(TakeOpcodes(), kClosed);
+    EXPECT_EQ(static_cast<OrmoEngineHandle>(closing[0].words[0]), engine);
+    EXPECT_EQ(closing[0].words[2], editor);
+    EXPECT_EQ(closing[1].words[0], editor);
+}
+
+TEST_F(EditorView, RootControlSitsAtThePanesCornerAndThePaneTakesItsSize) {
+    for (const WindowAttributes attributes : {kWindowCompositingAttribute, kWindowNoAttributes}) {
+        const bool compositing = attributes == kWindowCompositingAttribute;
+        const CFIndex before = PlatformLiveObjectCount();
+        const ControlRef control = MakeRootControl();
+        ASSERT_EQ(ShowInitialized(attributes), noErr);
+        EXPECT_EQ(Place(control),
+                  compositing ? (std::vector{0, 0, 400, 300}) : (std::vector{30, 40, 430, 340}));
+        EXPECT_EQ(Place(pane), (std::vector{30, 40, 430, 340}));
+        EXPECT_EQ(HIViewIsVisible(control), !compositing);
+        EXPECT_EQ(HIViewGetNeedsDisplay(control), !compositing);
+        CloseView();
+        EXPECT_EQ(Count(parent), 0);
+        instrument.reset();
+        DisposeWindow(window);
+        EXPECT_LE(PlatformLiveObjectCount(), before + 1); // the engine's bundle stays
+    }
+}
+
+TEST_F(EditorView, IdleComesAfterOneSecondAndThenFifteenTimesASecond) {
+    ASSERT_EQ(ShowInitialized(kWindowNoAttributes), noErr);
+    probe.clear();
+    PlatformAdvanceEventLoop(0.99);
+    EXPECT_EQ(TakeOpcodes(), Opcodes{});
+    PlatformAdvanceEventLoop(0.02);
+    EXPECT_EQ(TakeOpcodes(), Opcodes{kOpEditorIdle});
+    PlatformAdvanceEventLoop(10);
+    EXPECT_EQ(TakeOpcodes(), Opcodes(150, kOpEditorIdle));
+    CloseView();
+    PlatformAdvanceEventLoop(2);
+    EXPECT_EQ(TakeOpcodes(), kClosed);
+}
+
+TEST_F(EditorView, RefusedEditorIsStillDetachedAndDestroyed) {
+    probe.behaviour.editorOpenResult = -5;
+    EXPECT_EQ(ShowInitialized(kWindowCompositingAttribute), 1);
+    EXPECT_EQ(pane, nullptr);
+    PlatformAdvanceEventLoop(3);
+    EXPECT_EQ(TakeOpcodes(), (Opcodes{kOpEditorCreate, kOpEditorOpen}));
+    CloseView();
+    EXPECT_EQ(TakeOpcodes(), kClosed);
+    EXPECT_EQ(probe.openEditors(), 0u);
+}
+
+TEST_F(EditorView, RootControlThatIsNoneIsLeftAlone) {
+    probe.behaviour.rootControl = &probe;
+    ASSERT_EQ(ShowInitialized(kWindowNoAttributes), noErr);
+    EXPECT_EQ(Count(pane), 0);
+}
+
+TEST_F(EditorView, MadeBeforeTheFirstInitializeItKeepsTheFallbackText) {
+    OpenInstrument(false, builtBundle("Velnor.component"));
+    ASSERT_EQ(Show(kWindowCompositingAttribute), noErr);
+    ExpectFallback("Please reinstall Tavo Tarn 12", 0, 0);
+    ASSERT_EQ(instrument->initialize(), noErr);
+    probe.clear();
+    PlatformAdvanceEventLoop(3);
+    CloseView();
+    EXPECT_EQ(TakeOpcodes(), Opcodes{});
+}
+
+TEST_F(EditorView, EngineThatMakesNoEditorIsSentNothingMore) {
+    probe.behaviour.leaveEditorZero = true;
+    ASSERT_EQ(ShowInitialized(kWindowNoAttributes), noErr);
+    ExpectFallback("Please reinstall Tavo Tarn 12", 30, 40);
+    PlatformAdvanceEventLoop(3);
+    CloseView();
+    EXPECT_EQ(TakeOpcodes(), Opcodes{kOpEditorCreate});
+}
+
+TEST_F(EditorView, WithoutAnEngineTheTextNamesTheProductOfTheFile) {
+    host.setEnginePath(std::nullopt);
+    OpenInstrument(true, host.patchedComponent([](ProductRecord& record) {
+        std::strcpy(record.vendor, "Acme");
+        std::strcpy(record.product, "Organ");
+    }));
+    ASSERT_EQ(Show(kWindowCompositingAttribute), noErr);
+    ExpectFallback("Please reinstall Acme Organ", 0, 0);
+}
+
+} // namespace

@@ -1,0 +1,186 @@
+#include "bridge/tests/TestHost.h"
+
+#include "platform/CFRef.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <cstdio>
+#include <cstring>
+#include <memory>
+
+namespace velnor::test {
+namespace {
+
+using testing::Contains;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::UnorderedElementsAre;
+
+using Configurations = std::vector<std::pair<int, int>>;
+
+Configurations configurationsOf(Instrument& instrument) {
+    std::array<AUChannelInfo, 8> infos{};
+    UInt32 size = sizeof infos;
+    EXPECT_EQ(AudioUnitGetProperty(instrument.unit(), kAudioUnitProperty_SupportedNumChannels,
+                                   kAudioUnitScope_Global, 0, infos.data(), &size),
+              noErr);
+    Configurations configurations;
+    for (std::size_t i = 0; i < size / sizeof(AUChannelInfo); ++i)
+        configurations.emplace_back(infos[i].inChannels, infos[i].outChannels);
+    return configurations;
+}
+
+/* The block as the file format has it, byte for byte. */
+std::string shippedBlock() {
+    const auto at = [](std::string& block, std::size_t offset, const std::string& bytes) {
+        block.replace(offset, bytes.size(), bytes);
+    };
+    std::string block(256, '\0');
+    at(block, 0, "\x78\x56\x34\x12");
+    at(block, 8, "QXTA");
+    at(block, 16, "\x02");
+    at(block, 20, "\x01");
+    at(block, 24, "\x01");
+    at(block, 28, "\x80");
+    at(block, 64, "Tavo");
+    at(block, 128, "Tarn 12");
+    at(block, 200, "\x20");
+    at(block, 204, "\x01");
+    at(block, 208, "QXMA");
+    at(block, 252, "\x21\x43\x65\x87");
+    return block;
+}
+
+TEST(Record, TheBuiltFileHoldsTheBlockExactlyTwice) {
+    const std::string file = ReadFile(executableOf(builtBundle("Velnor.component")));
+    const auto count = [&file](const std::string& bytes) {
+        int found = 0;
+        for (std::size_t at = file.find(bytes); at != std::string::npos;
+             at = file.find(bytes, at + 1))
+            ++found;
+        return found;
+    };
+    EXPECT_EQ(count(shippedBlock()), 2);
+    EXPECT_EQ(count("\x78\x56\x34\x12" + std::string(4, '\0') + "QXTA"), 2);
+}
+
+TEST(Record, TheBuiltFileExportsItsTwoEntriesAlone) {
+    const std::string command =
+        "nm -D --defined-only '" + executableOf(builtBundle("Velnor.component")) + "'";
+    const std::unique_ptr<FILE, int (*)(FILE*)> nm(popen(command.c_str(), "r"), pclose);
+    std::vector<std::string> names;
+    char line[512];
+    while (std::fgets(line, sizeof line, nm.get()) != nullptr) {
+        std::string name(line);
+        name = name.substr(name.rfind(' ') + 1);
+        names.push_back(name.substr(0, name.find('\n')));
+    }
+    EXPECT_THAT(names, UnorderedElementsAre("SamplerAUEntry", "SamplerAUViewEntry"));
+}
+
+TEST(Record, MultiOutputIsOnForTheByteOneAlone) {
+    struct Case {
+        UInt32 multiOutput;
+        std::int32_t multiInputs, maxOutputs;
+        Configurations configurations;
+    };
+    const Case cases[] = {
+        {1, 0, 32, {{0, 2}, {0, 32}, {0, -32}}},
+        {0x101, 0, 8, {{0, 2}, {0, 8}, {0, -8}}},
+        {1, 0x10001, 0x10010, {{0, 2}, {1, 16}, {1, -16}}}, // the low 16 bits
+        {0, 0, 32, {{0, 2}}},
+        {2, 0, 32, {{0, 2}}},
+        {0x100, 0, 32, {{0, 2}}},
+    };
+    TestHost host;
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.multiOutput);
+        Instrument instrument(host.patchedComponent([&c](ProductRecord& record) {
+            record.multiOutput = c.multiOutput;
+            record.multiInputChannels = c.multiInputs;
+            record.maxOutputChannels = c.maxOutputs;
+        }));
+        EXPECT_EQ(configurationsOf(instrument), c.configurations);
+        const bool multi = c.configurations.size() > 1;
+        EXPECT_EQ(instrument.setBusCount(2),
+                  multi ? 0 : OSStatus{kAudioUnitErr_PropertyNotWritable});
+        std::array<AudioChannelLayoutTag, 3> tags{};
+        EXPECT_EQ(instrument.get(kAudioUnitProperty_SupportedChannelLayoutTags, tags,
+                                 kAudioUnitScope_Output),
+                  multi ? 0 : OSStatus{kAudioUnitErr_InvalidProperty});
+        if (multi) {
+            EXPECT_THAT(tags, ElementsAre(0x650002, 0x640001,
+                                          0x930000 | static_cast<UInt32>(c.maxOutputs)));
+        }
+        EXPECT_EQ(instrument.get(kAudioUnitProperty_SupportedChannelLayoutTags, tags),
+                  kAudioUnitErr_InvalidProperty)
+            << "only the output scope has layouts";
+    }
+}
+
+TEST(Record, SingleConfigurationHasItsChannels) {
+    TestHost host;
+    Instrument instrument(
+        host.patchedComponent([](ProductRecord& record) { record.outputChannels = 6; }));
+    EXPECT_EQ(configurationsOf(instrument), (Configurations{{0, 6}}));
+    EXPECT_EQ(instrument.initialize(), -10868);
+    EXPECT_EQ(instrument.setFormat(0, 6), noErr);
+    EXPECT_EQ(instrument.initialize(), noErr);
+}
+
+TEST(Record, MultiOutputLayoutsDescribeTheBusesChannels) {
+    TestHost host;
+    Instrument instrument(
+        host.patchedComponent([](ProductRecord& record) { record.multiOutput = 1; }));
+    struct Row {
+        UInt32 channels;
+        AudioChannelLayoutTag tag;
+        UInt32 descriptions, size;
+    };
+    for (const Row& row : {Row{1, 0x640001, 0, 32}, Row{2, 0x650002, 0, 52}, Row{6, 0, 6, 132}}) {
+        ASSERT_EQ(instrument.setFormat(0, row.channels), noErr);
+        std::array<UInt32, 64> words;
+        words.fill(0xABABABAB);
+        UInt32 size = sizeof words;
+        ASSERT_EQ(AudioUnitGetProperty(instrument.unit(), kAudioUnitProperty_AudioChannelLayout,
+                                       kAudioUnitScope_Output, 0, words.data(), &size),
+                  noErr);
+        EXPECT_EQ(size, row.size);
+        EXPECT_EQ(words[0], row.tag);
+        EXPECT_EQ(words[1], 0U);
+        EXPECT_EQ(words[2], row.descriptions);
+        for (UInt32 i = 0; i < row.descriptions; ++i) {
+            EXPECT_EQ(words[3 + 5 * i], UInt32{kAudioChannelLabel_Mono});
+            EXPECT_EQ(words[4 + 5 * i], 0U);
+        }
+    }
+}
+
+TEST(Record, TheNamesMoveFolderLogPreferencesRegistryAndAlertTogether) {
+    TestHost host;
+    const std::string component = host.patchedComponent([](ProductRecord& record) {
+        std::strncpy(record.vendor, "Acme & Sons", sizeof record.vendor);
+        std::memset(record.product, 'p', sizeof record.product - 1); // as long as may be
+    });
+    const std::string product(63, 'p');
+    const std::string domain = "com.Acme & Sons." + product;
+    const std::string log =
+        host.home.DataHome() + "/Acme & Sons/" + product + "/" + product + "AU_Host.log";
+    {
+        Instrument instrument(component);
+        ASSERT_EQ(host.alerts.Alerts().size(), 1U) << "the shipped record's base_dir is not asked";
+        EXPECT_EQ(host.alerts.Alerts()[0].header, "Acme & Sons " + product);
+    }
+    EXPECT_TRUE(ReadFile(log).ends_with("@"));
+    const std::string registry = host.home.ConfigHome() + "/velnor/" + domain + ".plist";
+    EXPECT_THAT(ReadFile(registry), HasSubstr("Plugins"));
+    host.setPreference(domain, "base_dir", "/elsewhere");
+    Instrument instrument(component);
+    EXPECT_EQ(host.alerts.Alerts().size(), 1U);
+    instrument.initialize();
+    EXPECT_EQ(callsOf(kOpOpenInstance).at(0).bytes[1], "/elsewhere");
+}
+
+} // namespace
+} // namespace velnor::test

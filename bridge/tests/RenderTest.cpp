@@ -1,0 +1,402 @@
+#include "bridge/tests/TestHost.h"
+
+#include "platform/CFRef.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <cstring>
+
+namespace velnor::test {
+namespace {
+
+using testing::Contains;
+using testing::Each;
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+void allowMultiOutput(ProductRecord& record) {
+    record.multiOutput = 1;
+}
+
+std::vector<float*> pointersOf(const probe::Call& call) {
+    std::vector<float*> pointers(call.bytes[1].size() / sizeof(float*));
+    std::memcpy(pointers.data(), call.bytes[1].data(), call.bytes[1].size());
+    return pointers;
+}
+
+OrmoSyncInfo syncOf(const probe::Call& call) {
+    OrmoSyncInfo sync = {};
+    std::memcpy(&sync, call.bytes[2].data(), sizeof sync);
+    return sync;
+}
+
+/* Status byte and offset of each event that the last process call brought. */
+std::vector<std::pair<int, SInt32>> lastEvents() {
+    const std::string bytes = callsOf(kOpProcess).back().bytes[0];
+    UInt32 count = 0;
+    std::memcpy(&count, bytes.data(), sizeof count);
+    std::vector<std::pair<int, SInt32>> events;
+    for (UInt32 i = 0; i < count; ++i) {
+        MIDIEvent event = {};
+        std::memcpy(&event, bytes.data() + sizeof count + i * sizeof event, sizeof event);
+        EXPECT_EQ(event.data[3], 0);
+        EXPECT_EQ(event.reserved0 + event.reserved1 + event.reserved2, 0U);
+        events.emplace_back(event.data[0], event.offset);
+    }
+    return events;
+}
+
+void expectPattern(const Instrument::Audio& audio, UInt32 firstChannel) {
+    ASSERT_EQ(audio.status, noErr);
+    for (UInt32 j = 0; j < audio.channels.size(); ++j) {
+        for (UInt32 frame = 0; frame < audio.channels[j].size(); ++frame)
+            ASSERT_EQ(audio.channels[j][frame], probe::patternSample(firstChannel + j, frame))
+                << j << " " << frame;
+    }
+}
+
+void expectSilence(const Instrument::Audio& audio) {
+    EXPECT_EQ(audio.status, noErr);
+    EXPECT_THAT(audio.channels, Each(Each(0.0F)));
+}
+
+/* Each host-facing operation, in a row, and what the engine hears of it. */
+TEST(EngineCalls, ComeInTheOrderOfTheHostsOperations) {
+    TestHost host;
+    Instrument instrument;
+    struct Row {
+        const char* operation;
+        std::function<OSStatus()> run;
+        std::vector<std::string> calls;
+    };
+    const auto reset = [&] { return AudioUnitReset(instrument.unit(), kAudioUnitScope_Global, 0); };
+    const std::string suspend = "12 E 0 0 0 0 0 0 0";
+    const std::string resume = "13 E 0 0 0 0 0 0 0";
+    const std::string resumeOffline = "13 E 0 0 0 1 0 0 0";
+    const Row rows[] = {
+        {"bring-up", [] { return noErr; }, {"8 0 ptr 0 0 0 0 0 0"}},
+        {"reset before initialize", reset, {}},
+        {"rate change before initialize", [&] { return instrument.setFormat(0, 2, 22050.9); }, {}},
+        {"initialize",
+         [&] { return instrument.initialize(); },
+         {"9 0 ptr ptr 0 0 0 0 0", "11 E 0 0 0 22050 1156 0 0", resume}},
+        {"initialize again", [&] { return instrument.initialize(); }, {}},
+        {"render", [&] { return instrument.pullNext(64).status; }, {"15 E ptr ptr ptr 64 0 0 0"}},
+        {"reset", reset, {suspend, resume}},
+        {"offline on", [&] { return instrument.setOffline(7); }, {suspend, resumeOffline}},
+        {"reset while offline", reset, {suspend, resumeOffline}},
+        {"rate change",
+         [&] { return instrument.setFormat(0, 2, 48000.0); },
+         {suspend, "11 E 0 0 0 48000 1156 0 0", resumeOffline}},
+        {"the same format", [&] { return instrument.setFormat(0, 2, 48000.0); }, {}},
+        {"channel change", [&] { return instrument.setFormat(0, 1, 48000.0); }, {}},
+        {"channels back", [&] { return instrument.setFormat(0, 2, 48000.0); }, {}},
+        {"uninitialize", [&] { return instrument.uninitialize(); }, {suspend}},
+        {"uninitialize again", [&] { return instrument.uninitialize(); }, {}},
+        {"frame limit",
+         [&] { return instrument.set(kAudioUnitProperty_MaximumFramesPerSlice, UInt32{512}); },
+         {}},
+        {"second initialize",
+         [&] { return instrument.initialize(); },
+         {"11 E 0 0 0 48000 512 0 0", resumeOffline}},
+        {"offline off", [&] { return instrument.setOffline(0); }, {suspend, resume}},
+        {"close", [&] { return instrument.close(), noErr; }, {suspend, "10 E 0 0 0 0 0 0 0"}},
+    };
+    for (const Row& row : rows) {
+        EXPECT_EQ(row.run(), noErr) << row.operation;
+        EXPECT_EQ(takeCalls(), row.calls) << row.operation;
+    }
+}
+
+/* The new rate may differ from the bus's old one and yet be the one that the engine has. */
+TEST(EngineCalls, ARateThatTheInstrumentHoldsAlreadyIsNotSent) {
+    TestHost host;
+    Instrument instrument(host.patchedComponent(allowMultiOutput));
+    ASSERT_EQ(instrument.setBusCount(2), noErr);
+    ASSERT_EQ(instrument.setFormat(1, 2, 96000.0), noErr);
+    ASSERT_EQ(instrument.initialize(), noErr);
+    takeCalls();
+    EXPECT_EQ(instrument.setFormat(1, 2, 44100.0), noErr); // bus 0's
+    EXPECT_THAT(takeCalls(), IsEmpty());
+    EXPECT_EQ(instrument.setFormat(1, 2, 96000.0), noErr); // another bus: bus 0's rate is sent
+    EXPECT_THAT(takeCalls(), ElementsAre("12 E 0 0 0 0 0 0 0", "11 E 0 0 0 44100 1156 0 0",
+                                         "13 E 0 0 0 0 0 0 0"));
+}
+
+TEST(Buses, TheShippedInstrumentIsStereoOnly) {
+    TestHost host;
+    for (const UInt32 channels : {1U, 2U, 4U}) {
+        Instrument instrument;
+        EXPECT_EQ(instrument.setFormat(0, channels), noErr);
+        EXPECT_EQ(instrument.initialize(), channels == 2 ? noErr : -10868);
+        EXPECT_EQ(callsOf(kOpOpenInstance).size(), channels == 2 ? 1U : 0U);
+        EXPECT_THAT(host.log(), Contains("I:Initialize - numBuses : 1"));
+        EXPECT_THAT(host.log(),
+                    Contains("I:Initialize - numOutputs : " + std::to_string(channels)));
+        freshProbe();
+    }
+}
+
+TEST(Buses, OneCallRendersAllOfThemWhicheverIsPulledFirst) {
+    TestHost host;
+    Instrument instrument(host.patchedComponent(allowMultiOutput));
+    ASSERT_EQ(instrument.setBusCount(3), noErr);
+    ASSERT_EQ(instrument.setFormat(2, 1), noErr);
+    ASSERT_EQ(instrument.initialize(), noErr);
+    EXPECT_THAT(host.log(), Contains("I:using extra buffer"));
+    takeCalls();
+    Float64 time = 0;
+    for (const auto& order : {std::array{0, 1, 2}, std::array{2, 0, 1}, std::array{1, 2, 0}}) {
+        for (const int bus : order)
+            expectPattern(instrument.pull(static_cast<UInt32>(bus), bus == 2 ? 1 : 2, 100, time),
+                          static_cast<UInt32>(2 * bus));
+        time += 100;
+    }
+    EXPECT_EQ(takeCalls(), std::vector<std::string>(3, "15 E ptr ptr ptr 100 0 0 0"));
+}
+
+TEST(Buses, AnOddNumberOfChannelsIsMadeEvenByTheExtraBuffer) {
+    TestHost host;
+    Instrument instrument(host.patchedComponent(allowMultiOutput));
+    ASSERT_EQ(instrument.setFormat(0, 3), noErr);
+    ASSERT_EQ(instrument.initialize(), noErr);
+    EXPECT_EQ(callsOf(kOpOpenInstance).at(0).bytes[0][4], 4);
+    expectPattern(instrument.pull(0, 3, 1156, 0), 0);
+    const std::vector<float*> pointers = pointersOf(callsOf(kOpProcess).back());
+    ASSERT_EQ(pointers.size(), 4U);
+    for (int i = 0; i < 3; ++i)
+        EXPECT_NE(pointers[static_cast<std::size_t>(i)], pointers[3]);
+    EXPECT_EQ(pointers[3][1155], probe::patternSample(3, 1155)); // it is the whole slice long
+}
+
+/* Formats stay writable after the engine was opened; it keeps the channels it was opened with. */
+TEST(Buses, ChannelsThatTheEngineDoesNotKnowAreSilentAndMissingOnesHarmless) {
+    TestHost host;
+    Instrument instrument(host.patchedComponent(allowMultiOutput));
+    ASSERT_EQ(instrument.setBusCount(2), noErr);
+    ASSERT_EQ(instrument.initialize(), noErr);
+    EXPECT_EQ(callsOf(kOpOpenInstance).at(0).bytes[0][4], 4);
+    ASSERT_EQ(instrument.setFormat(0, 1), noErr);
+    expectPattern(instrument.pull(0, 1, 64, 0), 0);
+    ASSERT_EQ(instrument.setFormat(0, 40), noErr);
+    const Instrument::Audio audio = instrument.pull(0, 40, 64, 64);
+    ASSERT_EQ(audio.status, noErr);
+    EXPECT_EQ(audio.channels[3][63], probe::patternSample(3, 63));
+    for (std::size_t j = 4; j < 40; ++j)
+        EXPECT_THAT(audio.channels[j], Each(0.0F)) << j;
+    expectSilence(instrument.pull(1, 2, 64, 64));
+}
+
+TEST(Buses, ThirtyTwoChannelsAreTheMostThatTheEngineGets) {
+    TestHost host;
+    Instrument instrument(host.patchedComponent(allowMultiOutput));
+    ASSERT_EQ(instrument.setFormat(0, 34), noErr);
+    EXPECT_EQ(instrument.initialize(), -10868);
+    ASSERT_EQ(instrument.setFormat(0, 32), noErr);
+    EXPECT_EQ(instrument.initialize(), noErr);
+    ASSERT_EQ(instrument.setFormat(0, 34), noErr);
+    const Instrument::Audio audio = instrument.pull(0, 34, 64, 0);
+    ASSERT_EQ(audio.status, noErr);
+    EXPECT_EQ(audio.channels[31][63], probe::patternSample(31, 63));
+    EXPECT_THAT(audio.channels[32], Each(0.0F));
+    EXPECT_THAT(audio.channels[33], Each(0.0F));
+}
+
+TEST(Buses, WithoutAnEngineEveryBusIsSilent) {
+    TestHost host;
+    host.setEnginePath({});
+    Instrument instrument(host.patchedComponent(allowMultiOutput));
+    ASSERT_EQ(instrument.setBusCount(2), noErr);
+    ASSERT_EQ(instrument.setFormat(1, 5), noErr);
+    ASSERT_EQ(instrument.initialize(), noErr);
+    expectSilence(instrument.pull(1, 5, 64, 0));
+    expectSilence(instrument.pull(0, 2, 64, 0));
+}
+
+TEST(Midi, ABlocksEventsComeByOffsetAndThenByArrival) {
+    TestHost host;
+    Instrument instrument;
+    instrument.initialize();
+    const std::pair<UInt32, SInt32> sent[] = {
+        {0x91, 5}, {0x92, 0}, {0x83, 5}, {0xF8, 2}, {0xB0, -7}};
+    for (const auto& [status, offset] : sent)
+        EXPECT_EQ(instrument.sendMidi(status, 1, 2, offset), noErr);
+    instrument.pullNext();
+    EXPECT_THAT(lastEvents(),
+                ElementsAre(std::pair(0xB0, -7), std::pair(0x92, 0), std::pair(0xF8, 2),
+                            std::pair(0x91, 5), std::pair(0x83, 5)));
+    instrument.pullNext();
+    EXPECT_THAT(lastEvents(), IsEmpty());
+}
+
+TEST(Midi, Message1024IsDroppedWithOneErrorLine) {
+    TestHost host;
+    Instrument instrument;
+    instrument.initialize();
+    for (SInt32 i = 0; i < 1024; ++i)
+        EXPECT_EQ(instrument.sendMidi(0x90, 1, 2, i), noErr);
+    EXPECT_EQ(std::ranges::count(host.log(), "E:MIDI QUEUE ERROR"), 1);
+    instrument.pullNext();
+    EXPECT_EQ(lastEvents().size(), 1023U);
+    EXPECT_EQ(lastEvents().back().second, 1022);
+}
+
+TEST(Midi, ResetAndInitializeDiscardWhatIsQueued) {
+    TestHost host;
+    Instrument instrument;
+    instrument.sendMidi(0x90, 1, 2, 0);
+    instrument.initialize();
+    instrument.pullNext();
+    EXPECT_THAT(lastEvents(), IsEmpty());
+    instrument.sendMidi(0x91, 1, 2, 0);
+    AudioUnitReset(instrument.unit(), kAudioUnitScope_Global, 0);
+    instrument.sendMidi(0x92, 1, 2, 0);
+    instrument.pullNext();
+    EXPECT_THAT(lastEvents(), ElementsAre(std::pair(0x92, 0)));
+}
+
+/* What the host's callbacks answer, and whether they do. */
+struct Transport {
+    OSStatus beatStatus = noErr, timeStatus = noErr, stateStatus = noErr;
+    Float64 beat = 9.5, tempo = 90;
+    Float32 numerator = 2.6F;
+    UInt32 denominator = 8;
+    Float64 downBeat = 9;
+    Boolean playing = 1, changed = 1, cycling = 1;
+
+    static Transport& of(void* context) { return *static_cast<Transport*>(context); }
+    HostCallbackInfo callbacks() {
+        HostCallbackInfo info = {};
+        info.hostUserData = this;
+        info.beatAndTempoProc = [](void* context, Float64* outBeat, Float64* outTempo) -> OSStatus {
+            EXPECT_EQ(*outBeat, 0.0);
+            EXPECT_EQ(*outTempo, 120.0);
+            *outBeat = of(context).beat;
+            *outTempo = of(context).tempo;
+            return of(context).beatStatus;
+        };
+        info.musicalTimeLocationProc = [](void* context, UInt32* outToNextBeat,
+                                          Float32* outNumerator, UInt32* outDenominator,
+                                          Float64* outDownBeat) -> OSStatus {
+            EXPECT_EQ(*outToNextBeat, 0U);
+            EXPECT_EQ(*outNumerator, 4.0F);
+            EXPECT_EQ(*outDenominator, 4U);
+            EXPECT_EQ(*outDownBeat, 0.0);
+            *outNumerator = of(context).numerator;
+            *outDenominator = of(context).denominator;
+            *outDownBeat = of(context).downBeat;
+            return of(context).timeStatus;
+        };
+        info.transportStateProc = [](void* context, Boolean* outPlaying, Boolean* outChanged,
+                                     Float64* outSamplePos, Boolean* outCycling,
+                                     Float64* outCycleStart, Float64* outCycleEnd) -> OSStatus {
+            EXPECT_EQ(*outPlaying, 1);
+            EXPECT_EQ(*outChanged + *outCycling, 0);
+            EXPECT_EQ(*outSamplePos + *outCycleStart + *outCycleEnd, 0.0);
+            *outPlaying = of(context).playing;
+            *outChanged = of(context).changed;
+            *outCycling = of(context).cycling;
+            *outSamplePos = 12345;
+            *outCycleStart = 8;
+            *outCycleEnd = 16;
+            return of(context).stateStatus;
+        };
+        return info;
+    }
+};
+
+class TransportTest : public testing::Test {
+protected:
+    OrmoSyncInfo render(const HostCallbackInfo& callbacks, UInt32 frames = 64) {
+        instrument.setHostCallbacks(callbacks);
+        instrument.pullNext(frames);
+        return syncOf(callsOf(kOpProcess).back());
+    }
+    void SetUp() override { instrument.initialize(); }
+
+    TestHost host;
+    Instrument instrument;
+    Transport transport;
+};
+
+TEST_F(TransportTest, ReachesTheEngineAsTheHostReportsIt) {
+    const OrmoSyncInfo sync = render(transport.callbacks());
+    EXPECT_EQ(sync.bpm, 90);
+    EXPECT_EQ(sync.ppq, 9.5);
+    EXPECT_EQ(sync.timeSigNumerator, 3);
+    EXPECT_EQ(sync.timeSigDenominator, 8);
+    EXPECT_EQ(sync.barStart, 9);
+    EXPECT_EQ(sync.playing, 1);
+    EXPECT_EQ(sync.looping, 1);
+    EXPECT_EQ(sync.transportChanged, 1);
+    EXPECT_EQ(sync.samplePos, 12345);
+    EXPECT_EQ(sync.loopStart, 8);
+    EXPECT_EQ(sync.loopEnd, 16);
+    EXPECT_EQ(sync.sampleRate, 44100);
+    EXPECT_EQ(sync.sampleLength, 64);
+    EXPECT_EQ(sync.beatsPerBar, 1.5);
+    EXPECT_EQ(sync.samplesToBar, 29400);
+    EXPECT_EQ(sync.lastLoggedPpq, 0);
+}
+
+TEST_F(TransportTest, OfAMissingOrFailingCallbackKeepsItsValuesButForTheBarStart) {
+    HostCallbackInfo callbacks = transport.callbacks();
+    render(callbacks);
+    transport.tempo = 60;
+    transport.beat = 10.7;
+    transport.beatStatus = transport.timeStatus = transport.stateStatus = -1;
+    transport.playing = 0;
+    OrmoSyncInfo sync = render(callbacks);
+    EXPECT_EQ(sync.bpm, 90);
+    EXPECT_EQ(sync.ppq, 9.5);
+    EXPECT_EQ(sync.barStart, 8);
+    EXPECT_EQ(sync.timeSigNumerator, 3);
+    EXPECT_EQ(sync.playing, 1);
+    for (const auto& [beat, barStart] : {std::pair(10.7, 8.0), {3.99, 0.0}, {-5.0, -4.0}}) {
+        transport.beat = beat;
+        transport.beatStatus = noErr;
+        callbacks.musicalTimeLocationProc = nullptr;
+        EXPECT_EQ(render(callbacks).barStart, barStart);
+    }
+    callbacks.beatAndTempoProc = nullptr;
+    callbacks.transportStateProc = nullptr;
+    EXPECT_EQ(render(callbacks).bpm, 60);
+}
+
+TEST_F(TransportTest, WithoutCallbacksStandsStill) {
+    const OrmoSyncInfo sync = render({});
+    EXPECT_EQ(sync.playing, 0);
+    EXPECT_EQ(sync.bpm, 120);
+    EXPECT_EQ(sync.crossesBar, 1);
+    instrument.uninitialize();
+    instrument.setFormat(0, 2, 44100.4);
+    render(transport.callbacks());
+    instrument.initialize();
+    EXPECT_EQ(render({}).playing, 0) << "initialising resets the snapshot";
+    EXPECT_EQ(render({}).sampleRate, 44100.4);
+}
+
+TEST_F(TransportTest, ThatContradictsItselfReachesTheEngineStopped) {
+    transport.downBeat = 10;
+    EXPECT_EQ(render(transport.callbacks()).playing, 0);
+    transport.downBeat = 9;
+    transport.beat = 40; // outside the loop, and the bar with it
+    transport.downBeat = 40;
+    const OrmoSyncInfo sync = render(transport.callbacks());
+    EXPECT_EQ(sync.playing, 1);
+    EXPECT_EQ(sync.looping, 0);
+    EXPECT_EQ(sync.crossesLoopEnd, 0);
+}
+
+TEST_F(TransportTest, CountsALongBlockInItsLow16Bits) {
+    instrument.uninitialize();
+    ASSERT_EQ(instrument.set(kAudioUnitProperty_MaximumFramesPerSlice, UInt32{40000}), noErr);
+    instrument.initialize();
+    const OrmoSyncInfo sync = render({}, 40000);
+    EXPECT_EQ(sync.sampleLength, -25536);
+    EXPECT_EQ(sync.blockBeats, 40000 * ((120.0 / 60.0) / 44100.0));
+}
+
+} // namespace
+} // namespace velnor::test
