@@ -111,7 +111,7 @@ AUOutputElement& AUBase::GetOutput(UInt32 inBus) VELNOR_NONBLOCKING {
     return static_cast<AUOutputElement&>(mScopes[kAudioUnitScope_Output].GetIOElement(inBus));
 }
 
-// Listeners.
+// Listeners and notifications.
 
 OSStatus AUBase::AddPropertyListener(AudioUnitPropertyID inID, AudioUnitPropertyListenerProc inProc,
                                      void* inUserData) {
@@ -131,6 +131,14 @@ OSStatus AUBase::RemovePropertyListener(AudioUnitPropertyID inID,
 void AUBase::PropertyChanged(AudioUnitPropertyID inID, AudioUnitScope inScope,
                              AudioUnitElement inElement) VELNOR_NONBLOCKING {
     mPropertyListeners.Notify(GetComponentInstance(), inID, inScope, inElement);
+}
+
+OSStatus AUBase::SetRenderNotification(AURenderCallback inProc, void* inUserData) {
+    return mRenderNotifications.Add(inProc, inUserData);
+}
+
+OSStatus AUBase::RemoveRenderNotification(AURenderCallback inProc, void* inUserData) {
+    return mRenderNotifications.Remove(inProc, inUserData);
 }
 
 // Names and presets.
