@@ -75,8 +75,8 @@ enum OrmoOpcode {
     /* target engine. The last call for this handle. main. */
     kOpCloseInstance = 10,
     /* target engine; val1: sample rate in Hz, fraction cut off; val2: most frames that one
-       kOpProcess will ask for. main. Never between kOpResume and kOpSuspend, except when an
-       initialised instance is initialised again. */
+       kOpProcess will ask for. main. The instance is new or suspended, unless the host reset
+       it while it was not initialised. */
     kOpSetRateAndBlockSize = 11,
     /* target engine: rendering stops. main. */
     kOpSuspend = 12,
