@@ -2,6 +2,7 @@
 
 #include "platform/CFNumberObject.h"
 
+#include <bit>
 #include <cmath>
 #include <limits>
 #include <optional>
@@ -67,12 +68,16 @@ Converted<To> RealFromReal(double real) {
     return {value, std::isnan(real) || static_cast<double>(value) == real};
 }
 
+/* Exact when the bits from the highest to the lowest one set fit the mantissa: asked of the
+ * integer, since a comparison of reals may run at another precision. */
 template <class To, class From>
 Converted<To> RealFromInteger(From integer) {
-    const auto value = static_cast<To>(integer);
-    const double limit = IntegerLimit<From>();
-    const auto back = static_cast<double>(value);
-    return {value, back < limit && static_cast<From>(back) == integer};
+    auto magnitude = static_cast<UInt64>(integer);
+    if (std::cmp_less(integer, 0)) {
+        magnitude = 0 - magnitude;
+    }
+    const int used = 64 - std::countl_zero(magnitude) - std::countr_zero(magnitude);
+    return {static_cast<To>(integer), used <= std::numeric_limits<To>::digits};
 }
 
 template <class To, class From>
