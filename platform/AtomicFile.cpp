@@ -81,7 +81,7 @@ int GiveName(const std::string& path, const std::string& name) {
 std::optional<struct stat> ReplaceFile(const std::string& path, std::string_view content,
                                        mode_t mode) {
     const std::string folder = FolderOf(path);
-    const std::string fresh = folder + "/.new";
+    const std::string fresh = folder + "/.velnor-preferences.new";
     unlink(fresh.c_str()); /* left by a writer that was killed */
     UniqueFd fd(open(fresh.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC,
                      S_IRUSR | S_IWUSR));

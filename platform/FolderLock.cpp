@@ -29,7 +29,7 @@ bool LockWithin(int fd, milliseconds patience) {
 } // namespace
 
 FolderLock::FolderLock(const std::string& folder, milliseconds patience)
-    : mFile(open((folder + "/.lock").c_str(),
+    : mFile(open((folder + "/.velnor-preferences.lock").c_str(),
                  O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK, S_IRUSR | S_IWUSR)),
       mHeld(mFile && LockWithin(mFile.Get(), patience)) {}
 

@@ -9,8 +9,9 @@
 
 namespace velnor {
 
-/* Holds an exclusive lock on the file ".lock" of the folder, which stays there. The lock goes with
- * the object, and with the process however that ends. Two threads exclude each other too. */
+/* Holds an exclusive lock on the file ".velnor-preferences.lock" of the folder, which stays there.
+ * The lock goes with the object, and with the process however that ends. Two threads exclude each
+ * other too. */
 class FolderLock {
 public:
     /* Waits for the lock; without it when the file cannot be made or the time runs out. */

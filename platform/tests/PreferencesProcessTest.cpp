@@ -140,14 +140,15 @@ TEST(PreferencesProcess, AFullDiskLeavesTheOldFile) {
                Search("k") == "new";
     })));
     EXPECT_EQ(ReadFile(PathOf()), before);
-    EXPECT_FALSE(std::filesystem::exists(home.ConfigHome() + "/velnor/.new"));
+    EXPECT_FALSE(std::filesystem::exists(home.ConfigHome() + "/velnor/.velnor-preferences.new"));
     EXPECT_EQ(Search("k"), "old");
 }
 
 TEST(PreferencesProcess, AWriterWaitsForTheOneThatHoldsTheLock) {
     const TempHome home;
     ASSERT_TRUE(Save("k", Value("old").Get()));
-    const int lock = open((home.ConfigHome() + "/velnor/.lock").c_str(), O_RDWR | O_CLOEXEC);
+    const int lock =
+        open((home.ConfigHome() + "/velnor/.velnor-preferences.lock").c_str(), O_RDWR | O_CLOEXEC);
     ASSERT_EQ(flock(lock, LOCK_EX), 0);
     const pid_t writer = Start([lock] {
         close(lock);
