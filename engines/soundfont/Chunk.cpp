@@ -85,8 +85,12 @@ private:
     bool mGood = true;
 };
 
-// Groups of channels follow one another without overlap, and only their heads have a mode.
+// Groups of channels follow one another without overlap, the first from the first channel on, and
+// only their heads have a mode.
 bool areModesGood(const EngineState& state) {
+    if (state.channels[0].mode == kModeNone) {
+        return false;
+    }
     size_t free = 0;
     for (size_t channel = 0; channel < state.channels.size(); ++channel) {
         const ChannelState& head = state.channels[channel];

@@ -104,9 +104,10 @@ void Synth::restart(int rate) {
     mSynth = std::move(fresh);
 }
 
+// The other way round, the reset would let the voices sound on.
 void Synth::reset() VELNOR_NONBLOCKING {
-    VELNOR_FLUID(fluid_synth_all_sounds_off(mSynth.get(), kEveryChannel);
-                 fluid_synth_system_reset(mSynth.get()));
+    VELNOR_FLUID(fluid_synth_system_reset(mSynth.get());
+                 fluid_synth_all_sounds_off(mSynth.get(), kEveryChannel));
 }
 
 void Synth::setInterpolation(bool highest) VELNOR_NONBLOCKING {

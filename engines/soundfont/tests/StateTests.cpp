@@ -183,6 +183,7 @@ TEST(Chunk, ValuesThatCannotBeAreRefusedInARightlySealedOne) {
         {"nrpn select", 54 + 257, 64},
         {"nrpn select unreachable", 54 + 257, 5},
         {"mode", 54 + 258, 4},
+        {"first channel without mode", 54 + 258, 255},
         {"mode without channels", 54 + 259, 0},
         {"too many channels", 54 + 259, 17},
         {"groups overlap", 54 + 512 + 258, 0},
