@@ -1,0 +1,325 @@
+#include "framework/tests/HostBuffers.h"
+#include "framework/tests/TestInstrument.h"
+
+#include <gtest/gtest.h>
+
+#include <thread>
+#include <xmmintrin.h>
+
+namespace velnor {
+namespace {
+
+constexpr UInt32 kGlobal = kAudioUnitScope_Global;
+constexpr UInt32 kOutput = kAudioUnitScope_Output;
+
+/// The last render error, which reading takes.
+OSStatus LastError(const OpenInstrument& unit) {
+    OSStatus status = 1;
+    EXPECT_EQ(unit.Get(kAudioUnitProperty_LastRenderError, kGlobal, 0, status), noErr);
+    return status;
+}
+
+/// What a property listener counts.
+void CountChange(void* userData, AudioUnit, AudioUnitPropertyID, AudioUnitScope, AudioUnitElement) {
+    ++*static_cast<int*>(userData);
+}
+
+TEST(RenderDriver, OneRenderServesAllBusesOfATimeStampInWhateverOrder) {
+    OpenInstrument unit({.outputs = 3});
+    ASSERT_EQ(AudioUnitInitialize(unit), noErr);
+    struct Pull {
+        Float64 time;
+        UInt32 bus;
+        bool hostMemory;
+        int render; // whose samples arrive
+    };
+    for (const Pull& pull : {Pull{0, 0, true, 1},
+                             {0, 2, true, 1},
+                             {0, 1, false, 1},
+                             {64, 2, true, 2},
+                             {64, 0, true, 2},
+                             {64, 0, false, 2},
+                             {64, 0, true, 2},
+                             {128, 1, false, 3},
+                             {64, 1, true, 4},
+                             {64, 2, false, 4}}) {
+        HostBuffers buffers(2, 64, pull.hostMemory);
+        ASSERT_EQ(buffers.Pull(unit, pull.bus, 64, pull.time), noErr);
+        EXPECT_EQ(unit->mRenders, pull.render);
+        for (UInt32 channel = 0; channel < 2; ++channel) {
+            const Float32 sample = TestInstrument::SampleOf(pull.render, pull.bus, channel);
+            EXPECT_EQ(buffers.Sample(channel, 0), sample);
+            EXPECT_EQ(buffers.Sample(channel, 63), sample);
+            EXPECT_EQ(buffers.Buffer(channel).mDataByteSize, 256u);
+        }
+    }
+    ASSERT_EQ(AudioUnitReset(unit, kGlobal, 0), noErr);
+    EXPECT_EQ(HostBuffers(2, 64).Pull(unit, 0, 64, 64), noErr);
+    EXPECT_EQ(unit->mRenders, 5) << "a reset forces the next pull to render";
+}
+
+TEST(RenderDriver, SingleBusRendersStraightIntoTheHostsBuffers) {
+    OpenInstrument unit;
+    ASSERT_EQ(AudioUnitInitialize(unit), noErr);
+    HostBuffers host(2, 100);
+    ASSERT_EQ(host.Pull(unit, 0, 64, 0), noErr);
+    EXPECT_EQ(host.Memory(1)[63], TestInstrument::SampleOf(1, 0, 1));
+    EXPECT_EQ(host.Buffer(1).mData, host.Memory(1).data());
+    EXPECT_THROW(unit->GetOutput(0).GetBufferList(), OSStatus) << "nothing points there any more";
+
+    HostBuffers none(2, 64, false);
+    ASSERT_EQ(none.Pull(unit, 0, 64, 64), noErr);
+    EXPECT_EQ(none.Sample(1, 63), TestInstrument::SampleOf(2, 0, 1));
+    EXPECT_EQ(unit->GetOutput(0).GetBufferList().mBuffers[0].mData, none.Buffer(0).mData);
+}
+
+TEST(RenderDriver, RefusedPullTouchesNothingAndIsKeptAsTheLastRenderError) {
+    OpenInstrument unit({.outputs = 2});
+    int changes = 0;
+    AudioUnitAddPropertyListener(unit, kAudioUnitProperty_LastRenderError, CountChange, &changes);
+    const auto expect = [&](OSStatus status, HostBuffers buffers, UInt32 bus, UInt32 frames) {
+        EXPECT_EQ(buffers.Pull(unit, bus, frames, 0), status);
+        EXPECT_EQ(buffers.Memory(0)[0], HostBuffers::kUntouched);
+        EXPECT_EQ(LastError(unit), status);
+        EXPECT_EQ(LastError(unit), noErr);
+    };
+    expect(kAudioUnitErr_Uninitialized, {2, 64}, 0, 64);
+    ASSERT_EQ(AudioUnitInitialize(unit), noErr);
+    expect(kAudioUnitErr_TooManyFramesToProcess, {2, 1157}, 0, 1157);
+    expect(kAudioUnitErr_TooManyFramesToProcess, {2, 64}, 0, 0xFFFFFFFF);
+    expect(kAudioUnitErr_InvalidElement, {2, 64}, 2, 64);
+    expect(paramErr, {1, 64}, 0, 64);
+    expect(paramErr, {3, 64}, 1, 64);
+    expect(paramErr, {2, 63}, 0, 64);
+    HostBuffers mixed(2, 64);
+    mixed.Buffer(1).mData = nullptr;
+    expect(paramErr, std::move(mixed), 0, 64);
+    EXPECT_EQ(changes, 8);
+    EXPECT_EQ(unit->mRenders, 0);
+
+    HostBuffers most(2, 1156);
+    EXPECT_EQ(most.Pull(unit, 1, 1156, 0), noErr);
+    EXPECT_EQ(most.Memory(1)[1155], TestInstrument::SampleOf(1, 1, 1));
+    EXPECT_EQ(HostBuffers(2, 0).Pull(unit, 0, 0, 64), noErr);
+}
+
+TEST(RenderDriver, FirstFailureStaysUntilItIsRead) {
+    OpenInstrument unit;
+    ASSERT_EQ(AudioUnitInitialize(unit), noErr);
+    HostBuffers buffers(2, 64);
+    for (const OSStatus status : {-7, -8, 0}) {
+        unit->mStatus = status;
+        EXPECT_EQ(buffers.Pull(unit, 0, 64, status), status);
+    }
+    EXPECT_EQ(LastError(unit), -7);
+    EXPECT_EQ(LastError(unit), noErr);
+}
+
+struct Notified {
+    std::vector<AudioUnitRenderActionFlags> flags;
+    unsigned controlWord = 0;
+    AudioTimeStamp time{};
+    UInt32 bus = 0, frames = 0;
+    const AudioBufferList* data = nullptr;
+};
+
+OSStatus Note(void* userData, AudioUnitRenderActionFlags* flags, const AudioTimeStamp* time,
+              UInt32 bus, UInt32 frames, AudioBufferList* data) {
+    auto& notified = *static_cast<Notified*>(userData);
+    notified.flags.push_back(*flags);
+    notified.controlWord = _mm_getcsr();
+    notified.time = *time;
+    notified.bus = bus;
+    notified.frames = frames;
+    notified.data = data;
+    return -1;
+}
+
+TEST(RenderDriver, NotifiesBeforeAndAfterEveryPullWithTheHostsArguments) {
+    OpenInstrument unit({.outputs = 2});
+    ASSERT_EQ(AudioUnitInitialize(unit), noErr);
+    Notified notified;
+    EXPECT_EQ(AudioUnitAddRenderNotify(unit, nullptr, nullptr), paramErr);
+    EXPECT_EQ(AudioUnitAddRenderNotify(unit, Note, &notified), noErr);
+    EXPECT_EQ(AudioUnitAddRenderNotify(unit, Note, &notified), noErr);
+    HostBuffers buffers(2, 32);
+    AudioUnitRenderActionFlags flags = kAudioUnitRenderAction_OutputIsSilence;
+    const AudioTimeStamp time = AtSample(99);
+    ASSERT_EQ(AudioUnitRender(unit, &flags, &time, 1, 32, buffers.Get()), noErr);
+    EXPECT_EQ(notified.flags, (std::vector<AudioUnitRenderActionFlags>{0x14, 0x18}));
+    EXPECT_EQ(flags, UInt32{kAudioUnitRenderAction_OutputIsSilence});
+    EXPECT_EQ(notified.time.mSampleTime, 99);
+    EXPECT_EQ(notified.bus, 1u);
+    EXPECT_EQ(notified.frames, 32u);
+    EXPECT_EQ(notified.data, buffers.Get());
+
+    unit->mStatus = -5;
+    EXPECT_EQ(buffers.Pull(unit, 1, 32, 100), -5);
+    EXPECT_EQ(notified.flags.size(), 4u) << "a failed render is notified too";
+    EXPECT_EQ(AudioUnitRemoveRenderNotify(unit, Note, &notified), noErr);
+    EXPECT_EQ(buffers.Pull(unit, 1, 32, 101), -5);
+    EXPECT_EQ(notified.flags.size(), 4u);
+}
+
+TEST(RenderDriver, FlushesDenormalsForThePullAndRestoresTheControlWordHoweverItEnds) {
+    OpenInstrument unit;
+    ASSERT_EQ(AudioUnitInitialize(unit), noErr);
+    Notified notified;
+    AudioUnitAddRenderNotify(unit, Note, &notified);
+    const unsigned before = _mm_getcsr();
+    constexpr unsigned kStatusFlags = 0x3F;
+    const unsigned word = (before & ~(0x8040u | kStatusFlags)) | 0x6000; // rounds toward zero
+    const std::vector<std::pair<Throw, OSStatus>> cases = {
+        {Throw::kNothing, noErr},
+#if !defined(VELNOR_REALTIME_SANITIZER) // which a throw switches off
+        {Throw::kStatus, kThrownStatus}, {Throw::kError, kThrownError},
+        {Throw::kBadAlloc, memFullErr},  {Throw::kOther, -1},
+#endif
+        {Throw::kNothing, noErr}};
+    Float64 time = 0;
+    for (const auto& [thrown, status] : cases) {
+        unit->mThrow = thrown;
+        HostBuffers buffers(2, 64);
+        _mm_setcsr(word);
+        const OSStatus pulled = buffers.Pull(unit, 0, 64, ++time);
+        const unsigned after = _mm_getcsr();
+        _mm_setcsr(before);
+        EXPECT_EQ(pulled, status);
+        unit->mThrow = Throw::kNothing;
+        EXPECT_EQ(notified.controlWord & ~kStatusFlags, word | 0x8040);
+        EXPECT_EQ(after & ~kStatusFlags, word);
+        EXPECT_EQ(LastError(unit), status);
+    }
+}
+
+TEST(RenderDriver, FrameLimitIsWrittenWhileUninitializedAndSizesTheBuffers) {
+    OpenInstrument unit({.outputs = 2});
+    int changes = 0;
+    constexpr AudioUnitPropertyID kLimit = kAudioUnitProperty_MaximumFramesPerSlice;
+    AudioUnitAddPropertyListener(unit, kLimit, CountChange, &changes);
+    EXPECT_EQ(unit.Set(kLimit, kGlobal, 0, UInt64{64}), kAudioUnitErr_InvalidPropertyValue);
+    for (const UInt32 limit : {UInt32{64}, UInt32{4000}}) {
+        ASSERT_EQ(unit.Set(kLimit, kGlobal, 0, limit), noErr);
+        ASSERT_EQ(AudioUnitInitialize(unit), noErr);
+        EXPECT_EQ(unit.Set(kLimit, kGlobal, 0, UInt32{8}), kAudioUnitErr_Initialized);
+        UInt32 read = 0;
+        EXPECT_EQ(unit.Get(kLimit, kGlobal, 0, read), noErr);
+        EXPECT_EQ(read, limit);
+        HostBuffers buffers(2, limit + 1);
+        EXPECT_EQ(buffers.Pull(unit, 1, limit + 1, limit), kAudioUnitErr_TooManyFramesToProcess);
+        EXPECT_EQ(buffers.Pull(unit, 1, limit, limit), noErr);
+        EXPECT_NE(buffers.Memory(1)[limit - 1], HostBuffers::kUntouched);
+        EXPECT_EQ(buffers.Memory(1)[limit], HostBuffers::kUntouched);
+        ASSERT_EQ(AudioUnitUninitialize(unit), noErr);
+    }
+    EXPECT_EQ(changes, 2);
+}
+
+TEST(RenderDriver, BuffersFollowFormatAndBusCountWhileInitialized) {
+    OpenInstrument unit({.outputs = 1});
+    ASSERT_EQ(AudioUnitInitialize(unit), noErr);
+    auto format = DefaultStreamFormat(2);
+    format.mChannelsPerFrame = 6;
+    ASSERT_EQ(unit.Set(kAudioUnitProperty_StreamFormat, kOutput, 0, format), noErr);
+    ASSERT_EQ(unit.Set(kAudioUnitProperty_ElementCount, kOutput, 0, UInt32{3}), noErr);
+    HostBuffers six(6, 64);
+    HostBuffers two(2, 64);
+    EXPECT_EQ(two.Pull(unit, 0, 64, 0), paramErr);
+    EXPECT_EQ(six.Pull(unit, 0, 64, 0), noErr);
+    EXPECT_EQ(two.Pull(unit, 2, 64, 0), noErr);
+    EXPECT_EQ(six.Memory(5)[63], TestInstrument::SampleOf(1, 0, 5));
+    EXPECT_EQ(two.Memory(1)[63], TestInstrument::SampleOf(1, 2, 1));
+
+    format.mChannelsPerFrame = 0xFFFFFFFF;
+    EXPECT_EQ(unit.Set(kAudioUnitProperty_StreamFormat, kOutput, 0, format), memFullErr);
+    EXPECT_EQ(unit.Set(kAudioUnitProperty_ElementCount, kOutput, 0, UInt32{0xFFFFFFFF}),
+              kAudioUnitErr_InvalidPropertyValue);
+    EXPECT_EQ(six.Pull(unit, 0, 64, 64), noErr) << "what cannot be had changes nothing";
+    ASSERT_EQ(unit.Set(kAudioUnitProperty_ElementCount, kOutput, 0, UInt32{1}), noErr);
+    EXPECT_EQ(two.Pull(unit, 2, 64, 128), kAudioUnitErr_InvalidElement);
+    EXPECT_EQ(six.Pull(unit, 0, 64, 128), noErr);
+}
+
+TEST(RenderDriver, ExternalBufferHoldsWhatTheUnitRenders) {
+    OpenInstrument unit({.outputs = 2});
+    alignas(16) static UInt8 block[2 * 4 * 2048];
+    const AudioUnitExternalBuffer external{block, sizeof block};
+    constexpr AudioUnitPropertyID kExternal = kAudioUnitProperty_SetExternalBuffer;
+    EXPECT_EQ(unit.Set(kExternal, kOutput, 0, external), kAudioUnitErr_Uninitialized);
+    ASSERT_EQ(AudioUnitInitialize(unit), noErr);
+    EXPECT_EQ(unit.Set(kExternal, kOutput, 0, AudioUnitExternalBuffer{block + 4, 64}), paramErr);
+    ASSERT_EQ(unit.Set(kExternal, kOutput, 0, external), noErr);
+    HostBuffers buffers(2, 64, false);
+    ASSERT_EQ(buffers.Pull(unit, 0, 64, 0), noErr);
+    EXPECT_EQ(buffers.Buffer(0).mData, block);
+    EXPECT_EQ(buffers.Sample(1, 63), TestInstrument::SampleOf(1, 0, 1));
+}
+
+struct PulledInput {
+    UInt32 bus = 0;
+    void* data = nullptr;
+};
+
+OSStatus FeedInput(void* userData, AudioUnitRenderActionFlags*, const AudioTimeStamp*, UInt32 bus,
+                   UInt32, AudioBufferList* data) {
+    *static_cast<PulledInput*>(userData) = {bus, data->mBuffers[0].mData};
+    return noErr;
+}
+
+TEST(RenderDriver, InputBusTakesMemoryForACallbackAndLendsItForAConnection) {
+    OpenInstrument source;
+    OpenInstrument unit({.inputs = 2});
+    ASSERT_EQ(AudioUnitInitialize(source), noErr);
+    ASSERT_EQ(AudioUnitInitialize(unit), noErr);
+    AUInputElement& input = unit->GetInput(1);
+    AudioUnitRenderActionFlags flags = 0;
+    const AudioTimeStamp time = AtSample(0);
+    EXPECT_EQ(input.PullInput(flags, time, 1, 64), kAudioUnitErr_NoConnection);
+    PulledInput pulled;
+    ASSERT_EQ(unit->SetInputCallback(0, 1, FeedInput, &pulled), noErr);
+    EXPECT_EQ(input.PullInput(flags, time, 1, 64), noErr);
+    EXPECT_EQ(pulled.bus, 1u);
+    EXPECT_EQ(input.GetBufferList().mBuffers[0].mData, pulled.data);
+    ASSERT_EQ(unit->SetConnection({source, 0, 1}), noErr);
+    EXPECT_EQ(input.PullInput(flags, time, 1, 64), noErr);
+    EXPECT_EQ(*static_cast<Float32*>(input.GetBufferList().mBuffers[1].mData),
+              TestInstrument::SampleOf(1, 0, 1));
+}
+
+TEST(RenderDriver, HostThreadsChangeAndReadEverythingTheyMayWhileItRenders) {
+    OpenInstrument unit({.outputs = 2});
+    ASSERT_EQ(AudioUnitInitialize(unit), noErr);
+    std::atomic<bool> rendering{true};
+    std::thread render([&] {
+        HostBuffers buffers(2, 64);
+        for (int pull = 0; pull < 4000; ++pull) {
+            AudioUnitParameterValue value = 0;
+            AudioUnitGetParameter(unit, static_cast<UInt32>(pull) / 4, kGlobal, 0, &value);
+            EXPECT_EQ(value, value > 0 ? 0.5f : 0.0f);
+            EXPECT_EQ(buffers.Pull(unit, static_cast<UInt32>(pull) % 2, 64, pull / 2), noErr);
+        }
+        rendering = false;
+    });
+    Notified notified;
+    notified.flags.reserve(10000);
+    for (UInt32 id = 0; rendering; ++id) {
+        AudioUnitAddRenderNotify(unit, Note, &notified);
+        EXPECT_EQ(AudioUnitSetParameter(unit, id % 1000, kGlobal, 0, 0.5f, 0), noErr);
+        AudioStreamBasicDescription format;
+        EXPECT_EQ(unit.Get(kAudioUnitProperty_StreamFormat, kOutput, 1, format), noErr);
+        EXPECT_EQ(LastError(unit), noErr);
+        std::vector<AudioUnitParameterID> ids(1000);
+        UInt32 size = 4000;
+        EXPECT_EQ(AudioUnitGetProperty(unit, kAudioUnitProperty_ParameterList, kGlobal, 0,
+                                       ids.data(), &size),
+                  noErr);
+        if (id % 8 == 0) {
+            EXPECT_EQ(AudioUnitReset(unit, kGlobal, 0), noErr);
+        }
+        AudioUnitRemoveRenderNotify(unit, Note, &notified);
+    }
+    render.join();
+}
+
+} // namespace
+} // namespace velnor
