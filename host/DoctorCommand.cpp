@@ -1,0 +1,209 @@
+#include "host/DoctorCommand.h"
+
+#include "bridge/OrmoEngine.h"
+#include "host/ComponentFinder.h"
+#include "host/Installation.h"
+#include "host/Instrument.h"
+#include "host/JobError.h"
+#include "host/PlatformText.h"
+#include "host/ProductFile.h"
+#include "host/SetupFileCheck.h"
+#include "platform/CFBundle.h"
+#include "platform/CFDictionary.h"
+#include "platform/CFPreferences.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <deque>
+#include <filesystem>
+#include <fstream>
+#include <vector>
+
+namespace velnor::host {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr std::size_t kLogLines = 8;
+
+/* Facts as they are found; the first that is wrong is what the last sentence names. */
+class Findings {
+public:
+    void good(const std::string& what) { std::printf("ok  %s\n", what.c_str()); }
+    void note(const std::string& what) { std::printf("    %s\n", what.c_str()); }
+    void bad(const std::string& what, const std::string& remedy) {
+        std::printf("!!  %s\n", what.c_str());
+        if (mRemedy.empty())
+            mRemedy = remedy;
+    }
+    bool conclude(const std::string& name) const {
+        if (mRemedy.empty())
+            std::printf("\n%s is ready to play.\n", name.c_str());
+        else
+            std::printf("\n%s will not play: %s.\n", name.c_str(), mRemedy.c_str());
+        return mRemedy.empty();
+    }
+
+private:
+    std::string mRemedy;
+};
+
+void reportFile(Findings& findings, const std::string& path) {
+    std::error_code error;
+    findings.note(path + (fs::exists(path, error) ? "" : " (not there)"));
+}
+
+void examineData(Findings& findings, const ProductNames& names) {
+    const std::string data = readPreference(names.domain(), kDataDirKey);
+    findings.note("preferences of the product:");
+    reportFile(findings, preferencePath(names.domain()));
+    std::error_code error;
+    if (data.empty())
+        return findings.bad("base_dir is not set", "install it again with --data DIR");
+    if (!fs::is_directory(data, error))
+        return findings.bad("base_dir: " + data + " is no folder",
+                            "the sounds' folder is gone; install again with --data DIR");
+    findings.good("base_dir: " + data);
+    const std::string problem = checkSetupFile(data + ORMO_SETUP_FILE, names);
+    if (problem.empty())
+        findings.good("setup file: " + data + ORMO_SETUP_FILE);
+    else
+        findings.note("setup file: " + data + ORMO_SETUP_FILE + ": " + problem +
+                      " (install --write-setup makes one)");
+}
+
+std::string versionOf(OrmoOpcodeProc proc) {
+    char text[kOrmoVersionTextSize + 1] = {};
+    proc(0, kOpGetVersion, reinterpret_cast<OrmoWord>(text), 0, 0, 0, 0, 0, 0);
+    return text;
+}
+
+void examineEngine(Findings& findings) {
+    findings.note("preferences of the engine:");
+    reportFile(findings, preferencePath(kEngineDomain));
+    const std::string path = readPreference(kEngineDomain, kEnginePathKey);
+    if (path.empty())
+        return findings.bad("path is not set", "install it again with --engine BUNDLE");
+    const CFRef<CFURLRef> url(CFURLCreateWithFileSystemPath(
+        kCFAllocatorDefault, platformString(path).Get(), kCFURLPOSIXPathStyle, true));
+    const CFRef<CFBundleRef> bundle(url ? CFBundleCreate(kCFAllocatorDefault, url.Get()) : nullptr);
+    if (!bundle)
+        return findings.bad("engine: " + path + " is no bundle",
+                            "the engine is gone; install it again with --engine BUNDLE");
+    void* entry =
+        CFBundleGetFunctionPointerForName(bundle.Get(), platformString(ORMO_ENTRY_NAME).Get());
+    if (!entry)
+        return findings.bad("engine: " + path + ": " + PlatformBundleGetLoadError(bundle.Get()),
+                            "the engine does not load; install one for this machine");
+    findings.good("engine: " + path + ", version " +
+                  versionOf(reinterpret_cast<OrmoOpcodeProc>(entry)));
+}
+
+CFDictionaryRef childOf(CFTypeRef node, const char* key) {
+    if (!node || CFGetTypeID(node) != CFDictionaryGetTypeID())
+        return nullptr;
+    const void* child =
+        CFDictionaryGetValue(static_cast<CFDictionaryRef>(node), platformString(key).Get());
+    const bool isDictionary = child && CFGetTypeID(child) == CFDictionaryGetTypeID();
+    return isDictionary ? static_cast<CFDictionaryRef>(child) : nullptr;
+}
+
+std::string leafOf(CFTypeRef node, const char* key) {
+    const void* leaf =
+        node && CFGetTypeID(node) == CFDictionaryGetTypeID()
+            ? CFDictionaryGetValue(static_cast<CFDictionaryRef>(node), platformString(key).Get())
+            : nullptr;
+    const bool isText = leaf && CFGetTypeID(leaf) == CFStringGetTypeID();
+    return isText ? textOf(static_cast<CFStringRef>(leaf)) : "";
+}
+
+void examineRegistry(Findings& findings, const ProductNames& names) {
+    const CFRef<CFPropertyListRef> plugins(CFPreferencesCopyValue(
+        platformString("Plugins").Get(), platformString(names.domain()).Get(),
+        kCFPreferencesCurrentUser, kCFPreferencesAnyHost));
+    const CFDictionaryRef list = childOf(plugins.Get(), "AU");
+    if (!list)
+        return findings.note("registry: no installation has been opened yet");
+    std::vector<const void*> keys(static_cast<std::size_t>(CFDictionaryGetCount(list)));
+    std::vector<const void*> values(keys.size());
+    CFDictionaryGetKeysAndValues(list, keys.data(), values.data());
+    for (std::size_t i = 0; i < keys.size(); ++i) {
+        const std::string path = leafOf(values[i], "path");
+        std::error_code error;
+        findings.note("registry " + textOf(static_cast<CFStringRef>(keys[i])) + ": " + path + " (" +
+                      leafOf(values[i], "version") + ")" +
+                      (fs::exists(path, error) ? "" : ", gone since"));
+    }
+}
+
+/* The youngest log of the product, or an empty path. */
+fs::path youngestLog(const fs::path& folder) {
+    fs::path youngest;
+    fs::file_time_type best{};
+    std::error_code error;
+    for (const fs::directory_entry& entry : fs::directory_iterator(folder, error)) {
+        const auto time = entry.last_write_time(error);
+        if (entry.path().extension() == ".log" && (youngest.empty() || time > best)) {
+            youngest = entry.path();
+            best = time;
+        }
+    }
+    return youngest;
+}
+
+void examineLog(Findings& findings, const ProductNames& names) {
+    const fs::path folder = fs::path(dataHome()) / names.vendor / names.product;
+    const fs::path log = youngestLog(folder);
+    if (log.empty())
+        return findings.note("log: none yet in " + folder.string());
+    findings.note("log: " + log.string() + ", its last lines:");
+    std::ifstream file(log);
+    std::deque<std::string> lines;
+    for (std::string line; std::getline(file, line);) {
+        lines.push_back(line);
+        if (lines.size() > kLogLines)
+            lines.pop_front();
+    }
+    for (const std::string& line : lines)
+        findings.note("  " + line);
+}
+
+/* Opens and initialises the instrument itself: what a host would see. */
+void examineInstrument(Findings& findings, Component component) {
+    try {
+        Instrument instrument(component);
+        instrument.setMaximumFrames(512);
+        instrument.initialize();
+        OrmoEngineHandle handle = 0;
+        UInt32 size = sizeof handle;
+        AudioUnitGetProperty(instrument.unit(), kPropertyEngineHandle, kAudioUnitScope_Global, 0,
+                             &handle, &size);
+        if (handle != 0)
+            findings.good("the instrument opens its engine");
+        else
+            findings.bad("the instrument has no running engine",
+                         "the engine refuses to open; look at the lines above and at its data");
+    } catch (const JobError& error) {
+        findings.bad(error.what(), "the component does not open; install it again");
+    }
+}
+
+} // namespace
+
+bool doctorCommand(const std::string& word) {
+    const Component component = findInstrument(word);
+    const std::string bundle = bundlePathOf(component);
+    const ProductNames names = productOfBundle(bundle);
+    Findings findings;
+    findings.good("component: " + bundle);
+    findings.good("product: " + names.vendor + " " + names.product);
+    examineData(findings, names);
+    examineEngine(findings);
+    examineInstrument(findings, component);
+    examineRegistry(findings, names);
+    examineLog(findings, names);
+    return findings.conclude(names.vendor + " " + names.product);
+}
+
+} // namespace velnor::host
