@@ -138,24 +138,4 @@ std::uint32_t Probe::channelsOf(OrmoEngineHandle engine) {
     return found == mChannels.end() ? 0 : found->second;
 }
 
-std::vector<Call> Probe::calls() {
-    const std::lock_guard<std::mutex> guard(mLock);
-    return mCalls;
-}
-
-void Probe::clear() {
-    const std::lock_guard<std::mutex> guard(mLock);
-    mCalls.clear();
-}
-
-std::size_t Probe::openInstances() {
-    const std::lock_guard<std::mutex> guard(mLock);
-    return mChannels.size();
-}
-
-std::size_t Probe::openEditors() {
-    const std::lock_guard<std::mutex> guard(mLock);
-    return mEditors.size();
-}
-
 } // namespace velnor::probe

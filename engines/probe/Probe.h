@@ -70,12 +70,27 @@ public:
 
     std::int32_t handle(const std::array<OrmoWord, 9>& words);
 
-    /* Calls so far, oldest first. Thread any, concurrent. */
-    std::vector<Call> calls();
-    void clear();
+    /* Inline: a test that includes this header links nothing of the bundle. Thread any,
+     * concurrent. */
+
+    /* Calls so far, oldest first. */
+    std::vector<Call> calls() {
+        const std::lock_guard<std::mutex> guard(mLock);
+        return mCalls;
+    }
+    void clear() {
+        const std::lock_guard<std::mutex> guard(mLock);
+        mCalls.clear();
+    }
     /* Instances and editors that are open now. */
-    std::size_t openInstances();
-    std::size_t openEditors();
+    std::size_t openInstances() {
+        const std::lock_guard<std::mutex> guard(mLock);
+        return mChannels.size();
+    }
+    std::size_t openEditors() {
+        const std::lock_guard<std::mutex> guard(mLock);
+        return mEditors.size();
+    }
 
 private:
     std::int32_t answer(const std::array<OrmoWord, 9>& words);
