@@ -13,32 +13,35 @@ namespace {
 
 constexpr UInt32 kNamedParameter = 7;
 constexpr AUChannelInfo kChannelInfos[] = {{0, 2}, {0, -16}};
-constexpr AudioChannelLayoutTag kTags[] = {kAudioChannelLayoutTag_Stereo,
-                                           kAudioChannelLayoutTag_Mono};
 constexpr std::size_t kSliceRoom = 64;
 
-CFRef<CFURLRef> FileUrl(const char* inPath) {
-    const CFRef<CFStringRef> path(
-        CFStringCreateWithCString(kCFAllocatorDefault, inPath, kCFStringEncodingUTF8));
-    return CFRef<CFURLRef>(CFURLCreateWithFileSystemPath(kCFAllocatorDefault, path.Get(),
-                                                         kCFURLPOSIXPathStyle, false));
+CFRef<CFStringRef> Text(const char* inText) {
+    return CFRef<CFStringRef>(
+        CFStringCreateWithCString(kCFAllocatorDefault, inText, kCFStringEncodingUTF8));
 }
 
-CFArrayRef NewNames(std::initializer_list<const char*> inNames) {
-    const CFMutableArrayRef names =
-        CFArrayCreateMutable(kCFAllocatorDefault, 0, &kCFTypeArrayCallBacks);
-    for (const char* text : inNames) {
-        const CFRef<CFStringRef> name(
-            CFStringCreateWithCString(kCFAllocatorDefault, text, kCFStringEncodingUTF8));
-        CFArrayAppendValue(names, name.Get());
+CFURLRef NewFileUrl(const char* inPath) {
+    return CFURLCreateWithFileSystemPath(kCFAllocatorDefault, Text(inPath).Get(),
+                                         kCFURLPOSIXPathStyle, false);
+}
+
+/// Fills the place, unless it is null.
+OSStatus GiveNames(CFArrayRef* outNames, std::initializer_list<const char*> inNames) {
+    if (outNames != nullptr) {
+        const auto names = CFArrayCreateMutable(kCFAllocatorDefault, 0, &kCFTypeArrayCallBacks);
+        for (const char* name : inNames) {
+            CFArrayAppendValue(names, Text(name).Get());
+        }
+        *outNames = names;
     }
-    return names;
+    return noErr;
 }
 
 } // namespace
 
 TestInstrument::Shape TestInstrument::sShape;
 std::atomic<int> TestInstrument::sLive{0};
+std::atomic<int> TestInstrument::sCleanups{0};
 
 void ThrowAs(Throw inThrow) {
     switch (inThrow) {
@@ -75,10 +78,6 @@ TestInstrument::TestInstrument(ComponentInstance inInstance)
     ++sLive;
 }
 
-TestInstrument::~TestInstrument() {
-    --sLive;
-}
-
 void TestInstrument::PostConstructor() {
     CreateElements();
     if (sShape.indexedParameters > 0) {
@@ -87,33 +86,20 @@ void TestInstrument::PostConstructor() {
     ThrowAs(sShape.inPostConstructor);
 }
 
-OSStatus TestInstrument::Initialize() {
-    Record("Initialize", {});
-    return mStatus;
-}
-
-void TestInstrument::Cleanup() {
-    Record("Cleanup", {});
-}
-
-OSStatus TestInstrument::Reset(AudioUnitScope inScope, AudioUnitElement inElement) {
-    ThrowAs(mThrow);
-    Record("Reset", {Float64(inScope), Float64(inElement)});
-    return noErr;
-}
-
-OSStatus TestInstrument::ReallocateBuffers() {
-    Record("ReallocateBuffers", {});
-    const OSStatus status = MusicDeviceBase::ReallocateBuffers();
-    return status == noErr ? OSStatus{-1} : status; // nobody may look at it
+void* TestInstrument::OwnProperty(AudioUnitPropertyID inID) {
+    if (!mOffersAll) {
+        return nullptr;
+    }
+    return inID == kAudioUnitProperty_RenderQuality ? &mQuality
+           : inID == kAudioUnitProperty_CPULoad     ? static_cast<void*>(&mLoad)
+                                                    : nullptr;
 }
 
 OSStatus TestInstrument::GetPropertyInfo(AudioUnitPropertyID inID, AudioUnitScope inScope,
                                          AudioUnitElement inElement, UInt32& outDataSize,
                                          Boolean& outWritable) {
-    if (mOffersAll &&
-        (inID == kAudioUnitProperty_RenderQuality || inID == kAudioUnitProperty_CPULoad)) {
-        outDataSize = sizeof(UInt32);
+    if (OwnProperty(inID) != nullptr) {
+        outDataSize = 4;
         outWritable = 1;
         return noErr;
     }
@@ -122,13 +108,9 @@ OSStatus TestInstrument::GetPropertyInfo(AudioUnitPropertyID inID, AudioUnitScop
 
 OSStatus TestInstrument::GetProperty(AudioUnitPropertyID inID, AudioUnitScope inScope,
                                      AudioUnitElement inElement, void* outData) {
-    if (mOffersAll && inID == kAudioUnitProperty_RenderQuality) {
+    if (const void* own = OwnProperty(inID)) {
         ThrowAs(mThrow);
-        std::memcpy(outData, &mQuality, sizeof mQuality);
-        return noErr;
-    }
-    if (mOffersAll && inID == kAudioUnitProperty_CPULoad) {
-        std::memcpy(outData, &mLoad, sizeof mLoad);
+        std::memcpy(outData, own, 4);
         return noErr;
     }
     return MusicDeviceBase::GetProperty(inID, inScope, inElement, outData);
@@ -137,12 +119,8 @@ OSStatus TestInstrument::GetProperty(AudioUnitPropertyID inID, AudioUnitScope in
 OSStatus TestInstrument::SetProperty(AudioUnitPropertyID inID, AudioUnitScope inScope,
                                      AudioUnitElement inElement, const void* inData,
                                      UInt32 inDataSize) {
-    if (mOffersAll && inID == kAudioUnitProperty_RenderQuality && inDataSize == sizeof mQuality) {
-        std::memcpy(&mQuality, inData, sizeof mQuality);
-        return noErr;
-    }
-    if (mOffersAll && inID == kAudioUnitProperty_CPULoad && inDataSize == sizeof mLoad) {
-        std::memcpy(&mLoad, inData, sizeof mLoad);
+    if (void* own = OwnProperty(inID); own != nullptr && inDataSize == 4) {
+        std::memcpy(own, inData, 4);
         return noErr;
     }
     return MusicDeviceBase::SetProperty(inID, inScope, inElement, inData, inDataSize);
@@ -158,8 +136,8 @@ OSStatus TestInstrument::Render(AudioUnitRenderActionFlags&, const AudioTimeStam
     const UInt32 buses = GetScope(kAudioUnitScope_Output).GetNumberOfElements();
     for (UInt32 bus = 0; bus < buses; ++bus) {
         AudioBufferList& list = GetOutput(bus).GetBufferList();
+        AudioBuffer* const buffers = list.mBuffers;
         for (UInt32 channel = 0; channel < list.mNumberBuffers; ++channel) {
-            AudioBuffer* const buffers = list.mBuffers;
             std::fill_n(static_cast<Float32*>(buffers[channel].mData),
                         buffers[channel].mDataByteSize / sizeof(Float32),
                         SampleOf(render, bus, channel));
@@ -180,54 +158,38 @@ OSStatus TestInstrument::ProcessScheduledSlice(void* inUserData, UInt32 inStartF
     return mSliceStatus;
 }
 
-OSStatus TestInstrument::GetParameterInfo(AudioUnitScope, AudioUnitParameterID inID,
+OSStatus TestInstrument::GetParameterInfo(AudioUnitScope inScope, AudioUnitParameterID inID,
                                           AudioUnitParameterInfo& outInfo) {
     if (inID != kNamedParameter) {
-        return kAudioUnitErr_InvalidParameter;
+        return MusicDeviceBase::GetParameterInfo(inScope, inID, outInfo);
     }
     std::strcpy(outInfo.name, "Cutoff");
     outInfo.maxValue = 8;
     return noErr;
 }
 
-OSStatus TestInstrument::GetParameterValueStrings(AudioUnitScope, AudioUnitParameterID inID,
+OSStatus TestInstrument::GetParameterValueStrings(AudioUnitScope inScope, AudioUnitParameterID inID,
                                                   CFArrayRef* outStrings) {
-    if (inID != kNamedParameter) {
-        return kAudioUnitErr_InvalidProperty;
-    }
-    if (outStrings != nullptr) {
-        *outStrings = NewNames({"off", "on"});
-    }
-    return noErr;
+    return inID == kNamedParameter
+               ? GiveNames(outStrings, {"off", "on"})
+               : MusicDeviceBase::GetParameterValueStrings(inScope, inID, outStrings);
 }
 
 OSStatus TestInstrument::GetPresets(CFArrayRef* outPresets) {
-    if (!mOffersAll) {
-        return MusicDeviceBase::GetPresets(outPresets);
-    }
-    if (outPresets != nullptr) {
-        *outPresets = NewNames({"Piano", "Organ", "Strings"});
-    }
-    return noErr;
+    return mOffersAll ? GiveNames(outPresets, {"Piano", "Organ", "Strings"})
+                      : MusicDeviceBase::GetPresets(outPresets);
 }
 
 OSStatus TestInstrument::NewFactoryPresetSet(const AUPreset& inPreset) {
     if (!mOffersAll || inPreset.presetNumber > 2) {
         return MusicDeviceBase::NewFactoryPresetSet(inPreset);
     }
-    const CFRef<CFStringRef> name(
-        CFStringCreateWithCString(kCFAllocatorDefault, "Factory", kCFStringEncodingASCII));
-    SetAFactoryPresetAsCurrent({inPreset.presetNumber, name.Get()});
+    SetAFactoryPresetAsCurrent({inPreset.presetNumber, Text("Factory").Get()});
     return noErr;
 }
 
-void TestInstrument::GetUIComponentDescs(ComponentDescription* outDescriptions) {
-    outDescriptions[0] = {kAudioUnitCarbonViewComponentType, 1, 2, 0, 0};
-    outDescriptions[1] = {kAudioUnitCarbonViewComponentType, 3, 4, 0, 0};
-}
-
 CFURLRef TestInstrument::GetIconLocation() {
-    return FileUrl("/icon").Detach();
+    return NewFileUrl("/icon");
 }
 
 UInt32 TestInstrument::SupportedNumChannels(const AUChannelInfo** outInfos) {
@@ -258,28 +220,23 @@ UInt32 TestInstrument::GetChannelLayoutTags(AudioUnitScope inScope, AudioUnitEle
         return MusicDeviceBase::GetChannelLayoutTags(inScope, inElement, outTags);
     }
     if (outTags != nullptr) {
-        std::copy(std::begin(kTags), std::end(kTags), outTags);
+        outTags[0] = kAudioChannelLayoutTag_Stereo;
+        outTags[1] = kAudioChannelLayoutTag_Mono;
     }
-    return static_cast<UInt32>(std::size(kTags));
+    return 2;
 }
 
 OSStatus TestInstrument::SetAudioChannelLayout(AudioUnitScope inScope, AudioUnitElement inElement,
                                                const AudioChannelLayout* inLayout) {
-    if (!mOffersAll) {
-        return MusicDeviceBase::SetAudioChannelLayout(inScope, inElement, inLayout);
-    }
-    Record("SetAudioChannelLayout",
-           {Float64(inScope), Float64(inElement), Float64(inLayout->mNumberChannelDescriptions)});
-    return noErr;
+    return mOffersAll
+               ? Record("SetLayout", inScope, inElement, inLayout->mNumberChannelDescriptions)
+               : MusicDeviceBase::SetAudioChannelLayout(inScope, inElement, inLayout);
 }
 
 OSStatus TestInstrument::RemoveAudioChannelLayout(AudioUnitScope inScope,
                                                   AudioUnitElement inElement) {
-    if (!mOffersAll) {
-        return MusicDeviceBase::RemoveAudioChannelLayout(inScope, inElement);
-    }
-    Record("RemoveAudioChannelLayout", {Float64(inScope), Float64(inElement)});
-    return noErr;
+    return mOffersAll ? Record("RemoveLayout", inScope, inElement)
+                      : MusicDeviceBase::RemoveAudioChannelLayout(inScope, inElement);
 }
 
 OSStatus TestInstrument::GetXMLNames(CFURLRef* outFile) {
@@ -287,111 +244,25 @@ OSStatus TestInstrument::GetXMLNames(CFURLRef* outFile) {
         return MusicDeviceBase::GetXMLNames(outFile);
     }
     if (outFile != nullptr) {
-        *outFile = FileUrl("/names").Detach();
+        *outFile = NewFileUrl("/names");
     }
     return noErr;
 }
 
-OSStatus TestInstrument::HandleControlChange(UInt8 inChannel, UInt8 inController, UInt8 inValue,
-                                             UInt32 inStartFrame) VELNOR_NONBLOCKING {
-    Record("HandleControlChange",
-           {Float64(inChannel), Float64(inController), Float64(inValue), Float64(inStartFrame)});
-    return MusicDeviceBase::HandleControlChange(inChannel, inController, inValue, inStartFrame);
-}
-
-OSStatus TestInstrument::HandlePitchWheel(UInt8 inChannel, UInt8 inLow, UInt8 inHigh,
-                                          UInt32 inStartFrame) VELNOR_NONBLOCKING {
-    Record("HandlePitchWheel",
-           {Float64(inChannel), Float64(inLow), Float64(inHigh), Float64(inStartFrame)});
-    return MusicDeviceBase::HandlePitchWheel(inChannel, inLow, inHigh, inStartFrame);
-}
-
-OSStatus TestInstrument::HandleChannelPressure(UInt8 inChannel, UInt8 inValue,
-                                               UInt32 inStartFrame) VELNOR_NONBLOCKING {
-    Record("HandleChannelPressure", {Float64(inChannel), Float64(inValue), Float64(inStartFrame)});
-    return MusicDeviceBase::HandleChannelPressure(inChannel, inValue, inStartFrame);
-}
-
-OSStatus TestInstrument::HandleProgramChange(UInt8 inChannel, UInt8 inProgram) VELNOR_NONBLOCKING {
-    Record("HandleProgramChange", {Float64(inChannel), Float64(inProgram)});
-    return MusicDeviceBase::HandleProgramChange(inChannel, inProgram);
-}
-
-OSStatus TestInstrument::HandlePolyPressure(UInt8 inChannel, UInt8 inKey, UInt8 inValue,
-                                            UInt32 inStartFrame) VELNOR_NONBLOCKING {
-    Record("HandlePolyPressure",
-           {Float64(inChannel), Float64(inKey), Float64(inValue), Float64(inStartFrame)});
-    return MusicDeviceBase::HandlePolyPressure(inChannel, inKey, inValue, inStartFrame);
-}
-
-OSStatus TestInstrument::HandleResetAllControllers(UInt8 inChannel) VELNOR_NONBLOCKING {
-    Record("HandleResetAllControllers", {Float64(inChannel)});
-    return MusicDeviceBase::HandleResetAllControllers(inChannel);
-}
-
-OSStatus TestInstrument::HandleAllNotesOff(UInt8 inChannel) VELNOR_NONBLOCKING {
-    Record("HandleAllNotesOff", {Float64(inChannel)});
-    return MusicDeviceBase::HandleAllNotesOff(inChannel);
-}
-
-OSStatus TestInstrument::HandleAllSoundOff(UInt8 inChannel) VELNOR_NONBLOCKING {
-    Record("HandleAllSoundOff", {Float64(inChannel)});
-    return MusicDeviceBase::HandleAllSoundOff(inChannel);
-}
-
-OSStatus TestInstrument::HandleSysEx(const UInt8* inData, UInt32 inLength) VELNOR_NONBLOCKING {
-    Record("HandleSysEx", {Float64(inLength), Float64(inLength > 0 ? inData[0] : 0)});
-    return MusicDeviceBase::HandleSysEx(inData, inLength);
-}
-
-OSStatus TestInstrument::PrepareInstrument(MusicDeviceInstrumentID inInstrument) {
-    Record("PrepareInstrument", {Float64(inInstrument)});
-    return MusicDeviceBase::PrepareInstrument(inInstrument);
-}
-
-OSStatus TestInstrument::ReleaseInstrument(MusicDeviceInstrumentID inInstrument) {
-    Record("ReleaseInstrument", {Float64(inInstrument)});
-    return MusicDeviceBase::ReleaseInstrument(inInstrument);
-}
-
 OSStatus TestInstrument::StartNote(MusicDeviceInstrumentID inInstrument, MusicDeviceGroupID inGroup,
-                                   NoteInstanceID* outNoteInstance, UInt32 inOffsetSampleFrame,
+                                   NoteInstanceID* outNoteInstance, UInt32 inFrame,
                                    const MusicDeviceNoteParams& inParams) VELNOR_NONBLOCKING {
     VELNOR_RT_ESCAPE("a failure that the test asks for", ThrowAs(mThrow));
-    Record("StartNote", {Float64(inInstrument), Float64(inGroup), Float64(inOffsetSampleFrame),
-                         Float64(inParams.mPitch), Float64(inParams.mVelocity)});
+    Record("StartNote", inInstrument, inGroup, inFrame, inParams.mPitch, inParams.mVelocity);
     if (outNoteInstance != nullptr) {
         *outNoteInstance = 1000 + static_cast<NoteInstanceID>(inParams.mPitch);
     }
     return mStatus;
 }
 
-OSStatus TestInstrument::StopNote(MusicDeviceGroupID inGroup, NoteInstanceID inNoteInstance,
-                                  UInt32 inOffsetSampleFrame) VELNOR_NONBLOCKING {
-    Record("StopNote", {Float64(inGroup), Float64(inNoteInstance), Float64(inOffsetSampleFrame)});
-    return noErr;
-}
-
-OSStatus TestInstrument::GetInstrumentCount(UInt32& outCount) const {
-    if (!mOffersAll) {
-        return MusicDeviceBase::GetInstrumentCount(outCount);
-    }
-    outCount = 5;
-    return noErr;
-}
-
 std::vector<TestInstrument::Call> TestInstrument::TakeCalls() {
-    std::vector<Call> calls(mCalls.begin(),
-                            mCalls.begin() + static_cast<std::ptrdiff_t>(mCallCount));
-    mCallCount = 0;
-    return calls;
-}
-
-void TestInstrument::Record(const char* inOperation,
-                            std::array<Float64, 5> inNumbers) VELNOR_NONBLOCKING {
-    if (mCallCount < mCalls.size()) {
-        mCalls[mCallCount++] = {inOperation, inNumbers};
-    }
+    const auto end = mCalls.begin() + static_cast<std::ptrdiff_t>(std::exchange(mCallCount, 0));
+    return {mCalls.begin(), end};
 }
 
 OpenInstrument::OpenInstrument(const TestInstrument::Shape& inShape) {
@@ -400,10 +271,6 @@ OpenInstrument::OpenInstrument(const TestInstrument::Shape& inShape) {
     if (mUnit != nullptr) {
         mInstrument = static_cast<TestInstrument*>(static_cast<ComponentBase*>(Storage()));
     }
-}
-
-OpenInstrument::~OpenInstrument() {
-    Close();
 }
 
 Component OpenInstrument::Registration() {

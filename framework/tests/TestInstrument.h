@@ -33,6 +33,7 @@ public:
     };
     static Shape sShape;
     static std::atomic<int> sLive;
+    static std::atomic<int> sCleanups;
 
     /// A call of an operation and its numbers, as they came.
     struct Call {
@@ -47,14 +48,23 @@ public:
     };
 
     explicit TestInstrument(ComponentInstance inInstance);
-    ~TestInstrument() override;
+    ~TestInstrument() override { --sLive; }
     void PostConstructor() override;
-
     ComponentResult Version() override { return 0x00020305; }
-    OSStatus Initialize() override;
-    void Cleanup() override;
-    OSStatus Reset(AudioUnitScope inScope, AudioUnitElement inElement) override;
-    OSStatus ReallocateBuffers() override;
+
+    OSStatus Initialize() override { return Record("Initialize"), mStatus; }
+    void Cleanup() override { ++sCleanups; }
+    OSStatus Reset(AudioUnitScope inScope, AudioUnitElement inElement) override {
+        ThrowAs(mThrow);
+        return Record("Reset", inScope, inElement);
+    }
+    /// Fails; nobody may look at it.
+    OSStatus ReallocateBuffers() override {
+        MusicDeviceBase::ReallocateBuffers();
+        return Record("ReallocateBuffers"), -1;
+    }
+
+    // Properties 6 and 26, which the base does not have, and the optional ones that it has.
     OSStatus GetPropertyInfo(AudioUnitPropertyID inID, AudioUnitScope inScope,
                              AudioUnitElement inElement, UInt32& outDataSize,
                              Boolean& outWritable) override;
@@ -63,10 +73,6 @@ public:
     OSStatus SetProperty(AudioUnitPropertyID inID, AudioUnitScope inScope,
                          AudioUnitElement inElement, const void* inData,
                          UInt32 inDataSize) override;
-    OSStatus Render(AudioUnitRenderActionFlags& ioFlags, const AudioTimeStamp& inTimeStamp,
-                    UInt32 inFrames) VELNOR_NONBLOCKING override;
-    OSStatus ProcessScheduledSlice(void* inUserData, UInt32 inStartFrame, UInt32 inSliceFrames,
-                                   UInt32 inTotalFrames) VELNOR_NONBLOCKING override;
     bool BusCountWritable(AudioUnitScope) override { return mOffersAll; }
     OSStatus GetParameterInfo(AudioUnitScope inScope, AudioUnitParameterID inID,
                               AudioUnitParameterInfo& outInfo) override;
@@ -75,7 +81,10 @@ public:
     OSStatus GetPresets(CFArrayRef* outPresets) override;
     OSStatus NewFactoryPresetSet(const AUPreset& inPreset) override;
     UInt32 GetNumCustomUIComponents() override { return mOffersAll ? 2 : 0; }
-    void GetUIComponentDescs(ComponentDescription* outDescriptions) override;
+    void GetUIComponentDescs(ComponentDescription* outDescriptions) override {
+        outDescriptions[0] = {kAudioUnitCarbonViewComponentType, 1, 2, 0, 0};
+        outDescriptions[1] = {kAudioUnitCarbonViewComponentType, 3, 4, 0, 0};
+    }
     bool HasIcon() override { return mOffersAll; }
     CFURLRef GetIconLocation() override;
     Float64 GetLatency() override { return 0.25; }
@@ -90,44 +99,74 @@ public:
     OSStatus SetAudioChannelLayout(AudioUnitScope inScope, AudioUnitElement inElement,
                                    const AudioChannelLayout* inLayout) override;
     OSStatus RemoveAudioChannelLayout(AudioUnitScope inScope, AudioUnitElement inElement) override;
-
     OSStatus GetXMLNames(CFURLRef* outFile) override;
-    OSStatus HandleControlChange(UInt8 inChannel, UInt8 inController, UInt8 inValue,
-                                 UInt32 inStartFrame) VELNOR_NONBLOCKING override;
-    OSStatus HandlePitchWheel(UInt8 inChannel, UInt8 inLow, UInt8 inHigh,
-                              UInt32 inStartFrame) VELNOR_NONBLOCKING override;
-    OSStatus HandleChannelPressure(UInt8 inChannel, UInt8 inValue,
-                                   UInt32 inStartFrame) VELNOR_NONBLOCKING override;
-    OSStatus HandleProgramChange(UInt8 inChannel, UInt8 inProgram) VELNOR_NONBLOCKING override;
-    OSStatus HandlePolyPressure(UInt8 inChannel, UInt8 inKey, UInt8 inValue,
-                                UInt32 inStartFrame) VELNOR_NONBLOCKING override;
-    OSStatus HandleResetAllControllers(UInt8 inChannel) VELNOR_NONBLOCKING override;
-    OSStatus HandleAllNotesOff(UInt8 inChannel) VELNOR_NONBLOCKING override;
-    OSStatus HandleAllSoundOff(UInt8 inChannel) VELNOR_NONBLOCKING override;
-    OSStatus HandleSysEx(const UInt8* inData, UInt32 inLength) VELNOR_NONBLOCKING override;
+    OSStatus GetInstrumentCount(UInt32& outCount) const override {
+        return mOffersAll ? (outCount = 5, noErr) : MusicDeviceBase::GetInstrumentCount(outCount);
+    }
 
-    OSStatus PrepareInstrument(MusicDeviceInstrumentID inInstrument) override;
-    OSStatus ReleaseInstrument(MusicDeviceInstrumentID inInstrument) override;
+    OSStatus Render(AudioUnitRenderActionFlags& ioFlags, const AudioTimeStamp& inTimeStamp,
+                    UInt32 inFrames) VELNOR_NONBLOCKING override;
+    OSStatus ProcessScheduledSlice(void* inUserData, UInt32 inStartFrame, UInt32 inSliceFrames,
+                                   UInt32 inTotalFrames) VELNOR_NONBLOCKING override;
+
+    OSStatus HandleControlChange(UInt8 inChannel, UInt8 inController, UInt8 inValue,
+                                 UInt32 inFrame) VELNOR_NONBLOCKING override {
+        return Record("ControlChange", inChannel, inController, inValue, inFrame);
+    }
+    OSStatus HandlePitchWheel(UInt8 inChannel, UInt8 inLow, UInt8 inHigh,
+                              UInt32 inFrame) VELNOR_NONBLOCKING override {
+        return Record("PitchWheel", inChannel, inLow, inHigh, inFrame);
+    }
+    OSStatus HandleChannelPressure(UInt8 inChannel, UInt8 inValue,
+                                   UInt32 inFrame) VELNOR_NONBLOCKING override {
+        return Record("ChannelPressure", inChannel, inValue, inFrame);
+    }
+    OSStatus HandleProgramChange(UInt8 inChannel, UInt8 inProgram) VELNOR_NONBLOCKING override {
+        return Record("ProgramChange", inChannel, inProgram);
+    }
+    OSStatus HandlePolyPressure(UInt8 inChannel, UInt8 inKey, UInt8 inValue,
+                                UInt32 inFrame) VELNOR_NONBLOCKING override {
+        return Record("PolyPressure", inChannel, inKey, inValue, inFrame);
+    }
+    OSStatus HandleResetAllControllers(UInt8 inChannel) VELNOR_NONBLOCKING override {
+        return Record("ResetAllControllers", inChannel);
+    }
+    OSStatus HandleAllNotesOff(UInt8 inChannel) VELNOR_NONBLOCKING override {
+        return Record("AllNotesOff", inChannel);
+    }
+    OSStatus HandleAllSoundOff(UInt8 inChannel) VELNOR_NONBLOCKING override {
+        return Record("AllSoundOff", inChannel);
+    }
+    OSStatus HandleSysEx(const UInt8* inData, UInt32 inLength) VELNOR_NONBLOCKING override {
+        return Record("SysEx", inLength, inLength > 0 ? inData[0] : 0);
+    }
+    OSStatus PrepareInstrument(MusicDeviceInstrumentID inInstrument) override {
+        return Record("PrepareInstrument", inInstrument);
+    }
+    OSStatus ReleaseInstrument(MusicDeviceInstrumentID inInstrument) override {
+        return Record("ReleaseInstrument", inInstrument);
+    }
     /// Names notes 1000 + pitch.
     OSStatus StartNote(MusicDeviceInstrumentID inInstrument, MusicDeviceGroupID inGroup,
-                       NoteInstanceID* outNoteInstance, UInt32 inOffsetSampleFrame,
+                       NoteInstanceID* outNoteInstance, UInt32 inFrame,
                        const MusicDeviceNoteParams& inParams) VELNOR_NONBLOCKING override;
     OSStatus StopNote(MusicDeviceGroupID inGroup, NoteInstanceID inNoteInstance,
-                      UInt32 inOffsetSampleFrame) VELNOR_NONBLOCKING override;
-    OSStatus GetInstrumentCount(UInt32& outCount) const override;
+                      UInt32 inFrame) VELNOR_NONBLOCKING override {
+        return Record("StopNote", inGroup, inNoteInstance, inFrame);
+    }
 
     /// The calls since the last one of this.
     std::vector<Call> TakeCalls();
 
-    /// What Render writes to every frame, but where mSlices shows that it is the slices' business.
+    /// What Render writes to every frame.
     static Float32 SampleOf(int inRender, UInt32 inBus, UInt32 inChannel) VELNOR_NONBLOCKING {
         return static_cast<Float32>(inRender * 1000) + static_cast<Float32>(inBus * 10 + inChannel);
     }
 
-    bool mOffersAll = true;         ///< every optional property
-    bool mFormatWritable = true;    ///< all formats
+    bool mOffersAll = true; ///< every optional property
+    bool mFormatWritable = true;
     OSStatus mStatus = noErr;       ///< what Initialize, Render and StartNote answer
-    Throw mThrow = Throw::kNothing; ///< what Reset, Render, StartNote and GetProperty 26 throw
+    Throw mThrow = Throw::kNothing; ///< in Reset, Render, StartNote and reads of 6 and 26
     std::atomic<int> mRenders{0};
     bool mRendersSlices = false; ///< through ProcessForScheduledParams
     OSStatus mSliceStatus = noErr;
@@ -136,7 +175,15 @@ public:
     Float32 mLoad = 0.5f;       ///< property 6
 
 private:
-    void Record(const char* inOperation, std::array<Float64, 5> inNumbers) VELNOR_NONBLOCKING;
+    template <typename... Numbers>
+    OSStatus Record(const char* inOperation, Numbers... inNumbers) VELNOR_NONBLOCKING {
+        if (mCallCount < mCalls.size()) {
+            mCalls[mCallCount++] = {inOperation, {static_cast<Float64>(inNumbers)...}};
+        }
+        return noErr;
+    }
+    /// Property 6 or 26; null for another.
+    void* OwnProperty(AudioUnitPropertyID inID);
 
     std::array<Call, 64> mCalls;
     std::size_t mCallCount = 0;
@@ -151,14 +198,14 @@ inline constexpr OSType kTestManufacturer = VELNOR_FOUR_CHAR_CODE('V', 'l', 'n',
 class OpenInstrument {
 public:
     explicit OpenInstrument(const TestInstrument::Shape& inShape = {});
-    ~OpenInstrument();
+    ~OpenInstrument() { Close(); }
     OpenInstrument(const OpenInstrument&) = delete;
     OpenInstrument& operator=(const OpenInstrument&) = delete;
 
     /// The registration of the test instrument.
     static Component Registration();
 
-    operator AudioUnit() const { return mUnit; } // NOLINT: stands for the unit in every call
+    operator AudioUnit() const { return mUnit; }
     OSStatus GetOpenStatus() const { return mOpenStatus; }
     TestInstrument* operator->() const { return mInstrument; }
     TestInstrument& operator*() const { return *mInstrument; }
@@ -168,29 +215,21 @@ public:
     /// The property through AudioUnitGetProperty, with exactly sizeof(T) of room.
     template <typename T>
     OSStatus Get(AudioUnitPropertyID inID, AudioUnitScope inScope, AudioUnitElement inElement,
-                 T& outValue) const;
+                 T& outValue) const {
+        UInt32 size = sizeof outValue;
+        return AudioUnitGetProperty(mUnit, inID, inScope, inElement, &outValue, &size);
+    }
     template <typename T>
     OSStatus Set(AudioUnitPropertyID inID, AudioUnitScope inScope, AudioUnitElement inElement,
-                 const T& inValue) const;
+                 const T& inValue) const {
+        return AudioUnitSetProperty(mUnit, inID, inScope, inElement, &inValue, sizeof inValue);
+    }
 
 private:
     AudioUnit mUnit = nullptr;
     OSStatus mOpenStatus = noErr;
     TestInstrument* mInstrument = nullptr;
 };
-
-template <typename T>
-OSStatus OpenInstrument::Get(AudioUnitPropertyID inID, AudioUnitScope inScope,
-                             AudioUnitElement inElement, T& outValue) const {
-    UInt32 size = sizeof outValue;
-    return AudioUnitGetProperty(mUnit, inID, inScope, inElement, &outValue, &size);
-}
-
-template <typename T>
-OSStatus OpenInstrument::Set(AudioUnitPropertyID inID, AudioUnitScope inScope,
-                             AudioUnitElement inElement, const T& inValue) const {
-    return AudioUnitSetProperty(mUnit, inID, inScope, inElement, &inValue, sizeof inValue);
-}
 
 } // namespace velnor
 
