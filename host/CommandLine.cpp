@@ -1,14 +1,17 @@
 #include "host/CommandLine.h"
 
+#include "host/DoctorCommand.h"
+#include "host/InfoCommand.h"
+#include "host/InstallCommand.h"
 #include "host/Interruption.h"
 #include "host/JobError.h"
-#include "host/RenderCommand.h"
+#include "host/PresetCommand.h"
+#include "host/RenderArguments.h"
 #include "host/Terminal.h"
 #include "platform/Alerts.h"
 
-#include <algorithm>
 #include <exception>
-#include <map>
+#include <new>
 
 #include <CLI/CLI.hpp>
 
@@ -16,7 +19,14 @@ namespace velnor::host {
 
 namespace {
 
-constexpr double kLongestTail = 60.0; /* seconds, for a tail until silence */
+constexpr const char* kExamples = R"(Examples:
+  velnor-host install Velnor.component --engine SoundFont.engine --data ~/sounds
+  velnor-host doctor
+  velnor-host render song.mid -o song.wav
+  velnor-host render song.mid -o song.flac --rate 48000 --bits 24 --tail 3
+  velnor-host render song.mid -o - --format raw | aplay -f cd
+
+Exit status: 0 done, 1 the job failed, 2 wrong use.)";
 
 /* The host runs unattended: what would be a dialog is a line. */
 SInt32 presentAsLine(const PlatformAlert* alert, void*) {
@@ -24,98 +34,73 @@ SInt32 presentAsLine(const PlatformAlert* alert, void*) {
     return 0;
 }
 
-struct RenderArguments {
-    RenderOptions options;
-    std::string format;
-    std::string bits = "16";
-    std::string tail = "auto";
+/* What the subcommands read; lives as long as the parse. */
+struct Arguments {
+    std::string component;
+    std::string first;
+    std::string second;
+    bool json = false;
+    InstallOptions install;
+    ExitStatus status = kExitDone;
 };
 
-Container containerOf(const RenderArguments& arguments) {
-    static const std::map<std::string, Container> kContainers = {
-        {"wav", Container::kWav}, {"flac", Container::kFlac}, {"raw", Container::kRaw}};
-    std::string word = arguments.format;
-    const std::string& output = arguments.options.output;
-    if (word.empty() && output != "-") {
-        const std::size_t dot = output.find_last_of('.');
-        word = dot == std::string::npos ? "" : output.substr(dot + 1);
-        std::transform(word.begin(), word.end(), word.begin(),
-                       [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
-    }
-    if (word.empty())
-        word = "wav";
-    const auto found = kContainers.find(word);
-    if (found == kContainers.end())
-        throw JobError(output + ": cannot tell the file format from the name; add --format wav, "
-                                "flac or raw",
-                       kExitUsage);
-    return found->second;
-}
-
-void readTail(const std::string& word, RenderPlan& plan) {
-    plan.tailUntilSilence = word == "auto";
-    if (plan.tailUntilSilence) {
-        plan.tailSeconds = kLongestTail;
-        return;
-    }
-    std::size_t used = 0;
-    try {
-        plan.tailSeconds = std::stod(word, &used);
-    } catch (const std::exception&) {
-        used = 0;
-    }
-    if (used != word.size() || !(plan.tailSeconds >= 0.0 && plan.tailSeconds <= 3600.0))
-        throw JobError("--tail " + word + ": give 0 to 3600 seconds, or auto", kExitUsage);
-}
-
-void runRender(RenderArguments& arguments) {
-    static const std::map<std::string, SampleFormat> kBits = {{"16", SampleFormat::kInt16},
-                                                              {"24", SampleFormat::kInt24},
-                                                              {"float", SampleFormat::kFloat}};
-    RenderOptions& options = arguments.options;
-    options.format.container = containerOf(arguments);
-    options.format.samples = kBits.at(arguments.bits);
-    options.format.rate = static_cast<int>(options.plan.rate);
-    readTail(arguments.tail, options.plan);
-    renderCommand(options);
-}
-
-void addRender(CLI::App& app, RenderArguments& arguments) {
-    CLI::App* command = app.add_subcommand("render", "Play a MIDI file into an audio file");
-    RenderOptions& options = arguments.options;
-    command->add_option("SONG", options.song, "A Standard MIDI File; - reads standard input")
-        ->required();
-    command
-        ->add_option("-o,--output", options.output, "The audio file; - writes to standard output")
-        ->required();
-    command
-        ->add_option("--format", arguments.format,
-                     "wav, flac or raw (little-endian samples alone); from OUT's extension "
-                     "when not given")
-        ->check(CLI::IsMember({"wav", "flac", "raw"}));
-    command->add_option("--bits", arguments.bits, "16, 24 or float (default 16)")
-        ->check(CLI::IsMember({"16", "24", "float"}));
-    command->add_option("--rate", options.plan.rate, "Frames per second (default 44100)")
-        ->check(CLI::Range(8000.0, 192000.0));
-    command->add_option("--block", options.plan.block, "Frames of one pull (default 512)")
-        ->check(CLI::Range(1u, 65536u));
-    command->add_option("--tail", arguments.tail,
-                        "Seconds after the last event, or auto: until silence (default auto)");
-    command->add_option("--from", options.plan.fromSeconds, "Begin so many seconds into the song")
-        ->check(CLI::NonNegativeNumber);
-    command->add_option("--to", options.plan.toSeconds, "Stop so many seconds into the song")
-        ->check(CLI::NonNegativeNumber);
-    command->add_option("--preset", options.preset, "Restore this preset file first");
-    command->add_option("--save-preset", options.savePreset,
-                        "Save the instrument's state there at the end");
-    command->add_option("--component", options.component,
+void addComponentOption(CLI::App* command, Arguments& arguments) {
+    command->add_option("COMPONENT", arguments.component,
                         "Name, subtype code or bundle path (default: the first instrument)");
-    command->add_option("--buses", options.buses, "Channels of each output bus, as 2,2,1")
-        ->delimiter(',');
-    command->add_flag("--split", options.split, "A file per bus: OUT-1.wav, OUT-2.wav, ...");
-    command->add_flag("--realtime", options.realtime, "Do not tell the engine that it is offline");
-    command->add_flag("--allow-silence", options.allowSilence, "Go on without an engine");
-    command->callback([&arguments] { runRender(arguments); });
+}
+
+void addInstall(CLI::App& app, Arguments& arguments) {
+    CLI::App* install =
+        app.add_subcommand("install", "Put component and engine where instruments are found");
+    install->add_option("BUNDLE", arguments.install.component, "The .component bundle")->required();
+    install->add_option("--engine", arguments.install.engine, "The engine's bundle")->required();
+    install->add_option("--data", arguments.install.data, "The folder with the engine's sounds")
+        ->required();
+    install->add_flag("--write-setup", arguments.install.writeSetup,
+                      "Write OrmoSetup.xml into that folder where there is none");
+    install->callback([&arguments] { installCommand(arguments.install); });
+    CLI::App* uninstall = app.add_subcommand("uninstall", "Take an installation back");
+    addComponentOption(uninstall, arguments);
+    uninstall->callback([&arguments] { uninstallCommand(arguments.component); });
+}
+
+void addQueries(CLI::App& app, Arguments& arguments) {
+    CLI::App* components = app.add_subcommand("components", "List what is installed");
+    components->add_flag("--json", arguments.json, "As JSON");
+    components->callback([&arguments] { componentsCommand(arguments.json); });
+    CLI::App* info = app.add_subcommand("info", "Show all that an instrument says of itself");
+    addComponentOption(info, arguments);
+    info->add_flag("--json", arguments.json, "As JSON");
+    info->callback([&arguments] { infoCommand(arguments.component, arguments.json); });
+    CLI::App* doctor = app.add_subcommand("doctor", "Find out why an instrument does not play");
+    addComponentOption(doctor, arguments);
+    doctor->callback([&arguments] {
+        if (!doctorCommand(arguments.component))
+            arguments.status = kExitFailed;
+    });
+}
+
+void addPreset(CLI::App& app, Arguments& arguments) {
+    CLI::App* preset = app.add_subcommand("preset", "Work with preset files");
+    preset->require_subcommand(1);
+    CLI::App* show = preset->add_subcommand("show", "Print what a preset file holds");
+    show->add_option("FILE", arguments.first, "The preset")->required();
+    show->callback([&arguments] { showPreset(arguments.first); });
+    CLI::App* save = preset->add_subcommand("save", "Save an instrument's state as it opens");
+    save->add_option("FILE", arguments.first, "The preset to write; - is standard output")
+        ->required();
+    save->add_option("--component", arguments.component, "Name, subtype code or bundle path");
+    save->add_option("--preset", arguments.second, "Restore this preset first");
+    save->callback(
+        [&arguments] { savePreset(arguments.first, arguments.component, arguments.second); });
+    CLI::App* diff =
+        preset->add_subcommand("diff", "Compare two presets; exit status 1: they differ");
+    diff->add_option("A", arguments.first, "A preset")->required();
+    diff->add_option("B", arguments.second, "Another")->required();
+    diff->callback([&arguments] {
+        if (!diffPresets(arguments.first, arguments.second))
+            arguments.status = kExitFailed;
+    });
 }
 
 } // namespace
@@ -124,12 +109,19 @@ int runCommandLine(int argc, char** argv) {
     CLI::App app("Plays MIDI files through an installed instrument.", "velnor-host");
     app.require_subcommand(1);
     RenderArguments render;
+    Arguments arguments;
     addRender(app, render);
+    addInstall(app, arguments);
+    addQueries(app, arguments);
+    addPreset(app, arguments);
+    app.set_version_flag("--version", "velnor-host " VELNOR_VERSION);
+    app.set_help_all_flag("--help-all", "Help for every command");
+    app.footer(kExamples);
     watchForInterruption();
     PlatformSetAlertPresenter(presentAsLine, nullptr);
     try {
         app.parse(argc, argv);
-        return kExitDone;
+        return arguments.status;
     } catch (const CLI::ParseError& error) {
         if (error.get_exit_code() == 0)
             return app.exit(error);

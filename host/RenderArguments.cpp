@@ -1,0 +1,107 @@
+#include "host/RenderArguments.h"
+
+#include "host/JobError.h"
+
+#include <algorithm>
+#include <cctype>
+#include <exception>
+#include <map>
+
+#include <CLI/CLI.hpp>
+
+namespace velnor::host {
+
+namespace {
+
+constexpr double kLongestTail = 60.0; /* seconds, for a tail until silence */
+
+Container containerOf(const RenderArguments& arguments) {
+    static const std::map<std::string, Container> kContainers = {
+        {"wav", Container::kWav}, {"flac", Container::kFlac}, {"raw", Container::kRaw}};
+    std::string word = arguments.format;
+    const std::string& output = arguments.options.output;
+    if (word.empty() && output != "-") {
+        const std::size_t dot = output.find_last_of('.');
+        word = dot == std::string::npos ? "" : output.substr(dot + 1);
+        std::transform(word.begin(), word.end(), word.begin(),
+                       [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
+    }
+    if (word.empty())
+        word = "wav";
+    const auto found = kContainers.find(word);
+    if (found == kContainers.end())
+        throw JobError(output + ": cannot tell the file format from the name; add --format wav, "
+                                "flac or raw",
+                       kExitUsage);
+    return found->second;
+}
+
+void readTail(const std::string& word, RenderPlan& plan) {
+    plan.tailUntilSilence = word == "auto";
+    if (plan.tailUntilSilence) {
+        plan.tailSeconds = kLongestTail;
+        return;
+    }
+    std::size_t used = 0;
+    try {
+        plan.tailSeconds = std::stod(word, &used);
+    } catch (const std::exception&) {
+        used = 0;
+    }
+    if (used != word.size() || !(plan.tailSeconds >= 0.0 && plan.tailSeconds <= 3600.0))
+        throw JobError("--tail " + word + ": give 0 to 3600 seconds, or auto", kExitUsage);
+}
+
+void runRender(RenderArguments& arguments) {
+    static const std::map<std::string, SampleFormat> kBits = {{"16", SampleFormat::kInt16},
+                                                              {"24", SampleFormat::kInt24},
+                                                              {"float", SampleFormat::kFloat}};
+    RenderOptions& options = arguments.options;
+    options.format.container = containerOf(arguments);
+    options.format.samples = kBits.at(arguments.bits);
+    options.format.rate = static_cast<int>(options.plan.rate);
+    readTail(arguments.tail, options.plan);
+    renderCommand(options);
+}
+
+} // namespace
+
+void addRender(CLI::App& app, RenderArguments& arguments) {
+    CLI::App* command = app.add_subcommand("render", "Play a MIDI file into an audio file");
+    RenderOptions& options = arguments.options;
+    command->add_option("SONG", options.song, "A Standard MIDI File; - reads standard input")
+        ->required();
+    command
+        ->add_option("-o,--output", options.output, "The audio file; - writes to standard output")
+        ->required();
+    command
+        ->add_option("--format", arguments.format,
+                     "wav, flac or raw (little-endian samples alone); from OUT's extension "
+                     "when not given")
+        ->check(CLI::IsMember({"wav", "flac", "raw"}));
+    command->add_option("--bits", arguments.bits, "16, 24 or float (default 16)")
+        ->check(CLI::IsMember({"16", "24", "float"}));
+    command->add_option("--rate", options.plan.rate, "Frames per second (default 44100)")
+        ->check(CLI::Range(8000.0, 192000.0));
+    command->add_option("--block", options.plan.block, "Frames of one pull (default 512)")
+        ->check(CLI::Range(1u, 65536u));
+    command->add_option("--tail", arguments.tail,
+                        "Seconds after the last event, or auto: until silence (default auto)");
+    command->add_option("--from", options.plan.fromSeconds, "Begin so many seconds into the song")
+        ->check(CLI::NonNegativeNumber);
+    command->add_option("--to", options.plan.toSeconds, "Stop so many seconds into the song")
+        ->check(CLI::NonNegativeNumber);
+    command->add_option("--preset", options.preset, "Restore this preset file first");
+    command->add_option("--save-preset", options.savePreset,
+                        "Save the instrument's state there at the end");
+    command->add_option("--component", options.component,
+                        "Name, subtype code or bundle path (default: the first instrument)");
+    command->add_option("--buses", options.buses, "Channels of each output bus, as 2,2,1")
+        ->delimiter(',');
+    command->add_flag("--split", options.split, "A file per bus: OUT-1.wav, OUT-2.wav, ...");
+    command->add_flag("--realtime", options.realtime, "Do not tell the engine that it is offline");
+    command->add_flag("--allow-silence", options.allowSilence, "Go on without an engine");
+    command->callback([&arguments] { runRender(arguments); });
+}
+
+} // namespace velnor::host
