@@ -33,6 +33,12 @@ endfunction()
 
 velnor_import(plist libplist-2.0 libplist-2.0.so.3)
 velnor_import(tinyxml tinyxml libtinyxml.so.2.6.2)
-velnor_import(fluidsynth fluidsynth libfluidsynth.so.3)
+# The 32-bit libpulse, which FluidSynth needs, looks for its private library under /usr alone: what
+# links FluidSynth brings that library along, so that it is there already.
+if(VELNOR_WIDTH STREQUAL ilp32)
+    file(GLOB pulse_private "${VELNOR_I386_ROOT}/usr/lib/i386-linux-gnu/pulseaudio/libpulsecommon-*.so")
+    set(fluidsynth_private -Wl,--push-state,--no-as-needed ${pulse_private} -Wl,--pop-state)
+endif()
+velnor_import(fluidsynth fluidsynth libfluidsynth.so.3 ${fluidsynth_private})
 velnor_import(sndfile sndfile libsndfile.so.1)
 velnor_import(smf smf libsmf.so.0 "${VELNOR_I386_ROOT}/usr/lib/i386-linux-gnu/libglib-2.0.so.0")
