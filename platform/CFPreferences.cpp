@@ -5,8 +5,7 @@
 #include "platform/CFPropertyList.h"
 #include "platform/CFRef.h"
 #include "platform/CFStringObject.h"
-#include "platform/PreferenceCache.h"
-#include "platform/PreferencePath.h"
+#include "platform/PreferenceDomain.h"
 
 #include <optional>
 
@@ -30,9 +29,9 @@ std::optional<bool> IsSecond(CFStringRef string, CFStringRef first, CFStringRef 
     return CFEqual(string, second);
 }
 
-/* One domain's file, or the files that stand for one. */
+/* The files that stand for one scope of a domain, empty for a wrong argument. */
 struct Place {
-    std::vector<std::string> paths;
+    PreferenceDomain::Files files;
     bool shared = false; /* for all users */
 };
 
@@ -42,15 +41,15 @@ Place FindPlace(CFStringRef domain, CFStringRef user, CFStringRef host) {
     if (!IsText(domain) || !anyUser || !anyHost) {
         return {};
     }
-    return {PreferencePaths(TextOf(domain), {*anyUser, *anyHost}), *anyUser};
+    return {FindPreferenceDomain(TextOf(domain))->Of({*anyUser, *anyHost}), *anyUser};
 }
 
-CFPropertyListRef CopyFirstValue(CFStringRef key, const std::vector<std::string>& paths) {
+CFPropertyListRef CopyFirstValue(CFStringRef key, const PreferenceDomain::Files& files) {
     if (!IsText(key)) {
         return nullptr;
     }
-    for (const std::string& path : paths) {
-        if (auto value = PreferencesAt(path).Value(TextOf(key))) {
+    for (CachedPreferences* file : files) {
+        if (auto value = file->Value(TextOf(key))) {
             return value.Detach();
         }
     }
@@ -85,18 +84,20 @@ CFPropertyListRef CFPreferencesCopyAppValue(CFStringRef key, CFStringRef domain)
     if (!velnor::IsText(domain)) {
         return nullptr;
     }
-    return velnor::CopyFirstValue(key, velnor::PreferenceSearchPaths(velnor::TextOf(domain)));
+    const auto found = velnor::FindPreferenceDomain(velnor::TextOf(domain));
+    return velnor::CopyFirstValue(key, found->Search());
 }
 
 CFPropertyListRef CFPreferencesCopyValue(CFStringRef key, CFStringRef domain, CFStringRef user,
                                          CFStringRef host) {
-    return velnor::CopyFirstValue(key, velnor::FindPlace(domain, user, host).paths);
+    return velnor::CopyFirstValue(key, velnor::FindPlace(domain, user, host).files);
 }
 
 CFArrayRef CFPreferencesCopyKeyList(CFStringRef domain, CFStringRef user, CFStringRef host) {
     velnor::CachedPreferences::Keys keys;
-    for (const std::string& path : velnor::FindPlace(domain, user, host).paths) {
-        velnor::PreferencesAt(path).AddKeysTo(keys);
+    const auto place = velnor::FindPlace(domain, user, host);
+    for (velnor::CachedPreferences* file : place.files) {
+        file->AddKeysTo(keys);
     }
     velnor::ArrayObject::Items items;
     for (const auto& [text, key] : keys) {
@@ -110,24 +111,23 @@ CFArrayRef CFPreferencesCopyKeyList(CFStringRef domain, CFStringRef user, CFStri
 void CFPreferencesSetValue(CFStringRef key, CFPropertyListRef value, CFStringRef domain,
                            CFStringRef user, CFStringRef host) {
     const auto place = velnor::FindPlace(domain, user, host);
-    if (place.paths.empty() || !velnor::IsText(key)) {
+    if (place.files.empty() || !velnor::IsText(key)) {
         return;
     }
     auto copy = value == nullptr ? velnor::CFRef<CFTypeRef>() : velnor::CopyForFile(key, value);
     if (copy || value == nullptr) {
-        velnor::PreferencesAt(place.paths.front()).Put(velnor::TextOf(key), std::move(copy));
+        place.files.front()->Put(velnor::TextOf(key), std::move(copy));
     }
 }
 
 Boolean CFPreferencesSynchronize(CFStringRef domain, CFStringRef user, CFStringRef host) {
     const auto place = velnor::FindPlace(domain, user, host);
-    return !place.paths.empty() &&
-           velnor::PreferencesAt(place.paths.front()).Synchronize(place.shared);
+    return !place.files.empty() && place.files.front()->Synchronize(place.shared);
 }
 
 CFStringRef PlatformPreferencesCopyPath(CFStringRef domain, CFStringRef user, CFStringRef host) {
     const auto place = velnor::FindPlace(domain, user, host);
-    return place.paths.empty() ? nullptr : velnor::CreateString(place.paths.front());
+    return place.files.empty() ? nullptr : velnor::CreateString(place.files.front()->Path());
 }
 
 CFIndex PlatformPreferencesParseCount(void) {

@@ -14,9 +14,10 @@ bool HasContent(const PreferenceFile& file) {
     return file.state == PreferenceFileState::sound || file.state == PreferenceFileState::damaged;
 }
 
+/* By the clock that file systems take times from. */
 timespec Now() {
     timespec now{};
-    clock_gettime(CLOCK_REALTIME, &now);
+    clock_gettime(CLOCK_REALTIME_COARSE, &now);
     return now;
 }
 

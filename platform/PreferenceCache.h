@@ -20,6 +20,8 @@ public:
 
     explicit CachedPreferences(std::string path);
 
+    const std::string& Path() const { return mPath; }
+
     /* The value as changed here, else as the file has it now; empty when there is none. */
     CFRef<CFTypeRef> Value(std::string_view key);
     void AddKeysTo(Keys& keys);

@@ -14,17 +14,17 @@ namespace {
 
 std::atomic<CFIndex> gParseCount{0};
 
-/* Longer than a tick of the clock that file systems take times from. */
-constexpr SInt64 kSettlingNanoseconds = 20'000'000;
-
 bool SameTime(const timespec& a, const timespec& b) {
     return a.tv_sec == b.tv_sec && a.tv_nsec == b.tv_nsec;
 }
 
-bool LiesApart(const timespec& a, const timespec& b) {
-    const SInt64 seconds = SInt64{a.tv_sec} - SInt64{b.tv_sec};
-    return std::abs(seconds) > 1 ||
-           std::abs(seconds * 1'000'000'000 + a.tv_nsec - b.tv_nsec) > kSettlingNanoseconds;
+/* Times further ahead come from another computer. */
+constexpr time_t kSecondsAhead = 2;
+
+bool IsOfOtherTick(const timespec& time, const timespec& now) {
+    const bool isEarlier =
+        time.tv_sec < now.tv_sec || (time.tv_sec == now.tv_sec && time.tv_nsec < now.tv_nsec);
+    return isEarlier || time.tv_sec > now.tv_sec + kSecondsAhead;
 }
 
 PreferenceFileState StateOfError(int error) {
@@ -76,7 +76,7 @@ bool FileStamp::operator==(const FileStamp& other) const {
 }
 
 bool FileStamp::IsSettledAt(const timespec& moment) const {
-    return LiesApart(moment, modified) && LiesApart(moment, changed);
+    return IsOfOtherTick(modified, moment) && IsOfOtherTick(changed, moment);
 }
 
 PreferenceFile LookAtPreferenceFile(const std::string& path) {

@@ -23,8 +23,8 @@ struct FileStamp {
     static FileStamp Of(const struct stat& info);
     bool operator==(const FileStamp& other) const;
 
-    /* True when a change after the moment is sure to show: the last one lay more than a tick back.
-     */
+    /* True when every change after the moment, which is a time of the coarse clock, will show: the
+     * last one is of an earlier tick, or of a computer whose clock is ahead. */
     bool IsSettledAt(const timespec& moment) const;
 };
 

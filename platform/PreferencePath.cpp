@@ -59,34 +59,16 @@ std::string FileName(std::string_view domain, bool anyHost) {
     return name + ".plist";
 }
 
-void AppendPaths(std::vector<std::string>& paths, const std::vector<std::string>& folders,
-                 const std::string& name) {
-    for (const std::string& folder : folders) {
-        paths.push_back(folder + "/velnor/" + name);
-    }
-}
-
 } // namespace
 
 std::vector<std::string> PreferencePaths(std::string_view domain, PreferenceScope scope) {
-    std::vector<std::string> paths;
-    if (!domain.empty()) {
-        AppendPaths(paths, Folders(scope.anyUser), FileName(domain, scope.anyHost));
-    }
-    return paths;
-}
-
-std::vector<std::string> PreferenceSearchPaths(std::string_view domain) {
-    std::vector<std::string> paths;
     if (domain.empty()) {
-        return paths;
+        return {};
     }
-    const std::string names[] = {FileName(domain, false), FileName(domain, true)};
-    for (const bool anyUser : {false, true}) {
-        const auto folders = Folders(anyUser);
-        for (const std::string& name : names) {
-            AppendPaths(paths, folders, name);
-        }
+    const std::string name = FileName(domain, scope.anyHost);
+    std::vector<std::string> paths = Folders(scope.anyUser);
+    for (std::string& path : paths) {
+        path += "/velnor/" + name;
     }
     return paths;
 }

@@ -18,9 +18,6 @@ struct PreferenceScope {
  * written. One at most for the current user; none for an empty domain or without a folder. */
 std::vector<std::string> PreferencePaths(std::string_view domain, PreferenceScope scope);
 
-/* The files of all scopes, in the order of a search. */
-std::vector<std::string> PreferenceSearchPaths(std::string_view domain);
-
 } // namespace velnor
 
 #endif
