@@ -1,0 +1,96 @@
+#!/usr/bin/env python3
+"""Makes another product of a built component: copies the bundle and rewrites the product record in it.
+
+The record is 256 bytes, little-endian, between the words 0x12345678 and 0x87654321; each executable
+of the bundle holds it twice. The registrations in Info.plist are given the same codes and names.
+"""
+import argparse
+import pathlib
+import plistlib
+import shutil
+import struct
+import sys
+
+START, END, SIZE = b"\x78\x56\x34\x12", b"\x21\x43\x65\x87", 256
+
+
+def fail(line):
+    sys.exit(f"brand.py: {line}")
+
+
+def name(text):
+    if not text.isascii() or not text.isprintable() or not 0 < len(text) < 64 or "/" in text:
+        raise argparse.ArgumentTypeError("1 to 63 printable ASCII characters without a slash")
+    return text
+
+
+def code(text):
+    if not text.isascii() or len(text) != 4:
+        raise argparse.ArgumentTypeError("four ASCII characters")
+    return text
+
+
+def arguments():
+    parser = argparse.ArgumentParser(description=__doc__, formatter_class=argparse.RawDescriptionHelpFormatter)
+    parser.add_argument("bundle", type=pathlib.Path, help="the component to copy")
+    parser.add_argument("copy", type=pathlib.Path, help="the new component")
+    parser.add_argument("--vendor", type=name, required=True)
+    parser.add_argument("--product", type=name, required=True)
+    parser.add_argument("--subtype", type=code, help="the instrument's code")
+    parser.add_argument("--outputs", type=int, choices=range(1, 33), metavar="N", help="channels of the first configuration")
+    parser.add_argument("--multi-output", action="store_true", help="let hosts choose buses and channels")
+    return parser.parse_args()
+
+
+def records(data):
+    at = data.find(START)
+    while at >= 0:
+        if data[at + SIZE - 4 : at + SIZE] == END:
+            yield at
+        at = data.find(START, at + 1)
+
+
+def rewrite(path, args):
+    data = bytearray(path.read_bytes())
+    found = list(records(data))
+    if len(found) != 2:
+        fail(f"{path}: {len(found)} product records instead of 2")
+    for at in found:
+        struct.pack_into("64s64s", data, at + 64, args.vendor.encode(), args.product.encode())
+        if args.subtype:
+            struct.pack_into("4s", data, at + 8, args.subtype.encode())
+        if args.outputs:
+            struct.pack_into("<i", data, at + 16, args.outputs)
+        struct.pack_into("<I", data, at + 192, int(args.multi_output))
+    path.write_bytes(data)
+
+
+def register(path, args):
+    info = plistlib.loads(path.read_bytes())
+    for component in info["VelnorComponents"]:
+        is_view = component["type"] == "auvw"
+        component["name"] = f"{args.vendor}: {args.product}" + (" View" if is_view else "")
+        if args.subtype and not is_view:
+            component["subtype"] = args.subtype
+    path.write_bytes(plistlib.dumps(info))
+
+
+def main():
+    args = arguments()
+    if args.copy.exists():
+        fail(f"{args.copy} exists already")
+    contents = args.bundle / "Contents"
+    if not (contents / "Info.plist").is_file():
+        fail(f"{args.bundle}: not a bundle")
+    executable = plistlib.loads((contents / "Info.plist").read_bytes())["CFBundleExecutable"]
+    shutil.copytree(args.bundle, args.copy)
+    try:
+        for path in sorted((args.copy / "Contents").glob(f"*-linux/{executable}")):
+            rewrite(path, args)
+        register(args.copy / "Contents/Info.plist", args)
+    except BaseException:
+        shutil.rmtree(args.copy)
+        raise
+
+
+main()
