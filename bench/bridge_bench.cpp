@@ -230,9 +230,9 @@ struct Pulling {
     std::unique_ptr<MIDIEventBlock> events = std::make_unique<MIDIEventBlock>();
 
     Pulling() {
-        freshProbe().recording = false;
-        freshProbe().behaviour.writePattern = false;
-        freshProbe().recording = false;
+        velnor::probe::Probe& probe = freshProbe();
+        probe.recording = false;
+        probe.behaviour.writePattern = false;
         instrument.setHostCallbacks(hostCallbacks());
         instrument.initialize();
         instrument.get(kPropertyEngineOpcode, engine);

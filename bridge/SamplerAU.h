@@ -108,7 +108,7 @@ private:
     void openEngine();
     void allocateExtraBuffer();
 
-    AudioBufferList& outputBuffers(UInt32 bus, UInt32 numBuses, UInt32 frames) VELNOR_NONBLOCKING;
+    AudioBufferList& outputBuffers(UInt32 bus, UInt32 frames) VELNOR_NONBLOCKING;
     void gatherChannels(UInt32 frames) VELNOR_NONBLOCKING;
     void collectEvents() VELNOR_NONBLOCKING;
     void silenceOutputs(UInt32 frames) VELNOR_NONBLOCKING;

@@ -25,13 +25,10 @@ OSStatus SamplerAU::Render(AudioUnitRenderActionFlags& /*ioFlags*/,
     return noErr;
 }
 
-/* The only bus has what the render driver prepared, which may be the host's own memory. With more
- * buses the driver prepares the pulled one in the bus's own memory, and preparing it once more for
- * the same frames changes nothing. */
-AudioBufferList& SamplerAU::outputBuffers(UInt32 bus, UInt32 numBuses,
-                                          UInt32 frames) VELNOR_NONBLOCKING {
+/* The render driver has prepared the first bus for this pull; it may be the host's own memory. */
+AudioBufferList& SamplerAU::outputBuffers(UInt32 bus, UInt32 frames) VELNOR_NONBLOCKING {
     AUOutputElement& output = GetOutput(bus);
-    return numBuses == 1 ? output.GetBufferList() : output.PrepareBuffer(frames);
+    return bus == 0 ? output.GetBufferList() : output.PrepareBuffer(frames);
 }
 
 /* Channels that the engine was not opened for are silent; channels that it was opened for and that
@@ -41,7 +38,7 @@ void SamplerAU::gatherChannels(UInt32 frames) VELNOR_NONBLOCKING {
     const UInt32 numBuses = GetScope(kAudioUnitScope_Output).GetNumberOfElements();
     UInt32 total = 0;
     for (UInt32 bus = 0; bus < numBuses; ++bus) {
-        const AudioBufferList& list = outputBuffers(bus, numBuses, frames);
+        const AudioBufferList& list = outputBuffers(bus, frames);
         for (UInt32 j = 0; j < list.mNumberBuffers; ++j, ++total) {
             const AudioBuffer& buffer = list.mBuffers[j];
             if (total < known)
@@ -57,7 +54,7 @@ void SamplerAU::gatherChannels(UInt32 frames) VELNOR_NONBLOCKING {
 void SamplerAU::silenceOutputs(UInt32 frames) VELNOR_NONBLOCKING {
     const UInt32 numBuses = GetScope(kAudioUnitScope_Output).GetNumberOfElements();
     for (UInt32 bus = 0; bus < numBuses; ++bus) {
-        const AudioBufferList& list = outputBuffers(bus, numBuses, frames);
+        const AudioBufferList& list = outputBuffers(bus, frames);
         for (UInt32 j = 0; j < list.mNumberBuffers; ++j)
             std::memset(list.mBuffers[j].mData, 0, list.mBuffers[j].mDataByteSize);
     }

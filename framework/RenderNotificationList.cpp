@@ -68,7 +68,11 @@ void RenderNotificationList::PushChain(Stack& ioStack, Node* inFirst, Node* inLa
 }
 
 void RenderNotificationList::ApplyChanges() VELNOR_NONBLOCKING {
-    Node* request = Reversed(mPending.exchange(nullptr, std::memory_order_acquire));
+    // Nearly always nothing is pending: a load costs the render less than an exchange.
+    Node* request = nullptr;
+    if (mPending.load(std::memory_order_relaxed) != nullptr) {
+        request = Reversed(mPending.exchange(nullptr, std::memory_order_acquire));
+    }
     while (request != nullptr) {
         Apply(std::exchange(request, request->next));
     }

@@ -169,9 +169,9 @@ TEST(Properties, VendorPropertiesPassThroughInBothDirections) {
     takeCalls();
     behaviour.answerVendor = true;
     behaviour.vendorAnswer = 4711;
-    EXPECT_EQ(instrument.get(0xFFFFFFFF, value), noErr);
+    EXPECT_EQ(instrument.get(0x7FFFFFFF, value), noErr);
     EXPECT_EQ(value, 4711U);
-    EXPECT_THAT(takeCalls(), ElementsAre("30 E ptr 0 0 4294967295 0 0 0"));
+    EXPECT_THAT(takeCalls(), ElementsAre("30 E ptr 0 0 2147483647 0 0 0"));
     behaviour.vendorResult = -3;
     EXPECT_EQ(instrument.get(70000, value), kAudioUnitErr_InvalidPropertyValue);
     EXPECT_EQ(instrument.set(70000, value), kAudioUnitErr_InvalidPropertyValue);
