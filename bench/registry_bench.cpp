@@ -42,13 +42,17 @@ public:
         : mContent(registryFile(entries)),
           mPath(mHome.ConfigHome() + "/velnor/com." + kVendor + "." + kProduct + ".plist") {}
 
-    void change() const { velnor::test::WriteFile(mPath, mContent); }
+    // A cache that compares contents sees a change too.
+    void change() {
+        velnor::test::WriteFile(mPath, mContent + "<!-- " + std::to_string(++mChanges) + " -->\n");
+    }
     const std::string& path() const { return mPath; }
 
 private:
     const velnor::test::TempHome mHome;
     const std::string mContent;
     const std::string mPath;
+    int mChanges = 0;
 };
 
 bool readAndParse(const std::string& path) {
@@ -62,7 +66,7 @@ bool readAndParse(const std::string& path) {
 }
 
 void ReadAndParse(benchmark::State& state) {
-    const RegistryOnDisk registry(static_cast<int>(state.range(0)));
+    RegistryOnDisk registry(static_cast<int>(state.range(0)));
     for ([[maybe_unused]] auto unused : state) {
         state.PauseTiming();
         registry.change();
@@ -73,7 +77,7 @@ void ReadAndParse(benchmark::State& state) {
 }
 
 void ListRegistry(benchmark::State& state) {
-    const RegistryOnDisk registry(static_cast<int>(state.range(0)));
+    RegistryOnDisk registry(static_cast<int>(state.range(0)));
     for ([[maybe_unused]] auto unused : state) {
         state.PauseTiming();
         registry.change();

@@ -73,17 +73,23 @@ CFTypeRef find(CFTypeRef root, std::span<const std::string> elements) {
     return node;
 }
 
-bool appendKeys(CFTypeRef dictionary, std::vector<std::string>& out) {
+std::vector<CFStringRef> keysOf(CFTypeRef dictionary) {
     if (!isDictionary(dictionary))
-        return false;
+        return {};
     const auto node = static_cast<CFDictionaryRef>(dictionary);
     std::vector<const void*> keys(static_cast<std::size_t>(CFDictionaryGetCount(node)));
-    if (keys.empty())
-        return false;
     CFDictionaryGetKeysAndValues(node, keys.data(), nullptr);
+    std::vector<CFStringRef> texts;
+    texts.reserve(keys.size());
+    for (const void* key : keys)
+        texts.push_back(static_cast<CFStringRef>(key));
+    return texts;
+}
+
+bool appendKeys(CFTypeRef dictionary, std::vector<std::string>& out) {
     const std::size_t before = out.size();
     std::string text;
-    for (const void* key : keys) {
+    for (const CFStringRef key : keysOf(dictionary)) {
         if (readText(key, text))
             out.push_back(text);
     }

@@ -50,6 +50,9 @@ CFTypeRef child(CFTypeRef node, CFStringRef key);
 // stands below something that is no dictionary. root may be null.
 CFTypeRef find(CFTypeRef root, std::span<const std::string> elements);
 
+// All keys, borrowed; none when dictionary, which may be null, is none.
+std::vector<CFStringRef> keysOf(CFTypeRef dictionary);
+
 // Appends the keys that can be read; true when there was one.
 bool appendKeys(CFTypeRef dictionary, std::vector<std::string>& out);
 

@@ -14,11 +14,11 @@ struct EntryReader {
     config::Text pathKey = config::makeText(velnor::kRegistryPathKey);
     config::Text versionKey = config::makeText(velnor::kRegistryVersionKey);
 
-    // False, with a field or two changed, when the entry is not complete.
-    bool read(CFTypeRef entries, PluginInfo& info) const {
-        const config::Text slot = config::makeText(info.slot);
-        const CFTypeRef entry = slot ? config::child(entries, slot.Get()) : nullptr;
-        return config::readText(config::child(entry, pathKey.Get()), info.path) &&
+    // False, with some fields changed, when the entry is not complete.
+    bool read(CFTypeRef entries, CFStringRef slot, PluginInfo& info) const {
+        const CFTypeRef entry = config::child(entries, slot);
+        return config::readText(slot, info.slot) &&
+               config::readText(config::child(entry, pathKey.Get()), info.path) &&
                config::readText(config::child(entry, versionKey.Get()), info.version);
     }
 };
@@ -30,19 +30,19 @@ struct EntryReader {
 bool listPluginPathVersion(const std::string& vendor, const std::string& product,
                            std::vector<PluginInfo>& out, const std::string& type) {
     const config::Address address(velnor::registryDomain(vendor, product), velnor::kRegistryKey);
-    const std::vector<std::string> format = {type};
+    const std::span format(&type, 1);
     const config::Value own = config::copyOwn(address);
-    std::vector<std::string> slots;
-    if (!config::appendKeys(config::find(own.Get(), format), slots))
+    const std::vector<CFStringRef> slots = config::keysOf(config::find(own.Get(), format));
+    if (slots.empty())
         return false;
     const config::Value searched = config::copySearched(address);
     const CFTypeRef entries = config::find(searched.Get(), format);
     const EntryReader reader;
     const std::size_t before = out.size();
-    for (std::string& slot : slots) {
-        PluginInfo info{std::move(slot), "", ""};
-        if (reader.read(entries, info))
-            out.push_back(std::move(info));
+    PluginInfo info;
+    for (const CFStringRef slot : slots) {
+        if (reader.read(entries, slot, info))
+            out.push_back(info);
     }
     return out.size() > before;
 }

@@ -1,0 +1,13 @@
+// Stopping a fuzzer where a result is wrong.
+#pragma once
+
+#include <cstdio>
+#include <cstdlib>
+
+#define FUZZ_CHECK(condition)                                                                      \
+    do {                                                                                           \
+        if (!(condition)) {                                                                        \
+            std::fprintf(stderr, "%s:%d: %s\n", __FILE__, __LINE__, #condition);                   \
+            std::abort();                                                                          \
+        }                                                                                          \
+    } while (false)
