@@ -29,7 +29,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t siz
                 kCFAllocatorDefault, tree.Get(), kCFPropertyListBinaryFormat_v1_0, 0, nullptr));
             FUZZ_CHECK(bool(binary));
             const auto again = Read(binary.Get());
-            FUZZ_CHECK(bool(again));
+            FUZZ_CHECK(again && CFEqual(again.Get(), tree.Get()));
             const CFRef<CFDataRef> xml(CFPropertyListCreateData(
                 kCFAllocatorDefault, tree.Get(), kCFPropertyListXMLFormat_v1_0, 0, nullptr));
             FUZZ_CHECK(!xml || Read(xml.Get()));

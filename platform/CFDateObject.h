@@ -5,6 +5,8 @@
 #include "platform/CFDate.h"
 #include "platform/CFObject.h"
 
+#include <cmath>
+
 namespace velnor {
 
 class DateObject final : public CFObjectOf<DateObject> {
@@ -12,7 +14,8 @@ public:
     explicit DateObject(CFAbsoluteTime at) : mAt(at) {}
     CFAbsoluteTime At() const { return mAt; }
     bool Equals(const CFObject& other) const override {
-        return mAt == static_cast<const DateObject&>(other).mAt;
+        const CFAbsoluteTime at = static_cast<const DateObject&>(other).mAt;
+        return mAt == at || (std::isnan(mAt) && std::isnan(at));
     }
 
 private:
