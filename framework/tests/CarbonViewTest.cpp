@@ -6,7 +6,6 @@
 
 #include <functional>
 #include <limits>
-#include <vector>
 
 namespace {
 
@@ -50,23 +49,17 @@ class CarbonView : public testing::Test {
 protected:
     void SetUp() override {
         PlatformAdvanceEventLoop(0);
-        gCreateUI = [](TestView&, Float32, Float32) { return noErr; };
-        gTick = [](TestView&) {};
         view = OpenComponent(TestComponent());
         ASSERT_NE(view, nullptr);
     }
     void TearDown() override {
-        Close();
+        EXPECT_EQ(CloseComponent(view), noErr);
         DisposeWindow(window);
-        gCreateUI = nullptr;
-        gTick = nullptr;
         EXPECT_EQ(PlatformLiveObjectCount(), before);
     }
-    void Close() {
-        if (view != nullptr) {
-            EXPECT_EQ(CloseComponent(view), noErr);
-        }
-        view = nullptr;
+    void Reopen() {
+        EXPECT_EQ(CloseComponent(view), noErr);
+        view = OpenComponent(TestComponent());
     }
     void OpenWindow(WindowAttributes attributes) {
         const Rect bounds = {0, 0, 600, 800};
@@ -91,17 +84,14 @@ protected:
     Float32Point size = {320, 240};
 };
 
-TEST_F(CarbonView, PaneStandsAtTheLocationAndTakesTheSizeOfItsContents) {
-    for (const WindowAttributes attributes : {kWindowCompositingAttribute, kWindowNoAttributes}) {
-        const bool compositing = attributes == kWindowCompositingAttribute;
-        SCOPED_TRACE(compositing);
-        OpenWindow(attributes);
+TEST_F(CarbonView, PaneStandsAtTheLocationAndHoldsItsContents) {
+    for (const bool compositing : {true, false}) {
+        OpenWindow(compositing ? kWindowCompositingAttribute : kWindowNoAttributes);
         Float32Point offset = {-1, -1};
         gCreateUI = [&](TestView& self, Float32 x, Float32 y) {
             EXPECT_EQ(self.GetEditAudioUnit(), kUnit);
             EXPECT_EQ(self.GetCarbonWindow(), window);
             EXPECT_EQ(self.IsCompositWindow(), compositing);
-            EXPECT_EQ(GetControlOwner(self.GetCarbonPane()), window);
             offset = {x, y};
             Embed(self, {0, 0, 50, 100});
             Embed(self, {60, 20, 80, 90});
@@ -116,75 +106,54 @@ TEST_F(CarbonView, PaneStandsAtTheLocationAndTakesTheSizeOfItsContents) {
         EXPECT_EQ(frame.origin.y, compositing ? 40.25f : 40);
         EXPECT_EQ(frame.size.width, 100);
         EXPECT_EQ(frame.size.height, 80);
-        Close();
+        EXPECT_EQ(Create(), paramErr); // one user interface for each view
+        EXPECT_EQ(PanesInWindow(), 1);
+        Reopen();
         EXPECT_EQ(PanesInWindow(), 0);
         DisposeWindow(window);
-        view = OpenComponent(TestComponent());
     }
 }
 
-TEST_F(CarbonView, EmptyPaneKeepsTheSizeAskedForAndASecondCreationIsRefused) {
-    OpenWindow(kWindowNoAttributes);
-    ASSERT_EQ(Create(), noErr);
-    HIRect frame = {};
-    ASSERT_EQ(HIViewGetFrame(pane, &frame), noErr);
-    EXPECT_EQ(frame.size.width, 320);
-    EXPECT_EQ(frame.size.height, 240);
-    EXPECT_EQ(Create(), paramErr);
-    EXPECT_EQ(PanesInWindow(), 1);
-}
-
 TEST_F(CarbonView, FailedCreationAnswersItsStatusAndLeavesNoPane) {
-    const std::function<OSStatus(TestView&, Float32, Float32)> failures[] = {
-        [](TestView& self, Float32, Float32) {
-            Embed(self, {0, 0, 5, 5});
-            return 1;
-        },
-        [](TestView&, Float32, Float32) -> OSStatus { throw OSStatus{1}; },
-    };
     OpenWindow(kWindowCompositingAttribute);
-    for (const auto& failure : failures) {
-        gCreateUI = failure;
+    for (const bool throws : {false, true}) {
+        gCreateUI = [throws](TestView& self, Float32, Float32) {
+            Embed(self, {0, 0, 5, 5});
+            return throws ? throw OSStatus{1} : 1;
+        };
         pane = parent;
         EXPECT_EQ(Create(), 1);
         EXPECT_EQ(pane, nullptr);
         EXPECT_EQ(PanesInWindow(), 0);
-        Close();
-        view = OpenComponent(TestComponent());
+        Reopen();
     }
 }
 
 TEST_F(CarbonView, BadArgumentsCreateNothing) {
     OpenWindow(kWindowNoAttributes);
-    const Rect bounds = {0, 0, 10, 10};
-    WindowRef other = nullptr;
-    ASSERT_EQ(CreateNewWindow(kWindowNoAttributes, &bounds, &other), noErr);
+    gCreateUI = [](TestView&, Float32, Float32) -> OSStatus { throw OSStatus{2}; };
     const auto create = [&](AudioUnit unit, WindowRef w, ControlRef p, const Float32Point* l,
                             const Float32Point* s, ControlRef* control) {
-        return AudioUnitCarbonViewCreate(view, unit, w, p, l, s, control);
+        EXPECT_EQ(AudioUnitCarbonViewCreate(view, unit, w, p, l, s, control), paramErr);
     };
-    gCreateUI = [](TestView&, Float32, Float32) -> OSStatus { throw OSStatus{2}; };
-    EXPECT_EQ(create(nullptr, window, parent, &location, &size, &pane), paramErr);
-    EXPECT_EQ(create(kUnit, nullptr, parent, &location, &size, &pane), paramErr);
-    EXPECT_EQ(create(kUnit, other, parent, &location, &size, &pane), paramErr);
-    EXPECT_EQ(create(kUnit, window, nullptr, &location, &size, &pane), paramErr);
-    EXPECT_EQ(create(kUnit, window, parent, nullptr, &size, &pane), paramErr);
-    EXPECT_EQ(create(kUnit, window, parent, &location, nullptr, &pane), paramErr);
-    EXPECT_EQ(create(kUnit, window, parent, &location, &size, nullptr), paramErr);
+    create(nullptr, window, parent, &location, &size, &pane);
+    create(kUnit, nullptr, parent, &location, &size, &pane);
+    create(kUnit, window, nullptr, &location, &size, &pane);
+    create(kUnit, window, parent, nullptr, &size, &pane);
+    create(kUnit, window, parent, &location, nullptr, &pane);
+    create(kUnit, window, parent, &location, &size, nullptr);
     for (const Float32 bad : {std::numeric_limits<Float32>::quiet_NaN(), 40000.0f, -1.0f}) {
         const Float32Point badSize = {bad, 10};
-        EXPECT_EQ(create(kUnit, window, parent, &location, &badSize, &pane), paramErr);
+        create(kUnit, window, parent, &location, &badSize, &pane);
     }
     EXPECT_EQ(PanesInWindow(), 0);
-    DisposeWindow(other);
 }
 
 TEST_F(CarbonView, TimerIsOneForTheViewWithADelayOfAtLeastFiveMilliseconds) {
     OpenWindow(kWindowNoAttributes);
     gCreateUI = [](TestView& self, Float32, Float32) {
         EXPECT_EQ(self.CreateEventLoopTimer(0, 0.1f), noErr);
-        EXPECT_EQ(self.CreateEventLoopTimer(0, 0.001f), noErr);
-        return noErr;
+        return self.CreateEventLoopTimer(0, 0.001f);
     };
     int ticks = 0;
     gTick = [&](TestView&) {
@@ -198,38 +167,22 @@ TEST_F(CarbonView, TimerIsOneForTheViewWithADelayOfAtLeastFiveMilliseconds) {
     EXPECT_EQ(ticks, 1);
     PlatformAdvanceEventLoop(0.1);
     EXPECT_EQ(ticks, 2);
-    Close();
+    gTick = [&](TestView&) { Reopen(); }; // closed in its own tick
+    PlatformAdvanceEventLoop(0.1);
+    gTick = nullptr;
     PlatformAdvanceEventLoop(1);
-    EXPECT_EQ(ticks, 2);
-}
-
-TEST_F(CarbonView, MayBeClosedInItsOwnTick) {
-    OpenWindow(kWindowNoAttributes);
-    gCreateUI = [](TestView& self, Float32, Float32) {
-        Embed(self, {0, 0, 5, 5});
-        return self.CreateEventLoopTimer(1, 1);
-    };
-    int ticks = 0;
-    gTick = [&](TestView&) {
-        ++ticks;
-        Close();
-    };
-    ASSERT_EQ(Create(), noErr);
-    PlatformAdvanceEventLoop(5);
-    EXPECT_EQ(ticks, 1);
     EXPECT_EQ(PanesInWindow(), 0);
 }
 
 TEST_F(CarbonView, SurvivesItsWindowAndItsPane) {
-    OpenWindow(kWindowCompositingAttribute);
     gCreateUI = [](TestView& self, Float32, Float32) {
         Embed(self, {0, 0, 5, 5});
         return noErr;
     };
+    OpenWindow(kWindowCompositingAttribute);
     ASSERT_EQ(Create(), noErr);
     DisposeWindow(window);
-    Close();
-    view = OpenComponent(TestComponent());
+    Reopen();
     OpenWindow(kWindowCompositingAttribute);
     ASSERT_EQ(Create(), noErr);
     DisposeControl(pane);

@@ -110,17 +110,6 @@ TEST(ComponentRegistration, EntriesOfTheWrongTypeAreLeftOut) {
     EXPECT_EQ(PlatformRegisterComponentBundle("/nowhere.component", nullptr, 0, &count), fnfErr);
 }
 
-TEST(ComponentRegistration, NameAndVersionOfTheWrongTypeFallBack) {
-    const TempFolder folder;
-    const Component component = RegisterOne(MakeBundle(
-        folder / "a.component",
-        "<array><dict><key>type</key><string>aumu</string><key>subtype</key><string>fall</string>"
-        "<key>manufacturer</key><string>VELN</string><key>entry</key><string>TestEntry</string>"
-        "<key>name</key><integer>1</integer><key>version</key><string>2</string></dict></array>"));
-    EXPECT_EQ(Text(PlatformComponentCopyName(component)), "TestEntry");
-    EXPECT_EQ(PlatformComponentRegisteredVersion(component), 0);
-}
-
 TEST(ComponentRegistration, ABundleRegistersOnceWhateverItsPathLooksLike) {
     const TempFolder folder;
     const std::string path =
@@ -191,6 +180,15 @@ TEST(ComponentInstance, CodeIsHeldFromTheFirstOpenToTheLastClose) {
     auto sum = encode(kSumSelect, SInt32{-5}, SInt32{2});
     EXPECT_EQ(CallComponentDispatch(one, sum.Get()), -3);
     EXPECT_EQ(CallComponentDispatch(one, nullptr), paramErr);
+    EXPECT_EQ(PlatformComponentOfInstance(one), component);
+    const auto self = reinterpret_cast<Component>(one);
+    ComponentDescription codes = {};
+    EXPECT_EQ(GetComponentInfo(self, &codes, nullptr, nullptr, nullptr), noErr);
+    EXPECT_EQ(codes.componentType, Code("aumu"));
+    EXPECT_EQ(codes.componentSubType, Code("life"));
+    EXPECT_EQ(codes.componentManufacturer, Code("VELN"));
+    char* text = nullptr;
+    EXPECT_EQ(GetComponentInfo(self, &codes, &text, nullptr, nullptr), paramErr);
     EXPECT_EQ(CloseComponent(one), noErr);
     EXPECT_TRUE(IsLoaded(bundle));
     EXPECT_EQ(CloseComponent(two), noErr);
@@ -256,23 +254,6 @@ TEST(ComponentInstance, ForeignPointersAreRefusedWithoutAnAccess) {
     }
     EXPECT_EQ(GetComponentInstanceStorage(nullptr), nullptr);
     EXPECT_EQ(FindNextComponent(nullptr, nullptr), nullptr);
-}
-
-TEST(ComponentInstance, InfoIsThatOfItsComponent) {
-    const TempFolder folder;
-    const Component component = RegisterOne(MakeBundleWith(folder / "a.component", "info"));
-    const ComponentInstance instance = OpenComponent(component);
-    ASSERT_NE(instance, nullptr);
-    ComponentDescription codes = {};
-    const auto self = reinterpret_cast<Component>(instance);
-    EXPECT_EQ(GetComponentInfo(self, &codes, nullptr, nullptr, nullptr), noErr);
-    EXPECT_EQ(codes.componentType, Code("aumu"));
-    EXPECT_EQ(codes.componentSubType, Code("info"));
-    EXPECT_EQ(codes.componentManufacturer, Code("VELN"));
-    char* text = nullptr;
-    EXPECT_EQ(GetComponentInfo(self, &codes, &text, nullptr, nullptr), paramErr);
-    EXPECT_EQ(PlatformComponentOfInstance(instance), component);
-    EXPECT_EQ(CloseComponent(instance), noErr);
 }
 
 } // namespace

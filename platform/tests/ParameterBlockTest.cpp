@@ -14,11 +14,7 @@ namespace {
 using velnor::argument;
 using velnor::encode;
 using velnor::test::Code;
-
-template <typename T>
-T At(std::uintptr_t address) {
-    return reinterpret_cast<T>(address);
-}
+using Words = std::vector<std::uintptr_t>;
 
 TEST(ParameterBlock, ArgumentsStandLastFirstAndComeBackAsTheirTypes) {
     int object = 0;
@@ -28,11 +24,9 @@ TEST(ParameterBlock, ArgumentsStandLastFirstAndComeBackAsTheirTypes) {
     EXPECT_EQ(params->flags, 0);
     EXPECT_EQ(params->paramSize, 6 * sizeof(void*));
     EXPECT_EQ(params->what, 0x0102);
-    const std::uintptr_t* words = params->params;
-    EXPECT_EQ(words[5], static_cast<std::uintptr_t>(-3));
-    EXPECT_EQ(words[4], 0xFFFFFFFFu);
-    EXPECT_EQ(words[3], 0xBFC00000u);
-    EXPECT_EQ(words[0], 1u);
+    const Words words(params->params, params->params + 6);
+    EXPECT_EQ(words, (Words{1, ~std::uintptr_t{3}, reinterpret_cast<std::uintptr_t>(&object),
+                            0xBFC00000, 0xFFFFFFFF, ~std::uintptr_t{2}}));
     EXPECT_EQ(argument<SInt32>(params, 0, 6), -3);
     EXPECT_EQ(argument<UInt32>(params, 1, 6), 0xFFFFFFFFu);
     EXPECT_EQ(argument<Float32>(params, 2, 6), -1.5f);
@@ -41,102 +35,64 @@ TEST(ParameterBlock, ArgumentsStandLastFirstAndComeBackAsTheirTypes) {
     EXPECT_EQ(argument<Boolean>(params, 5, 6), 1);
     EXPECT_TRUE(velnor::holdsArguments(params, 6));
     EXPECT_FALSE(velnor::holdsArguments(params, 7));
-    EXPECT_EQ(encode(-4).Get()->paramSize, 0);
 }
 
-struct Received {
-    SInt16 what = 0;
-    std::vector<std::uintptr_t> words; // in the order of the call
-};
-Received gReceived;
+SInt16 gWhat = 0;
+Words gWords; // in the order of the call
+constexpr ComponentResult kAnswer = 77;
 
 ComponentResult RecordingEntry(ComponentParameters* params, void*) {
     const std::size_t count = params->paramSize / sizeof(std::uintptr_t);
-    gReceived = {params->what, {}};
+    gWhat = params->what;
+    gWords.clear();
     for (std::size_t i = 0; i < count; ++i) {
-        gReceived.words.push_back(argument<std::uintptr_t>(params, i, count));
+        gWords.push_back(argument<std::uintptr_t>(params, i, count));
     }
-    return params->what > 0 ? 77 : noErr;
+    return params->what == kComponentOpenSelect ? noErr : kAnswer;
 }
+
+// A pointer of whatever type a call takes.
+struct Ptr {
+    std::uintptr_t address;
+    template <typename T>
+    operator T*() const {
+        return reinterpret_cast<T*>(address);
+    }
+};
+constexpr Ptr a{101}, b{102}, c{103};
+const UInt32 kBits = std::bit_cast<UInt32>(0.25f);
 
 struct CallCase {
     SInt16 selector;
-    std::vector<std::uintptr_t> words;
+    Words words;
     std::function<OSStatus(ComponentInstance)> call;
 };
-
-const UInt32 kFloatBits = std::bit_cast<UInt32>(0.25f);
-
-// Pointers stand as the small numbers 101 and up.
 const CallCase kCalls[] = {
     {1, {}, AudioUnitInitialize},
     {2, {}, AudioUnitUninitialize},
-    {3,
-     {5, 6, 7, 101, 102},
-     [](auto u) {
-         return AudioUnitGetPropertyInfo(u, 5, 6, 7, At<UInt32*>(101), At<Boolean*>(102));
-     }},
-    {4,
-     {5, 6, 7, 101, 102},
-     [](auto u) { return AudioUnitGetProperty(u, 5, 6, 7, At<void*>(101), At<UInt32*>(102)); }},
-    {5,
-     {5, 6, 7, 101, 8},
-     [](auto u) { return AudioUnitSetProperty(u, 5, 6, 7, At<void*>(101), 8); }},
-    {6,
-     {5, 6, 7, 101},
-     [](auto u) { return AudioUnitGetParameter(u, 5, 6, 7, At<Float32*>(101)); }},
-    {7,
-     {5, 6, 7, kFloatBits, 9},
-     [](auto u) { return AudioUnitSetParameter(u, 5, 6, 7, 0.25f, 9); }},
+    {3, {5, 6, 7, 101, 102}, [](auto u) { return AudioUnitGetPropertyInfo(u, 5, 6, 7, a, b); }},
+    {4, {5, 6, 7, 101, 102}, [](auto u) { return AudioUnitGetProperty(u, 5, 6, 7, a, b); }},
+    {5, {5, 6, 7, 101, 8}, [](auto u) { return AudioUnitSetProperty(u, 5, 6, 7, a, 8); }},
+    {6, {5, 6, 7, 101}, [](auto u) { return AudioUnitGetParameter(u, 5, 6, 7, a); }},
+    {7, {5, 6, 7, kBits, 9}, [](auto u) { return AudioUnitSetParameter(u, 5, 6, 7, 0.25f, 9); }},
     {9, {6, 7}, [](auto u) { return AudioUnitReset(u, 6, 7); }},
-    {10,
-     {5, 101, 102},
-     [](auto u) {
-         return AudioUnitAddPropertyListener(u, 5, At<AudioUnitPropertyListenerProc>(101),
-                                             At<void*>(102));
-     }},
-    {11,
-     {5, 101},
-     [](auto u) {
-         return AudioUnitRemovePropertyListener(u, 5, At<AudioUnitPropertyListenerProc>(101));
-     }},
-    {14,
-     {101, 102, 3, 64, 103},
-     [](auto u) {
-         return AudioUnitRender(u, At<UInt32*>(101), At<AudioTimeStamp*>(102), 3, 64,
-                                At<AudioBufferList*>(103));
-     }},
-    {15,
-     {101, 102},
-     [](auto u) { return AudioUnitAddRenderNotify(u, At<AURenderCallback>(101), At<void*>(102)); }},
-    {16,
-     {101, 102},
-     [](auto u) {
-         return AudioUnitRemoveRenderNotify(u, At<AURenderCallback>(101), At<void*>(102));
-     }},
-    {17,
-     {101, 2},
-     [](auto u) { return AudioUnitScheduleParameters(u, At<AudioUnitParameterEvent*>(101), 2); }},
+    {10, {5, 101, 102}, [](auto u) { return AudioUnitAddPropertyListener(u, 5, a, b); }},
+    {11, {5, 101}, [](auto u) { return AudioUnitRemovePropertyListener(u, 5, a); }},
+    {14, {101, 102, 3, 64, 103}, [](auto u) { return AudioUnitRender(u, a, b, 3, 64, c); }},
+    {15, {101, 102}, [](auto u) { return AudioUnitAddRenderNotify(u, a, b); }},
+    {16, {101, 102}, [](auto u) { return AudioUnitRemoveRenderNotify(u, a, b); }},
+    {17, {101, 2}, [](auto u) { return AudioUnitScheduleParameters(u, a, 2); }},
     {0x101, {0x93, 60, 100, 5}, [](auto u) { return MusicDeviceMIDIEvent(u, 0x93, 60, 100, 5); }},
-    {0x102, {101, 9}, [](auto u) { return MusicDeviceSysEx(u, At<UInt8*>(101), 9); }},
+    {0x102, {101, 9}, [](auto u) { return MusicDeviceSysEx(u, a, 9); }},
     {0x103, {4}, [](auto u) { return MusicDevicePrepareInstrument(u, 4); }},
     {0x104, {4}, [](auto u) { return MusicDeviceReleaseInstrument(u, 4); }},
-    {0x105,
-     {4, 1, 101, 16, 102},
-     [](auto u) {
-         return MusicDeviceStartNote(u, 4, 1, At<UInt32*>(101), 16,
-                                     At<MusicDeviceNoteParams*>(102));
-     }},
+    {0x105, {4, 1, 101, 16, 102}, [](auto u) { return MusicDeviceStartNote(u, 4, 1, a, 16, b); }},
     {0x106, {1, 60, 16}, [](auto u) { return MusicDeviceStopNote(u, 1, 60, 16); }},
     {0x301,
-     {101, 102, 103, 104, 105, 106},
-     [](auto u) {
-         return AudioUnitCarbonViewCreate(u, At<AudioUnit>(101), At<WindowRef>(102),
-                                          At<ControlRef>(103), At<HIPoint*>(104), At<HIPoint*>(105),
-                                          At<ControlRef*>(106));
-     }},
-    {-3, {0x101}, [](auto u) { return ComponentFunctionImplemented(u, 0x101) + 77; }},
-    {-4, {}, [](auto u) { return GetComponentVersion(u) + 77; }},
+     {101, 102, 103, 101, 102, 103},
+     [](auto u) { return AudioUnitCarbonViewCreate(u, a, b, c, a, b, c); }},
+    {-3, {0x101}, [](auto u) { return ComponentFunctionImplemented(u, 0x101); }},
+    {-4, {}, GetComponentVersion},
 };
 
 TEST(ParameterBlock, EveryHostCallReachesTheEntryWithItsSelectorAndWords) {
@@ -146,15 +102,14 @@ TEST(ParameterBlock, EveryHostCallReachesTheEntryWithItsSelectorAndWords) {
     ASSERT_NE(instance, nullptr);
     for (const CallCase& test : kCalls) {
         SCOPED_TRACE(test.selector);
-        EXPECT_EQ(test.call(instance), 77);
-        EXPECT_EQ(gReceived.what, test.selector);
-        EXPECT_EQ(gReceived.words, test.words);
-        gReceived = {};
-        const OSStatus onNull = test.call(nullptr);
-        EXPECT_TRUE(onNull == badComponentInstance || onNull == badComponentInstance + 77);
-        EXPECT_EQ(gReceived.what, 0);
+        EXPECT_EQ(test.call(instance), kAnswer);
+        EXPECT_EQ(gWhat, test.selector);
+        EXPECT_EQ(gWords, test.words);
+        gWhat = 0;
+        EXPECT_EQ(test.call(nullptr), badComponentInstance);
+        EXPECT_EQ(gWhat, 0);
     }
-    EXPECT_EQ(CloseComponent(instance), noErr);
+    EXPECT_EQ(CloseComponent(instance), kAnswer);
 }
 
 } // namespace
