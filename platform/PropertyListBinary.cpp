@@ -97,7 +97,7 @@ private:
         if (object.content.empty() || (object.content[0] & 0xF0) != kInteger << 4U) {
             return false;
         }
-        const unsigned power = static_cast<UInt8>(object.content[0]) & 0xFU;
+        const unsigned power = static_cast<unsigned char>(object.content[0]) & 0xFU;
         const std::size_t size = std::size_t{1} << power;
         if (power > 3 || object.content.size() <= size) {
             return false;
