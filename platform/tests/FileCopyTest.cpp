@@ -85,7 +85,7 @@ TEST(FileCopy, AnExistingObjectIsReplacedOnlyWhenAsked) {
         EXPECT_EQ(ReadFile(c.source[0] == 'f' ? made : made + "/inner"),
                   c.source[0] == 'f' ? "file" : "inner");
         EXPECT_THAT(Names(folder / "to"), UnorderedElementsAre("old file", "old tree"));
-        std::filesystem::remove_all(folder / "to");
+        RemoveTree(folder / "to");
     }
 }
 

@@ -193,7 +193,7 @@ TEST(Catalog, OnlyReadableFoldersOpen) {
         const OrdinaryUser user;
         EXPECT_EQ(FSOpenIterator(&closed, kFSIterateFlat, &iterator), permErr);
     }
-    std::filesystem::remove_all(folder / "closed");
+    RemoveTree(folder / "closed");
     EXPECT_EQ(FSOpenIterator(&closed, kFSIterateFlat, &iterator), dirNFErr);
 }
 

@@ -11,6 +11,19 @@
 
 namespace velnor::test {
 
+/* Removes what stands there with all that it holds, folders that are closed to the user too. */
+inline void RemoveTree(const std::filesystem::path& path) {
+    std::error_code ignored;
+    if (std::filesystem::symlink_status(path, ignored).type() ==
+        std::filesystem::file_type::directory) {
+        std::filesystem::permissions(path, std::filesystem::perms::owner_all, ignored);
+        for (const auto& entry : std::filesystem::directory_iterator(path, ignored)) {
+            RemoveTree(entry.path());
+        }
+    }
+    std::filesystem::remove(path, ignored);
+}
+
 /* Made by mkdtemp, resolved (no link in its path), removed with all that it holds. */
 class TempFolder {
 public:
@@ -20,10 +33,7 @@ public:
             throw std::runtime_error("mkdtemp failed for " + name);
         mPath = std::filesystem::canonical(name).string();
     }
-    ~TempFolder() {
-        std::error_code ignored;
-        std::filesystem::remove_all(mPath, ignored);
-    }
+    ~TempFolder() { RemoveTree(mPath); }
     TempFolder(const TempFolder&) = delete;
     TempFolder& operator=(const TempFolder&) = delete;
 
