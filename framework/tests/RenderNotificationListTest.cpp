@@ -61,20 +61,6 @@ TEST(RenderNotificationList, AppliesRequestsInTheirOrderAndHoldsAPairOnce) {
     }
 }
 
-TEST(RenderNotificationList, SameCallbackWithOtherUserDataIsAnotherPair) {
-    RenderNotificationList list;
-    int first = 0;
-    int second = 0;
-    list.Add(Count, &first);
-    list.Add(Count, &second);
-    list.Remove(Count, &first);
-    list.ApplyChanges();
-    Notify(list);
-    EXPECT_EQ(first, 0);
-    EXPECT_EQ(second, 1);
-    EXPECT_EQ(list.Add(nullptr, &first), paramErr);
-}
-
 TEST(RenderNotificationList, ThreadsChangeItWhileItRendersAndNothingIsLostOrFreedTwice) {
     constexpr int kThreads = 3;
     constexpr int kRounds = 4000;
