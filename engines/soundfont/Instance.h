@@ -42,8 +42,9 @@ public:
     Result setRate(int32_t rate);
     Result suspend();
     Result resume(bool offline);
-    // The bytes stay until the next call of this.
+    // The bytes stay until the next call of this, which nothing else may make meanwhile.
     const std::vector<uint8_t>& chunk();
+    // Takes effect at the start of the next render call, and ends what sounds then.
     Result setChunk(const uint8_t* bytes, size_t size);
     Result property(uint32_t id, void* value);
     InstanceStatus status();

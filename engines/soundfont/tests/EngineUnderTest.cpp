@@ -9,6 +9,13 @@
 #include <memory>
 #include <random>
 
+#if defined(__SANITIZE_THREAD__)
+// FluidSynth loads samples in OpenMP tasks, whose runtime the sanitizer cannot see into.
+extern "C" __attribute__((visibility("default"))) const char* __tsan_default_suppressions() {
+    return "race:libgomp.so.1\n";
+}
+#endif
+
 namespace velnor::soundfont {
 
 namespace {
