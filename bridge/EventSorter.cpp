@@ -2,7 +2,7 @@
 
 #include <algorithm>
 #include <bit>
-#include <limits>
+#include <numeric>
 #include <utility>
 
 namespace velnor {
@@ -14,6 +14,8 @@ constexpr unsigned kOffsetShift = 32;
 constexpr std::size_t kFewEvents = 16;
 /* Strays are worth their handling while there is at most one for so many events. */
 constexpr std::size_t kEventsPerStray = 16;
+/* Events in a row that may turn out to have come before their time. */
+constexpr std::size_t kMostEarly = 4;
 
 /* For few events: plain insertion. The events before first are in order. */
 void insertEach(MIDIEvent* events, std::size_t count, std::size_t first) VELNOR_NONBLOCKING {
@@ -40,47 +42,50 @@ std::size_t indexOf(std::uint64_t key) VELNOR_NONBLOCKING {
     return static_cast<std::uint32_t>(key);
 }
 
-/* The event that a stray's key names; whether it comes before its time rather than too late. */
-std::size_t strayIndex(std::uint64_t key) VELNOR_NONBLOCKING {
-    return indexOf(key) >> 1;
-}
-bool strayIsEarly(std::uint64_t key) VELNOR_NONBLOCKING {
-    return (key & 1) != 0;
-}
-std::uint64_t strayKey(const MIDIEvent* events, std::size_t index, bool early) VELNOR_NONBLOCKING {
-    return keyOf(events[index], index << 1 | (early ? 1 : 0));
+/* Whether the events from here on speak for the event at i and against the last depth events that
+ * were kept before it, all of them higher: each of depth events belongs where it stands. */
+bool continues(const MIDIEvent* events, std::size_t count, std::size_t i, std::size_t depth,
+               const MIDIEvent& highest) VELNOR_NONBLOCKING {
+    for (std::size_t next = i + 1; next < i + depth; ++next) {
+        if (next >= count || midiSort(events[next], events[next - 1]) ||
+            !midiSort(events[next], highest))
+            return false;
+    }
+    return true;
 }
 
-/* Walks the events and keeps those in order: swaps neighbours that are each other's only trouble,
- * and writes the keys of the events that are out of place by more. One that is lower than the one
- * before it is a late stray, unless it fits behind the one before that, which makes the one before
- * it the stray, an early one. The events before first are in order. Returns how many strays, or
- * most + 1 when there are more. */
-std::size_t findStrays(MIDIEvent* events, std::size_t count, std::uint64_t* keys, std::size_t first,
-                       std::size_t most) VELNOR_NONBLOCKING {
-    constexpr std::int64_t kNothing = std::numeric_limits<std::int64_t>::min();
+/* Walks the events and keeps the indices of those in order, swapping neighbours that are each
+ * other's only trouble. An event that is lower than those kept before it either sends a few of them
+ * away, when they came before their time, or is a stray itself. Writes the strays' keys. The events
+ * before first are in order. Returns how many strays, or more than most when it gives up. */
+std::size_t findStrays(MIDIEvent* events, std::size_t count, std::size_t first, std::size_t most,
+                       std::uint64_t* keys, std::uint64_t* kept) VELNOR_NONBLOCKING {
+    std::iota(kept, kept + first, std::uint64_t{0});
     std::size_t strays = 0;
-    std::size_t last = first - 1;
-    std::int64_t before = last == 0 ? kNothing : events[last - 1].offset;
-    for (std::size_t i = first; i < count; ++i) {
-        const std::int32_t highest = events[last].offset;
-        if (events[i].offset >= highest) {
-            before = highest;
-            last = i;
+    std::size_t length = first;
+    for (std::size_t i = first; i < count && strays <= most; ++i) {
+        const std::size_t last = indexOf(kept[length - 1]);
+        if (!midiSort(events[i], events[last])) {
+            kept[length++] = i;
             continue;
         }
-        if (events[i].offset < before) {
-            keys[strays++] = strayKey(events, i, false);
-        } else if (last + 1 == i && (i + 1 == count || events[i + 1].offset >= highest)) {
+        std::size_t depth = 1;
+        while (depth < length && depth <= kMostEarly &&
+               midiSort(events[i], events[indexOf(kept[length - 1 - depth])]))
+            ++depth;
+        if (depth > kMostEarly || !continues(events, count, i, depth, events[last])) {
+            keys[strays++] = keyOf(events[i], i);
+        } else if (depth == 1 && last + 1 == i &&
+                   (i + 1 == count || !midiSort(events[i + 1], events[last]))) {
             std::swap(events[last], events[i]);
-            before = events[last].offset;
-            last = i;
+            kept[length++] = i;
         } else {
-            keys[strays++] = strayKey(events, last, true);
-            last = i;
+            for (; depth > 0; --depth) {
+                const std::size_t early = indexOf(kept[--length]);
+                keys[strays++] = keyOf(events[early], early);
+            }
+            kept[length++] = i;
         }
-        if (strays > most)
-            break;
     }
     return strays;
 }
@@ -97,12 +102,12 @@ std::size_t closeGaps(MIDIEvent* events, std::size_t count, const std::uint64_t*
     return count - number;
 }
 
-/* Where a stray belongs among the events that stay. Those of its own offset are all before it when
- * it is late, all after it when it is early. */
-MIDIEvent* placeFor(const MIDIEvent& stray, bool early, MIDIEvent* first,
+/* Where a stray belongs among the events that stay, given where those begin that came after it. */
+MIDIEvent* placeFor(const MIDIEvent& stray, MIDIEvent* later, MIDIEvent* first,
                     MIDIEvent* last) VELNOR_NONBLOCKING {
-    return early ? std::lower_bound(first, last, stray, midiSort)
-                 : std::upper_bound(first, last, stray, midiSort);
+    MIDIEvent* notBefore = std::lower_bound(first, last, stray, midiSort);
+    MIDIEvent* behind = std::upper_bound(notBefore, last, stray, midiSort);
+    return std::clamp(later, notBefore, behind);
 }
 
 /* One pass of a radix sort, by the digit of so many bits at shift. */
@@ -132,7 +137,8 @@ void EventSorter::sortFrom(MIDIEvent* events, std::size_t count,
         return;
     }
     const std::size_t most = count / kEventsPerStray;
-    const std::size_t strays = findStrays(events, count, mKeys.data(), sorted, most);
+    const std::size_t strays =
+        findStrays(events, count, sorted, most, mKeys.data(), mOtherKeys.data());
     if (strays > most)
         sortByKeys(events, count);
     else if (strays > 0)
@@ -141,18 +147,20 @@ void EventSorter::sortFrom(MIDIEvent* events, std::size_t count,
 
 void EventSorter::putStraysBack(MIDIEvent* events, std::size_t count,
                                 std::size_t strays) VELNOR_NONBLOCKING {
-    std::sort(mKeys.begin(), mKeys.begin() + static_cast<std::ptrdiff_t>(strays));
+    std::uint64_t* indices = mOtherKeys.data();
+    std::sort(mKeys.data(), mKeys.data() + strays);
     for (std::size_t i = 0; i < strays; ++i) {
-        mOtherKeys[i] = strayIndex(mKeys[i]);
-        mSorted[i] = events[mOtherKeys[i]];
+        indices[i] = indexOf(mKeys[i]);
+        mSorted[i] = events[indexOf(mKeys[i])];
     }
-    std::sort(mOtherKeys.begin(), mOtherKeys.begin() + static_cast<std::ptrdiff_t>(strays));
-    MIDIEvent* end = events + closeGaps(events, count, mOtherKeys.data(), strays);
+    std::sort(indices, indices + strays);
+    MIDIEvent* end = events + closeGaps(events, count, indices, strays);
     for (std::size_t left = strays; left > 0; --left) {
-        const MIDIEvent& stray = mSorted[left - 1];
-        MIDIEvent* place = placeFor(stray, strayIsEarly(mKeys[left - 1]), events, end);
+        const std::uint64_t index = indexOf(mKeys[left - 1]);
+        const auto before = std::lower_bound(indices, indices + strays, index) - indices;
+        MIDIEvent* place = placeFor(mSorted[left - 1], events + index - before, events, end);
         std::move_backward(place, end, end + left);
-        place[left - 1] = stray;
+        place[left - 1] = mSorted[left - 1];
         end = place;
     }
 }

@@ -10,8 +10,10 @@ namespace velnor {
 namespace {
 
 std::vector<std::int32_t> takeOffsets(MidiRing& ring) {
-    std::vector<std::int32_t> offsets;
-    ring.take([&offsets](const MIDIEvent& event) { offsets.push_back(event.offset); });
+    std::vector<std::int32_t> offsets(MidiRing::kSlots);
+    std::size_t count = 0;
+    ring.take([&](const MIDIEvent& event) { offsets[count++] = event.offset; });
+    offsets.resize(count);
     return offsets;
 }
 
