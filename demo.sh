@@ -9,7 +9,7 @@ scripts/install-packages.sh build
 mkdir -p build
 echo "Building (the first time takes a few minutes) ..."
 cmake --preset lp64 >build/lp64.configure.log 2>&1 || { cat build/lp64.configure.log >&2; exit 1; }
-cmake --build --preset lp64 --target velnor-host Velnor SoundFont -- --quiet
+cmake --build --preset lp64 --target velnor-host velnor_component soundfont_engine -- --quiet
 
 # A home of its own: preferences, component, log and engine data stay under build/demo.
 home=$PWD/build/demo/home

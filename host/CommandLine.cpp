@@ -125,7 +125,10 @@ int runCommandLine(int argc, char** argv) {
     } catch (const CLI::ParseError& error) {
         if (error.get_exit_code() == 0)
             return app.exit(error);
-        printNotice(std::string(error.what()) + " (see velnor-host --help)");
+        const bool unknown = error.get_name() == "RequiredError" && argc > 1 && argv[1][0] != '-' &&
+                             app.get_subcommands().empty();
+        printNotice((unknown ? std::string(argv[1]) + ": no such command" : error.what()) +
+                    " (see velnor-host --help)");
         return kExitUsage;
     } catch (const JobError& error) {
         printNotice(error.what());

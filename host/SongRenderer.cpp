@@ -9,7 +9,8 @@ namespace {
 
 /* A 24-bit file's smallest step: what is below it everywhere is silence. */
 constexpr float kSilence = 1.0f / 8388608.0f;
-/* Instruments queue so many messages and more for one pull. */
+/* Instruments queue so many messages and more for one pull. Of more on one frame the rest comes a
+ * frame late. */
 constexpr std::size_t kMostMessagesOfABlock = 1000;
 constexpr double kSilentSeconds = 0.25; /* how long it must last to end a tail */
 
@@ -51,7 +52,7 @@ std::uint64_t SongRenderer::run(const Sink& sink) {
     const auto enough = framesOf(kSilentSeconds, mPlan.rate);
     std::int64_t silent = 0;
     while (mFrame < last) {
-        const auto frames = static_cast<UInt32>(std::min<std::int64_t>(mPlan.block, last - mFrame));
+        const UInt32 frames = nextBlock(last);
         mTransport.moveTo(mFrame);
         sendMessagesBefore(mFrame + frames);
         mInstrument.pull(mFrame, frames);
@@ -68,13 +69,14 @@ std::uint64_t SongRenderer::run(const Sink& sink) {
 UInt32 SongRenderer::nextBlock(std::int64_t last) const {
     std::int64_t end = std::min<std::int64_t>(mFrame + mPlan.block, last);
     const std::size_t beyond = mNext + kMostMessagesOfABlock;
-    if (beyond < mMessageFrames.size() && mMessageFrames[beyond] > mFrame)
-        end = std::min(end, mMessageFrames[beyond]);
+    if (beyond < mMessageFrames.size())
+        end = std::min(end, std::max(mMessageFrames[beyond], mFrame + 1));
     return static_cast<UInt32>(end - mFrame);
 }
 
 void SongRenderer::sendMessagesBefore(std::int64_t end) {
-    for (; mNext < mSong.messages.size(); ++mNext) {
+    const std::size_t most = std::min(mNext + kMostMessagesOfABlock, mSong.messages.size());
+    for (; mNext < most; ++mNext) {
         const SongMessage& message = mSong.messages[mNext];
         const std::int64_t at = mMessageFrames[mNext];
         if (at >= end)

@@ -1,0 +1,117 @@
+#include "host/tests/HostProgram.h"
+
+#include <filesystem>
+
+#include <gtest/gtest.h>
+
+namespace velnor::test {
+namespace {
+
+bool contains(const std::string& text, const std::string& part) {
+    return text.find(part) != std::string::npos;
+}
+
+TEST(Install, IsUndoneByUninstallAndRepeatedAsAnUpdate) {
+    HostProgram program;
+    const std::string components = program.home.DataHome() + "/velnor/Components";
+    ASSERT_EQ(program.install("Odd").status, 0);
+    ASSERT_EQ(program.install("Probe").status, 0);
+    EXPECT_TRUE(contains(program.run({"components"}).out, "Tarn 12"));
+    EXPECT_TRUE(contains(ReadFile(program.home.ConfigHome() + "/velnor/com.velnor.ormo.plist"),
+                         "Engines/Probe.engine"));
+    EXPECT_EQ(program.run({"uninstall"}).status, 0);
+    EXPECT_FALSE(std::filesystem::exists(components + "/Velnor.component"));
+    EXPECT_FALSE(contains(ReadFile(program.home.ConfigHome() + "/velnor/com.Tavo.Tarn 12.plist"),
+                          "base_dir"));
+    EXPECT_EQ(program.run({"uninstall"}).status, 1);
+}
+
+TEST(Install, ChecksEverythingBeforeItChangesAnything) {
+    HostProgram program;
+    const std::string bundles = VELNOR_BUNDLE_DIR;
+    const std::string component = bundles + "/Velnor.component";
+    const std::string engine = bundles + "/Odd.engine";
+    const struct {
+        std::vector<std::string> arguments;
+        const char* says;
+    } kCases[] = {
+        {{program.path("none"), "--engine", engine, "--data", program.path("data")},
+         "not a bundle"},
+        {{engine, "--engine", engine, "--data", program.path("data")}, "no product record"},
+        {{component, "--engine", bundles + "/NoEntryPoint.engine", "--data", program.path("data")},
+         "does not load"},
+        {{component, "--engine", bundles + "/NoExecutable.engine", "--data", program.path("data")},
+         "does not load"},
+        {{component, "--engine", engine, "--data", program.path("nowhere")}, "not a folder"},
+    };
+    for (const auto& test : kCases) {
+        std::vector<std::string> arguments = {"install"};
+        arguments.insert(arguments.end(), test.arguments.begin(), test.arguments.end());
+        const Outcome outcome = program.run(arguments);
+        EXPECT_EQ(outcome.status, 1);
+        EXPECT_TRUE(contains(outcome.error, test.says)) << outcome.error;
+    }
+    EXPECT_FALSE(std::filesystem::exists(program.home.DataHome() + "/velnor"));
+    EXPECT_FALSE(std::filesystem::exists(program.home.ConfigHome()));
+}
+
+TEST(Doctor, NamesWhatIsMissingInItsLastSentence) {
+    HostProgram program;
+    EXPECT_EQ(program.run({"doctor"}).status, 1);
+    ASSERT_EQ(program.install("SoundFont").status, 0);
+    const Outcome healthy = program.run({"doctor"});
+    EXPECT_EQ(healthy.status, 0) << healthy.out;
+    EXPECT_TRUE(healthy.out.ends_with("Tavo Tarn 12 is ready to play.\n")) << healthy.out;
+    std::filesystem::remove(program.path("data/font.sf2"));
+    const Outcome soundless = program.run({"doctor"});
+    EXPECT_EQ(soundless.status, 1);
+    EXPECT_TRUE(contains(soundless.out, "refuses to open")) << soundless.out;
+    std::filesystem::remove_all(program.home.DataHome() + "/velnor/Engines");
+    const Outcome engineless = program.run({"doctor"});
+    EXPECT_EQ(engineless.status, 1);
+    EXPECT_TRUE(contains(engineless.out, "the engine is gone")) << engineless.out;
+    const Outcome render =
+        program.run({"render", program.song(songOf({60})), "-o", program.path("o.wav")});
+    EXPECT_EQ(render.status, 1);
+    EXPECT_TRUE(contains(render.error, "velnor-host doctor")) << render.error;
+}
+
+TEST(Info, IsTheSameInBothForms) {
+    HostProgram program;
+    ASSERT_EQ(program.install("Probe").status, 0);
+    const std::string table = program.run({"info", "QXTA"}).out;
+    const std::string json = program.run({"info", "tavo: tarn 12", "--json"}).out;
+    for (const char* part : {"64001", "engine setup path", "65536", "Tavo: Tarn 12", "1.0.3"}) {
+        EXPECT_TRUE(contains(table, part)) << part;
+        EXPECT_TRUE(contains(json, part)) << part;
+    }
+    EXPECT_TRUE(contains(program.run({"components", "--json"}).out, "\"subtype\": \"QXTA\""));
+}
+
+TEST(Preset, DifferencesAreShownAndForeignPresetsRefused) {
+    HostProgram program;
+    ASSERT_EQ(program.install("SoundFont").status, 0);
+    const std::string plain = program.path("plain");
+    const std::string organ = program.path("organ");
+    ASSERT_EQ(program.run({"preset", "save", plain}).status, 0);
+    ASSERT_EQ(program
+                  .run({"render", program.song(songOf({60})), "-o", program.path("o.wav"),
+                        "--save-preset", organ})
+                  .status,
+              0);
+    EXPECT_TRUE(contains(program.run({"preset", "show", plain}).out, "subtype = "));
+    const Outcome diff = program.run({"preset", "diff", plain, organ});
+    EXPECT_EQ(diff.status, 1);
+    EXPECT_TRUE(contains(diff.out, "- OrmoData") && contains(diff.out, "+ OrmoData")) << diff.out;
+    std::string foreign = ReadFile(plain);
+    const std::string code = "1364743233";
+    ASSERT_TRUE(contains(foreign, code));
+    foreign.replace(foreign.find(code), code.size(), "1364743234");
+    const Outcome refused = program.run(
+        {"preset", "save", "-", "--preset", WriteFile(program.path("foreign"), foreign)});
+    EXPECT_EQ(refused.status, 1);
+    EXPECT_TRUE(contains(refused.error, "belongs to another instrument")) << refused.error;
+}
+
+} // namespace
+} // namespace velnor::test

@@ -1,0 +1,289 @@
+#include "host/MidiSong.h"
+#include "host/SongRenderer.h"
+#include "host/tests/HostProgram.h"
+
+#include <algorithm>
+#include <csignal>
+#include <cstring>
+#include <filesystem>
+#include <memory>
+#include <sstream>
+
+#include <fluidsynth.h>
+#include <gtest/gtest.h>
+#include <sys/resource.h>
+
+namespace velnor::test {
+namespace {
+
+const std::vector<int> kTune = {60, 64, 67, 72, 71, 67, 64, 60};
+
+std::string bytesOfHex(const std::string& hex) {
+    std::string bytes;
+    for (std::size_t i = 0; i + 1 < hex.size(); i += 2)
+        bytes += static_cast<char>(std::stoi(hex.substr(i, 2), nullptr, 16));
+    return bytes;
+}
+
+std::uint32_t wordAt(const std::string& bytes, std::size_t at) {
+    std::uint32_t word = 0;
+    std::memcpy(&word, bytes.data() + at, sizeof word);
+    return word;
+}
+
+struct PlayedMessage {
+    std::int64_t frame;
+    int status, data1, data2;
+    bool operator==(const PlayedMessage&) const = default;
+};
+
+/* The messages of every process call in the probe's log, at their frame in the song. */
+std::vector<PlayedMessage> messagesIn(const std::string& log) {
+    std::vector<PlayedMessage> messages;
+    std::istringstream lines(log);
+    std::int64_t begin = 0;
+    for (std::string line; std::getline(lines, line);) {
+        std::istringstream words(line);
+        std::string opcode, target, ptr1, ptr2, ptr3, frames;
+        words >> opcode >> target >> ptr1 >> ptr2 >> ptr3 >> frames;
+        if (opcode != "15")
+            continue;
+        const std::size_t bar = line.find("| ");
+        const std::string block =
+            bytesOfHex(line.substr(bar + 2, line.find(' ', bar + 2) - bar - 2));
+        for (std::uint32_t i = 0; i < wordAt(block, 0); ++i) {
+            const std::size_t at = 4 + 32 * std::size_t{i};
+            messages.push_back({begin + static_cast<std::int32_t>(wordAt(block, at + 4)),
+                                static_cast<unsigned char>(block[at]), block[at + 1],
+                                block[at + 2]});
+        }
+        begin += std::stoi(frames, nullptr, 16);
+    }
+    return messages;
+}
+
+std::vector<float> samplesIn(const std::string& raw) {
+    std::vector<float> samples(raw.size() / sizeof(float));
+    std::memcpy(samples.data(), raw.data(), samples.size() * sizeof(float));
+    return samples;
+}
+
+/* The song straight through FluidSynth, fetched up to each message; stereo, interleaved. */
+std::vector<float> fluidRender(const host::MidiSong& song, std::size_t frames) {
+    fluid_set_log_function(FLUID_WARN, nullptr, nullptr);
+    const std::unique_ptr<fluid_settings_t, decltype(&delete_fluid_settings)> settings(
+        new_fluid_settings(), delete_fluid_settings);
+    const std::unique_ptr<fluid_synth_t, decltype(&delete_fluid_synth)> synth(
+        new_fluid_synth(settings.get()), delete_fluid_synth);
+    fluid_synth_sfload(synth.get(), "/usr/share/sounds/sf2/TimGM6mb.sf2", 1);
+    fluid_synth_set_interp_method(synth.get(), -1, FLUID_INTERP_HIGHEST);
+    std::vector<float> out(2 * frames);
+    std::size_t position = 0;
+    const auto renderTo = [&](std::size_t end) {
+        fluid_synth_write_float(synth.get(), static_cast<int>(end - position), out.data(),
+                                static_cast<int>(2 * position), 2, out.data(),
+                                static_cast<int>(2 * position + 1), 2);
+        position = end;
+    };
+    for (const host::SongMessage& message : song.messages) {
+        const auto at =
+            static_cast<std::size_t>(host::frameOfTick(song.tempoMap, message.tick, 44100.0));
+        renderTo(at);
+        const int channel = message.status & 15;
+        switch (message.status >> 4) {
+        case 8:
+            fluid_synth_noteoff(synth.get(), channel, message.data1);
+            break;
+        case 9:
+            fluid_synth_noteon(synth.get(), channel, message.data1, message.data2);
+            break;
+        case 12:
+            fluid_synth_program_change(synth.get(), channel, message.data1);
+            break;
+        default:
+            ADD_FAILURE() << "the tune holds no such message";
+        }
+    }
+    renderTo(frames);
+    return out;
+}
+
+class Render : public testing::Test {
+protected:
+    HostProgram program;
+    std::string tune = program.song(songOf(kTune));
+};
+
+TEST_F(Render, EqualsFluidSynthByItselfSampleForSample) {
+    ASSERT_EQ(program.install("SoundFont").status, 0);
+    const Outcome outcome = program.run({"render", tune, "-o", program.path("o.raw"), "--bits",
+                                         "float", "--tail", "1.5", "--block", "137"});
+    ASSERT_EQ(outcome.status, 0) << outcome.error;
+    const std::vector<float> ours = samplesIn(ReadFile(program.path("o.raw")));
+    /* four beats at 120, four at 60, and the tail */
+    ASSERT_EQ(ours.size(), 2u * static_cast<std::size_t>(44100 * 7.5));
+    EXPECT_EQ(ours, fluidRender(host::readMidiSong(tune), ours.size() / 2));
+}
+
+TEST_F(Render, EveryBlockSizePutsEveryMessageOnTheSameSample) {
+    ASSERT_EQ(program.install("Probe").status, 0);
+    const std::string log = program.path("probe.log");
+    const ScopedEnv variable("VELNOR_PROBE_LOG", log.c_str());
+    std::vector<PlayedMessage> first;
+    for (const char* block : {"64", "137", "512", "4096"}) {
+        std::filesystem::remove(log);
+        ASSERT_EQ(
+            program.run({"render", tune, "-o", program.path("o.wav"), "--block", block}).status, 0);
+        const std::vector<PlayedMessage> played = messagesIn(ReadFile(log));
+        if (first.empty())
+            first = played;
+        EXPECT_EQ(played.size(), 1 + 2 * kTune.size());
+        EXPECT_EQ(played, first) << block;
+    }
+    EXPECT_EQ(first[1], (PlayedMessage{0, 0x90, 60, 100}));
+    EXPECT_EQ(first.back(), (PlayedMessage{44100 * 6, 0x80, 60, 0}));
+}
+
+TEST_F(Render, ACrowdOfMessagesOnOneFrameAndNextToItArrivesWhole) {
+    ASSERT_EQ(program.install("Probe").status, 0);
+    std::string track;
+    for (int i = 0; i < 3000; ++i)
+        track += std::string("\x01\xB0\x07", 3) + static_cast<char>(i % 128);
+    track += std::string("\0\xFF\x2F\0", 4);
+    std::string file("MThd\0\0\0\x06\0\0\0\x01\x60\0MTrk\0\0", 20);
+    file += static_cast<char>(track.size() >> 8);
+    file += static_cast<char>(track.size());
+    const std::string log = program.path("probe.log");
+    const ScopedEnv variable("VELNOR_PROBE_LOG", log.c_str());
+    const Outcome outcome = program.run(
+        {"render", program.song(file + track), "-o", program.path("o.wav"), "--block", "16384"});
+    ASSERT_EQ(outcome.status, 0) << outcome.error;
+    EXPECT_EQ(messagesIn(ReadFile(log)).size(), 3000u);
+}
+
+TEST_F(Render, HalvesWithAPresetBetweenHaveTheStateOfTheWhole) {
+    ASSERT_EQ(program.install("SoundFont").status, 0);
+    const std::string out = program.path("o.wav");
+    const std::string middle = program.path("middle");
+    ASSERT_EQ(
+        program.run({"render", tune, "-o", out, "--save-preset", program.path("whole")}).status, 0);
+    ASSERT_EQ(program.run({"render", tune, "-o", out, "--to", "2", "--save-preset", middle}).status,
+              0);
+    ASSERT_EQ(program
+                  .run({"render", tune, "-o", out, "--from", "2", "--preset", middle,
+                        "--save-preset", program.path("halves")})
+                  .status,
+              0);
+    EXPECT_EQ(ReadFile(program.path("halves")), ReadFile(program.path("whole")));
+    const Outcome diff =
+        program.run({"preset", "diff", program.path("halves"), program.path("whole")});
+    EXPECT_EQ(diff.status, 0) << diff.out;
+}
+
+TEST_F(Render, TwiceGivesTheSameFileAndStandardOutputTheSameBytes) {
+    ASSERT_EQ(program.install("SoundFont").status, 0);
+    for (const char* extension : {".wav", ".flac", ".raw"}) {
+        const std::string a = program.path(std::string("a") + extension);
+        const std::string b = program.path(std::string("b") + extension);
+        ASSERT_EQ(program.run({"render", tune, "-o", a, "--bits", "24"}).status, 0);
+        ASSERT_EQ(program.run({"render", tune, "-o", b, "--bits", "24"}).status, 0);
+        EXPECT_EQ(ReadFile(a), ReadFile(b));
+        const Outcome piped = program.run(
+            {"render", "-", "-o", "-", "--bits", "24", "--format", extension + 1}, songOf(kTune));
+        EXPECT_EQ(piped.out, ReadFile(a)) << extension << piped.error;
+    }
+}
+
+TEST_F(Render, FailuresAreOneLineAndLeaveNothingBehind) {
+    const std::string out = program.path("out.wav");
+    EXPECT_EQ(program.run({"render", tune, "-o", out}).status, 1); /* nothing installed */
+    ASSERT_EQ(program.install("SoundFont").status, 0);
+    const std::string cut = program.song(songOf(kTune).substr(0, 60), "cut.mid");
+    const struct {
+        std::vector<std::string> arguments;
+        int status;
+        const char* says;
+    } kCases[] = {
+        {{"render", program.path("none.mid"), "-o", out}, 1, "No such file"},
+        {{"render", "/etc/hostname", "-o", out}, 1, "not a playable MIDI file"},
+        {{"render", cut, "-o", out}, 1, "cut short"},
+        {{"render", tune, "-o", program.path("no/such/out.wav")}, 1, "No such file"},
+        {{"render", tune, "-o", "/dev/full/out.wav"}, 1, "Not a directory"},
+        {{"render", tune, "-o", out, "--rate", "12"}, 2, "--rate"},
+        {{"render", tune, "-o", program.path("out.ogg")}, 2, "--format"},
+        {{"render", tune, "-o", out, "--tail", "soon"}, 2, "--tail soon"},
+        {{"render", tune, "-o", out, "--preset", tune}, 1, "not a preset file"},
+        {{"render", tune, "-o", out, "--component", "Nobody"}, 1, "no such instrument"},
+        {{"render", tune, "-o", out, "--buses", "2,2"}, 1, "number of buses"},
+        {{"render", tune}, 2, "--output"},
+        {{"frobnicate"}, 2, "frobnicate"},
+    };
+    for (const auto& test : kCases) {
+        const Outcome outcome = program.run(test.arguments);
+        EXPECT_EQ(outcome.status, test.status) << outcome.error;
+        EXPECT_NE(outcome.error.find(test.says), std::string::npos) << outcome.error;
+        EXPECT_EQ(std::count(outcome.error.begin(), outcome.error.end(), '\n'), 1) << outcome.error;
+    }
+    EXPECT_TRUE(program.filesLike("out").empty());
+}
+
+TEST_F(Render, AnEngineThatMisbehavesLosesNothing) {
+    ASSERT_EQ(program.install("Odd").status, 0);
+    const std::string out = program.path("out.wav");
+    WriteFile(out, "precious");
+    for (const char* way : {"crash", "abort"}) {
+        const ScopedEnv variable("VELNOR_ODD_ENGINE", way);
+        const Outcome outcome = program.run({"render", tune, "-o", out});
+        EXPECT_EQ(outcome.status, 1);
+        EXPECT_NE(outcome.error.find("crashed"), std::string::npos) << outcome.error;
+    }
+    {
+        const ScopedEnv variable("VELNOR_ODD_ENGINE", "slow");
+        const Outcome outcome = program.runInterrupted({"render", tune, "-o", out}, SIGINT, 1500);
+        EXPECT_EQ(outcome.status, 1);
+        EXPECT_NE(outcome.error.find("interrupted"), std::string::npos) << outcome.error;
+    }
+    EXPECT_EQ(ReadFile(out), "precious");
+    EXPECT_EQ(program.filesLike("out").size(), 1u);
+    for (const auto& [way, says] : {std::pair{"nan", "no numbers"}, {"loud", "clipped"}}) {
+        const ScopedEnv variable("VELNOR_ODD_ENGINE", way);
+        const Outcome outcome = program.run({"render", tune, "-o", out, "--tail", "0"});
+        EXPECT_EQ(outcome.status, 0);
+        EXPECT_NE(outcome.error.find(says), std::string::npos) << outcome.error;
+    }
+}
+
+TEST_F(Render, AFileTooLargeForTheDiskKeepsTheOldOne) {
+    ASSERT_EQ(program.install("SoundFont").status, 0);
+    const std::string out = program.path("out.wav");
+    WriteFile(out, "precious");
+    rlimit old = {};
+    getrlimit(RLIMIT_FSIZE, &old);
+    const rlimit small = {100000, old.rlim_max};
+    signal(SIGXFSZ, SIG_IGN);
+    setrlimit(RLIMIT_FSIZE, &small);
+    const Outcome outcome = program.run({"render", tune, "-o", out});
+    setrlimit(RLIMIT_FSIZE, &old);
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_NE(outcome.error.find("File too large"), std::string::npos) << outcome.error;
+    EXPECT_EQ(ReadFile(out), "precious");
+    EXPECT_EQ(program.filesLike("out").size(), 1u);
+}
+
+TEST(Songs, OfAPackageThatNobodyHereWrotePlayFromStartToEnd) {
+    const std::filesystem::path folder = "/usr/share/games/openttd/baseset/openmsx";
+    if (!std::filesystem::exists(folder))
+        GTEST_SKIP() << "the package openttd-openmsx is not installed";
+    HostProgram program;
+    ASSERT_EQ(program.install("Odd").status, 0);
+    for (const auto& entry : std::filesystem::directory_iterator(folder)) {
+        if (entry.path().extension() != ".mid")
+            continue;
+        const Outcome outcome =
+            program.run({"render", entry.path(), "-o", program.path("o.wav"), "--tail", "0"});
+        EXPECT_EQ(outcome.status, 0) << entry.path() << outcome.error;
+    }
+}
+
+} // namespace
+} // namespace velnor::test
