@@ -59,51 +59,43 @@ void expectNoEngineBehaviour(Instrument& instrument, TestHost& host) {
 
 TEST(BringUp, EachFailureTellsTheUserOnceAndLeavesASilentInstrument) {
     struct Case {
-        const char* what;
-        std::function<void(TestHost&)> spoil;
+        std::optional<std::string> dataDir, enginePath;
         std::string error;
         const char* alert;
         const char* loader; /* part of what the loader says */
     };
-    const std::string bundles = VELNOR_BUNDLE_DIR;
+    const std::string bundles = VELNOR_BUNDLE_DIR "/";
+    const std::string noBundle = "Can't load engine bundle from : ";
+    const std::string noFunction = "CFBundleGetFunctionPointerForName failed for ormoOpcode";
     const char* const noData = "Cannot find data installation, please re-install";
     const char* const noEngine = "Cannot find engine installation, please re-install";
     const char* const noFile = "Cannot find engine file, please re-install";
     const char* const noEntry = "Cannot connect to engine, please re-install";
-    const std::string lookUp = "E:CFBundleGetFunctionPointerForName failed for ormoOpcode";
-    const auto engineAt = [&](const std::string& name) {
-        return [path = bundles + name](TestHost& host) { host.setEnginePath(path); };
-    };
+    const std::string tooLong(512, 'd');
     const Case cases[] = {
-        {"no data directory", [](TestHost& host) { host.setDataDir({}), host.setEnginePath({}); },
-         "E:Can't get base_dir from configuration", noData, nullptr},
-        {"a data directory of 512 bytes",
-         [](TestHost& host) { host.setDataDir("/" + std::string(511, 'd')); },
-         "E:base_dir from configuration is too long : 512 bytes", noData, nullptr},
-        {"no engine path", [](TestHost& host) { host.setEnginePath({}); },
-         "E:Can't get path from configuration", noEngine, nullptr},
-        {"an engine path to nothing", engineAt("/Absent.engine"),
-         "E:Can't load engine bundle from : " + bundles + "/Absent.engine", noFile, nullptr},
-        {"an empty engine path", [](TestHost& host) { host.setEnginePath(""); },
-         "E:Can't load engine bundle from : ", noFile, nullptr},
-        {"a folder that is no bundle", engineAt("/NotABundle.engine"),
-         "E:Can't load engine bundle from : " + bundles + "/NotABundle.engine", noFile, nullptr},
-        {"no entry point", engineAt("/NoEntryPoint.engine"), lookUp, noEntry, "ormoOpcode"},
-        {"no loadable file", engineAt("/NotLoadable.engine"), lookUp, noEntry, "NotLoadable"},
-        {"no executable of this width", engineAt("/NoExecutable.engine"), lookUp, noEntry,
-         "NoExecutable"},
+        {{}, {}, "Can't get base_dir from configuration", noData, nullptr},
+        {tooLong, "/x", "base_dir from configuration is too long : 512 bytes", noData, nullptr},
+        {"/d", {}, "Can't get path from configuration", noEngine, nullptr},
+        {"/d", "/Absent.engine", noBundle + "/Absent.engine", noFile, nullptr},
+        {"/d", "", noBundle, noFile, nullptr},
+        {"/d", bundles + "NotABundle.engine", noBundle + bundles + "NotABundle.engine", noFile,
+         nullptr},
+        {"/d", bundles + "NoEntryPoint.engine", noFunction, noEntry, "ormoOpcode"},
+        {"/d", bundles + "NotLoadable.engine", noFunction, noEntry, "NotLoadable"},
+        {"/d", bundles + "NoExecutable.engine", noFunction, noEntry, "NoExecutable"},
     };
     for (const Case& c : cases) {
-        SCOPED_TRACE(c.what);
+        SCOPED_TRACE(c.error);
         TestHost host;
-        c.spoil(host);
+        host.setDataDir(c.dataDir);
+        host.setEnginePath(c.enginePath);
         Instrument instrument;
         ASSERT_EQ(host.alerts.Alerts().size(), 1U);
         const AlertRecorder::Alert& alert = host.alerts.Alerts().front();
         EXPECT_EQ(alert.level, 0);
         EXPECT_EQ(alert.header, "Tavo Tarn 12");
         EXPECT_EQ(alert.message, c.alert);
-        EXPECT_THAT(errorsIn(host.log()), ElementsAre(c.error));
+        EXPECT_THAT(errorsIn(host.log()), ElementsAre("E:" + c.error));
         if (c.loader != nullptr) {
             EXPECT_THAT(host.log(),
                         Contains(AllOf(StartsWith("I:engine loader : "), HasSubstr(c.loader))));
@@ -266,12 +258,9 @@ TEST(BringUp, TheEnginesCodeOutlivesEveryInstrument) {
         Instrument instrument;
         instrument.initialize();
     }
-    void* image = dlopen(executableOf(bundle).c_str(), RTLD_NOW | RTLD_NOLOAD);
-    EXPECT_EQ(image, nullptr) << "its stem is Copy";
-    image = dlopen(
-        (bundle + "/Contents/" + (sizeof(void*) == 4 ? "i386-linux" : "x86_64-linux") + "/Probe")
-            .c_str(),
-        RTLD_NOW | RTLD_NOLOAD);
+    const std::string folder = sizeof(void*) == 4 ? "i386-linux" : "x86_64-linux";
+    void* image =
+        dlopen((bundle + "/Contents/" + folder + "/Probe").c_str(), RTLD_NOW | RTLD_NOLOAD);
     ASSERT_NE(image, nullptr);
     auto& probe = *reinterpret_cast<probe::Probe* (*)()>(dlsym(image, "velnorProbe"))();
     EXPECT_EQ(probe.openInstances(), 0U);

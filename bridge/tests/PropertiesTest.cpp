@@ -51,43 +51,39 @@ TEST(Properties, SizesAndWritabilityByScope) {
     struct Row {
         AudioUnitPropertyID id;
         AudioUnitScope scope;
-        OSStatus status;
-        UInt32 size;
+        UInt32 size; /* 0: there is no such property */
         Boolean writable;
     };
+    constexpr AudioUnitScope kGlobal = kAudioUnitScope_Global;
+    constexpr AudioUnitScope kOutput = kAudioUnitScope_Output;
     const Row rows[] = {
-        {64000, kAudioUnitScope_Global, noErr, sizeof(void*), 0},
-        {64001, kAudioUnitScope_Global, noErr, 1024, 0},
-        {64002, kAudioUnitScope_Global, noErr, 4, 0},
-        {64003, kAudioUnitScope_Global, kAudioUnitErr_InvalidProperty, 0, 0},
-        {65535, kAudioUnitScope_Global, kAudioUnitErr_InvalidProperty, 0, 0},
-        {65536, kAudioUnitScope_Global, noErr, 4, 1},
-        {0xFFFFFFFF, kAudioUnitScope_Global, noErr, 4, 1},
-        {64001, kAudioUnitScope_Output, kAudioUnitErr_InvalidProperty, 0, 0},
-        {70000, kAudioUnitScope_Output, kAudioUnitErr_InvalidProperty, 0, 0},
-        {kAudioUnitProperty_FactoryPresets, kAudioUnitScope_Global, kAudioUnitErr_InvalidProperty,
-         0, 0},
-        {kAudioUnitProperty_TailTime, kAudioUnitScope_Global, kAudioUnitErr_InvalidProperty, 0, 0},
-        {kAudioUnitProperty_AudioChannelLayout, kAudioUnitScope_Output,
-         kAudioUnitErr_InvalidProperty, 0, 0},
-        {kAudioUnitProperty_SupportedChannelLayoutTags, kAudioUnitScope_Output,
-         kAudioUnitErr_InvalidProperty, 0, 0},
-        {kAudioUnitProperty_ElementCount, kAudioUnitScope_Output, noErr, 4, 0},
-        {kAudioUnitProperty_SupportedNumChannels, kAudioUnitScope_Global, noErr, 4, 0},
+        {64000, kGlobal, sizeof(void*), 0},
+        {64001, kGlobal, 1024, 0},
+        {64002, kGlobal, 4, 0},
+        {64003, kGlobal, 0, 0},
+        {65535, kGlobal, 0, 0},
+        {65536, kGlobal, 4, 1},
+        {0xFFFFFFFF, kGlobal, 4, 1},
+        {64001, kOutput, 0, 0},
+        {70000, kOutput, 0, 0},
+        {kAudioUnitProperty_FactoryPresets, kGlobal, 0, 0},
+        {kAudioUnitProperty_TailTime, kGlobal, 0, 0},
+        {kAudioUnitProperty_AudioChannelLayout, kOutput, 0, 0},
+        {kAudioUnitProperty_SupportedChannelLayoutTags, kOutput, 0, 0},
+        {kAudioUnitProperty_ElementCount, kOutput, 4, 0},
+        {kAudioUnitProperty_SupportedNumChannels, kGlobal, 4, 0},
     };
     TestHost host;
     Instrument instrument;
     for (const Row& row : rows) {
+        SCOPED_TRACE(row.id);
         UInt32 size = 0;
         Boolean writable = 0;
-        EXPECT_EQ(
-            AudioUnitGetPropertyInfo(instrument.unit(), row.id, row.scope, 0, &size, &writable),
-            row.status)
-            << row.id;
-        if (row.status == noErr) {
-            EXPECT_EQ(size, row.size) << row.id;
-            EXPECT_EQ(writable, row.writable) << row.id;
-        }
+        const OSStatus status =
+            AudioUnitGetPropertyInfo(instrument.unit(), row.id, row.scope, 0, &size, &writable);
+        EXPECT_EQ(status, row.size != 0 ? 0 : OSStatus{kAudioUnitErr_InvalidProperty});
+        EXPECT_EQ(size, row.size);
+        EXPECT_EQ(writable, row.writable);
     }
     EXPECT_THAT(takeCalls(), ElementsAre("8 0 ptr 0 0 0 0 0 0"));
 }
