@@ -5,10 +5,16 @@
 #include "framework/ComponentEntryPoint.h"
 #include "framework/MusicDeviceBase.h"
 #include "platform/AudioUnit.h"
+#include "platform/CFString.h"
 
+#include <algorithm>
 #include <array>
 #include <atomic>
-#include <ostream>
+#include <cstring>
+#include <new>
+#include <stdexcept>
+#include <string_view>
+#include <utility>
 #include <vector>
 
 namespace velnor {
@@ -16,40 +22,70 @@ namespace velnor {
 enum class Throw { kNothing, kStatus, kError, kBadAlloc, kOther };
 inline constexpr OSStatus kThrownStatus = -70001;
 inline constexpr OSErr kThrownError = -1234;
-void ThrowAs(Throw inThrow);
+
+inline void ThrowAs(Throw inThrow) {
+    switch (inThrow) {
+    case Throw::kNothing:
+        return;
+    case Throw::kStatus:
+        throw OSStatus{kThrownStatus};
+    case Throw::kError:
+        throw OSErr{kThrownError};
+    case Throw::kBadAlloc:
+        throw std::bad_alloc();
+    case Throw::kOther:
+        throw std::runtime_error("other");
+    }
+}
+
+inline CFRef<CFStringRef> Text(const char* inText) {
+    return CFRef<CFStringRef>(
+        CFStringCreateWithCString(kCFAllocatorDefault, inText, kCFStringEncodingUTF8));
+}
+
+/// What an instrument is constructed as.
+struct TestShape {
+    UInt32 inputs = 0;
+    UInt32 outputs = 1;
+    UInt32 groups = 0;
+    UInt32 parts = 0;
+    UInt32 interfaceVersion = 2;
+    UInt32 indexedParameters = 0; ///< of the global element; 0: held by id
+    Throw inConstructor = Throw::kNothing;
+    Throw inPostConstructor = Throw::kNothing;
+};
 
 class TestInstrument : public MusicDeviceBase {
 public:
-    /// What the next instrument is constructed as.
-    struct Shape {
-        UInt32 inputs = 0;
-        UInt32 outputs = 1;
-        UInt32 groups = 0;
-        UInt32 parts = 0;
-        UInt32 interfaceVersion = 2;
-        UInt32 indexedParameters = 0; ///< of the global element; 0: held by id
-        Throw inConstructor = Throw::kNothing;
-        Throw inPostConstructor = Throw::kNothing;
-    };
-    static Shape sShape;
-    static std::atomic<int> sLive;
-    static std::atomic<int> sCleanups;
+    using Shape = TestShape;
+    /// Of the next instrument.
+    static inline Shape sShape;
+    static inline std::atomic<int> sLive{0};
+    static inline std::atomic<int> sCleanups{0};
 
-    /// A call of an operation and its numbers, as they came.
-    struct Call {
-        const char* operation;
-        std::array<Float64, 5> numbers;
-        bool operator==(const Call& inOther) const;
-    };
+    /// An operation and its numbers, as they came.
+    using Call = std::pair<std::string_view, std::array<Float64, 5>>;
     struct Slice {
         UInt32 start, frames, total;
         Float32 from, to; ///< global parameter 0
         bool operator==(const Slice&) const = default;
     };
 
-    explicit TestInstrument(ComponentInstance inInstance);
+    explicit TestInstrument(ComponentInstance inInstance)
+        : MusicDeviceBase(inInstance, sShape.inputs, sShape.outputs, sShape.groups, sShape.parts,
+                          sShape.interfaceVersion) {
+        mSlices.reserve(64);
+        ThrowAs(sShape.inConstructor);
+        ++sLive;
+    }
     ~TestInstrument() override { --sLive; }
-    void PostConstructor() override;
+    void PostConstructor() override {
+        CreateElements();
+        if (sShape.indexedParameters > 0) {
+            GetElement(kAudioUnitScope_Global, 0)->UseIndexedParameters(sShape.indexedParameters);
+        }
+        ThrowAs(sShape.inPostConstructor);
+    }
     ComponentResult Version() override { return 0x00020305; }
 
     OSStatus Initialize() override { return Record("Initialize"), mStatus; }
@@ -64,50 +100,149 @@ public:
         return Record("ReallocateBuffers"), -1;
     }
 
-    // Properties 6 and 26, which the base does not have, and the optional ones that it has.
+    // Properties 6 and 26, which the base does not have.
     OSStatus GetPropertyInfo(AudioUnitPropertyID inID, AudioUnitScope inScope,
-                             AudioUnitElement inElement, UInt32& outDataSize,
-                             Boolean& outWritable) override;
+                             AudioUnitElement inElement, UInt32& outSize,
+                             Boolean& outWritable) override {
+        return OwnProperty(inID) != nullptr ? (outSize = 4, outWritable = 1, noErr)
+                                            : MusicDeviceBase::GetPropertyInfo(
+                                                  inID, inScope, inElement, outSize, outWritable);
+    }
     OSStatus GetProperty(AudioUnitPropertyID inID, AudioUnitScope inScope,
-                         AudioUnitElement inElement, void* outData) override;
+                         AudioUnitElement inElement, void* outData) override {
+        if (const void* own = OwnProperty(inID)) {
+            ThrowAs(mThrow);
+            std::memcpy(outData, own, 4);
+            return noErr;
+        }
+        return MusicDeviceBase::GetProperty(inID, inScope, inElement, outData);
+    }
     OSStatus SetProperty(AudioUnitPropertyID inID, AudioUnitScope inScope,
-                         AudioUnitElement inElement, const void* inData,
-                         UInt32 inDataSize) override;
-    bool BusCountWritable(AudioUnitScope) override { return mOffersAll; }
+                         AudioUnitElement inElement, const void* inData, UInt32 inSize) override {
+        if (void* own = OwnProperty(inID); own != nullptr && inSize == 4) {
+            std::memcpy(own, inData, 4);
+            return noErr;
+        }
+        return MusicDeviceBase::SetProperty(inID, inScope, inElement, inData, inSize);
+    }
+
+    // The optional properties of the base; parameter 7 has a description and value names.
+    bool BusCountWritable(AudioUnitScope inScope) override {
+        return mOffersAll || MusicDeviceBase::BusCountWritable(inScope);
+    }
     OSStatus GetParameterInfo(AudioUnitScope inScope, AudioUnitParameterID inID,
-                              AudioUnitParameterInfo& outInfo) override;
+                              AudioUnitParameterInfo& outInfo) override {
+        std::strcpy(outInfo.name, "Cutoff");
+        return inID == 7 ? noErr : MusicDeviceBase::GetParameterInfo(inScope, inID, outInfo);
+    }
     OSStatus GetParameterValueStrings(AudioUnitScope inScope, AudioUnitParameterID inID,
-                                      CFArrayRef* outStrings) override;
-    OSStatus GetPresets(CFArrayRef* outPresets) override;
-    OSStatus NewFactoryPresetSet(const AUPreset& inPreset) override;
-    UInt32 GetNumCustomUIComponents() override { return mOffersAll ? 2 : 0; }
+                                      CFArrayRef* outStrings) override {
+        return inID == 7 ? GiveNames(outStrings)
+                         : MusicDeviceBase::GetParameterValueStrings(inScope, inID, outStrings);
+    }
+    OSStatus GetPresets(CFArrayRef* outPresets) override {
+        return mOffersAll ? GiveNames(outPresets) : MusicDeviceBase::GetPresets(outPresets);
+    }
+    OSStatus NewFactoryPresetSet(const AUPreset& inPreset) override {
+        if (!mOffersAll || inPreset.presetNumber > 2) {
+            return MusicDeviceBase::NewFactoryPresetSet(inPreset);
+        }
+        SetAFactoryPresetAsCurrent({inPreset.presetNumber, Text("Factory").Get()});
+        return noErr;
+    }
+    UInt32 GetNumCustomUIComponents() override {
+        return mOffersAll ? 2 : MusicDeviceBase::GetNumCustomUIComponents();
+    }
     void GetUIComponentDescs(ComponentDescription* outDescriptions) override {
         outDescriptions[0] = {kAudioUnitCarbonViewComponentType, 1, 2, 0, 0};
         outDescriptions[1] = {kAudioUnitCarbonViewComponentType, 3, 4, 0, 0};
     }
-    bool HasIcon() override { return mOffersAll; }
-    CFURLRef GetIconLocation() override;
+    bool HasIcon() override { return mOffersAll || MusicDeviceBase::HasIcon(); }
+    CFURLRef GetIconLocation() override { return NewUrl(); }
     Float64 GetLatency() override { return 0.25; }
     Float64 GetTailTime() override { return 1.5; }
-    bool SupportsTail() override { return mOffersAll; }
+    bool SupportsTail() override { return mOffersAll || MusicDeviceBase::SupportsTail(); }
     bool StreamFormatWritable(AudioUnitScope, AudioUnitElement) override { return mFormatWritable; }
-    UInt32 SupportedNumChannels(const AUChannelInfo** outInfos) override;
+    UInt32 SupportedNumChannels(const AUChannelInfo** outInfos) override {
+        static constexpr AUChannelInfo kInfos[] = {{0, 2}, {0, -16}};
+        if (outInfos != nullptr) {
+            *outInfos = kInfos;
+        }
+        return mOffersAll ? 2 : MusicDeviceBase::SupportedNumChannels(outInfos);
+    }
     UInt32 GetAudioChannelLayout(AudioUnitScope inScope, AudioUnitElement inElement,
-                                 AudioChannelLayout* outLayout, Boolean& outWritable) override;
+                                 AudioChannelLayout* outLayout, Boolean& outWritable) override {
+        if (!mOffersAll || inScope != kAudioUnitScope_Output) {
+            return MusicDeviceBase::GetAudioChannelLayout(inScope, inElement, outLayout,
+                                                          outWritable);
+        }
+        outWritable = 1;
+        if (outLayout != nullptr) {
+            *outLayout = {kAudioChannelLayoutTag_Stereo, 0, 0, {}};
+        }
+        return sizeof(AudioChannelLayout);
+    }
     UInt32 GetChannelLayoutTags(AudioUnitScope inScope, AudioUnitElement inElement,
-                                AudioChannelLayoutTag* outTags) override;
+                                AudioChannelLayoutTag* outTags) override {
+        if (!mOffersAll || inScope != kAudioUnitScope_Output) {
+            return MusicDeviceBase::GetChannelLayoutTags(inScope, inElement, outTags);
+        }
+        if (outTags != nullptr) {
+            outTags[0] = kAudioChannelLayoutTag_Stereo;
+            outTags[1] = kAudioChannelLayoutTag_Mono;
+        }
+        return 2;
+    }
     OSStatus SetAudioChannelLayout(AudioUnitScope inScope, AudioUnitElement inElement,
-                                   const AudioChannelLayout* inLayout) override;
-    OSStatus RemoveAudioChannelLayout(AudioUnitScope inScope, AudioUnitElement inElement) override;
-    OSStatus GetXMLNames(CFURLRef* outFile) override;
+                                   const AudioChannelLayout* inLayout) override {
+        return mOffersAll
+                   ? Record("SetLayout", inScope, inElement, inLayout->mNumberChannelDescriptions)
+                   : MusicDeviceBase::SetAudioChannelLayout(inScope, inElement, inLayout);
+    }
+    OSStatus RemoveAudioChannelLayout(AudioUnitScope inScope, AudioUnitElement inElement) override {
+        return mOffersAll ? Record("RemoveLayout", inScope, inElement)
+                          : MusicDeviceBase::RemoveAudioChannelLayout(inScope, inElement);
+    }
+    OSStatus GetXMLNames(CFURLRef* outFile) override {
+        if (mOffersAll && outFile != nullptr) {
+            *outFile = NewUrl();
+        }
+        return mOffersAll ? noErr : MusicDeviceBase::GetXMLNames(outFile);
+    }
     OSStatus GetInstrumentCount(UInt32& outCount) const override {
         return mOffersAll ? (outCount = 5, noErr) : MusicDeviceBase::GetInstrumentCount(outCount);
     }
 
-    OSStatus Render(AudioUnitRenderActionFlags& ioFlags, const AudioTimeStamp& inTimeStamp,
-                    UInt32 inFrames) VELNOR_NONBLOCKING override;
+    OSStatus Render(AudioUnitRenderActionFlags&, const AudioTimeStamp&,
+                    UInt32 inFrames) VELNOR_NONBLOCKING override {
+        const int render = ++mRenders;
+        VELNOR_RT_ESCAPE("a failure that the test asks for", ThrowAs(mThrow));
+        if (mStatus != noErr) {
+            return mStatus;
+        }
+        for (UInt32 bus = 0; bus < GetScope(kAudioUnitScope_Output).GetNumberOfElements(); ++bus) {
+            AudioBufferList& list = GetOutput(bus).GetBufferList();
+            AudioBuffer* const buffers = list.mBuffers;
+            for (UInt32 channel = 0; channel < list.mNumberBuffers; ++channel) {
+                std::fill_n(static_cast<Float32*>(buffers[channel].mData),
+                            buffers[channel].mDataByteSize / sizeof(Float32),
+                            SampleOf(render, bus, channel));
+            }
+        }
+        return mRendersSlices
+                   ? ProcessForScheduledParams(GetPendingParameterEvents(), inFrames, this)
+                   : OSStatus{noErr};
+    }
     OSStatus ProcessScheduledSlice(void* inUserData, UInt32 inStartFrame, UInt32 inSliceFrames,
-                                   UInt32 inTotalFrames) VELNOR_NONBLOCKING override;
+                                   UInt32 inTotalFrames) VELNOR_NONBLOCKING override {
+        const RampSlice ramp = GetElement(kAudioUnitScope_Global, 0)->GetRampSliceStartEnd(0);
+        VELNOR_RT_ESCAPE(
+            "room is reserved", if (inUserData == this) {
+                mSlices.push_back(
+                    {inStartFrame, inSliceFrames, inTotalFrames, ramp.start, ramp.end});
+            });
+        return mSliceStatus;
+    }
 
     OSStatus HandleControlChange(UInt8 inChannel, UInt8 inController, UInt8 inValue,
                                  UInt32 inFrame) VELNOR_NONBLOCKING override {
@@ -149,14 +284,24 @@ public:
     /// Names notes 1000 + pitch.
     OSStatus StartNote(MusicDeviceInstrumentID inInstrument, MusicDeviceGroupID inGroup,
                        NoteInstanceID* outNoteInstance, UInt32 inFrame,
-                       const MusicDeviceNoteParams& inParams) VELNOR_NONBLOCKING override;
+                       const MusicDeviceNoteParams& inParams) VELNOR_NONBLOCKING override {
+        VELNOR_RT_ESCAPE("a failure that the test asks for", ThrowAs(mThrow));
+        if (outNoteInstance != nullptr) {
+            *outNoteInstance = 1000 + static_cast<NoteInstanceID>(inParams.mPitch);
+        }
+        Record("StartNote", inInstrument, inGroup, inFrame, inParams.mPitch, inParams.mVelocity);
+        return mStatus;
+    }
     OSStatus StopNote(MusicDeviceGroupID inGroup, NoteInstanceID inNoteInstance,
                       UInt32 inFrame) VELNOR_NONBLOCKING override {
         return Record("StopNote", inGroup, inNoteInstance, inFrame);
     }
 
     /// The calls since the last one of this.
-    std::vector<Call> TakeCalls();
+    std::vector<Call> TakeCalls() {
+        const auto count = static_cast<std::ptrdiff_t>(std::exchange(mCallCount, 0));
+        return {mCalls.begin(), mCalls.begin() + count};
+    }
 
     /// What Render writes to every frame.
     static Float32 SampleOf(int inRender, UInt32 inBus, UInt32 inChannel) VELNOR_NONBLOCKING {
@@ -178,18 +323,34 @@ private:
     template <typename... Numbers>
     OSStatus Record(const char* inOperation, Numbers... inNumbers) VELNOR_NONBLOCKING {
         if (mCallCount < mCalls.size()) {
-            mCalls[mCallCount++] = {inOperation, {static_cast<Float64>(inNumbers)...}};
+            mCalls[mCallCount++] = Call{inOperation, {static_cast<Float64>(inNumbers)...}};
         }
         return noErr;
     }
-    /// Property 6 or 26; null for another.
-    void* OwnProperty(AudioUnitPropertyID inID);
+    void* OwnProperty(AudioUnitPropertyID inID) {
+        return !mOffersAll                                ? nullptr
+               : inID == kAudioUnitProperty_RenderQuality ? &mQuality
+               : inID == kAudioUnitProperty_CPULoad       ? static_cast<void*>(&mLoad)
+                                                          : nullptr;
+    }
+    static CFURLRef NewUrl() {
+        return CFURLCreateWithFileSystemPath(kCFAllocatorDefault, Text("/file").Get(),
+                                             kCFURLPOSIXPathStyle, false);
+    }
+    /// Two names, for the caller to release, unless the place is null.
+    static OSStatus GiveNames(CFArrayRef* outNames) {
+        if (outNames != nullptr) {
+            const auto names = CFArrayCreateMutable(kCFAllocatorDefault, 0, &kCFTypeArrayCallBacks);
+            CFArrayAppendValue(names, Text("off").Get());
+            CFArrayAppendValue(names, Text("on").Get());
+            *outNames = names;
+        }
+        return noErr;
+    }
 
     std::array<Call, 64> mCalls;
     std::size_t mCallCount = 0;
 };
-
-std::ostream& operator<<(std::ostream& outStream, const TestInstrument::Call& inCall);
 
 inline constexpr OSType kTestSubType = VELNOR_FOUR_CHAR_CODE('T', 's', 't', '1');
 inline constexpr OSType kTestManufacturer = VELNOR_FOUR_CHAR_CODE('V', 'l', 'n', 'r');
@@ -197,20 +358,34 @@ inline constexpr OSType kTestManufacturer = VELNOR_FOUR_CHAR_CODE('V', 'l', 'n',
 /// A test instrument that is open, as a host has it.
 class OpenInstrument {
 public:
-    explicit OpenInstrument(const TestInstrument::Shape& inShape = {});
+    explicit OpenInstrument(const TestInstrument::Shape& inShape = {}) {
+        TestInstrument::sShape = inShape;
+        mOpenStatus = PlatformOpenComponent(Registration(), &mUnit);
+    }
     ~OpenInstrument() { Close(); }
     OpenInstrument(const OpenInstrument&) = delete;
     OpenInstrument& operator=(const OpenInstrument&) = delete;
 
-    /// The registration of the test instrument.
-    static Component Registration();
+    static Component Registration() {
+        static const ComponentDescription description = {kAudioUnitType_MusicDevice, kTestSubType,
+                                                         kTestManufacturer, 0, 0};
+        static const Component registration = PlatformRegisterComponentEntry(
+            &description, ComponentEntryPoint<TestInstrument>::Dispatch, "Test instrument", 1);
+        return registration;
+    }
 
     operator AudioUnit() const { return mUnit; }
     OSStatus GetOpenStatus() const { return mOpenStatus; }
-    TestInstrument* operator->() const { return mInstrument; }
-    TestInstrument& operator*() const { return *mInstrument; }
     void* Storage() const { return GetComponentInstanceStorage(mUnit); }
-    void Close();
+    TestInstrument* operator->() const {
+        return static_cast<TestInstrument*>(static_cast<ComponentBase*>(Storage()));
+    }
+    TestInstrument& operator*() const { return *operator->(); }
+    void Close() {
+        if (mUnit != nullptr) {
+            CloseComponent(std::exchange(mUnit, nullptr));
+        }
+    }
 
     /// The property through AudioUnitGetProperty, with exactly sizeof(T) of room.
     template <typename T>
@@ -228,7 +403,6 @@ public:
 private:
     AudioUnit mUnit = nullptr;
     OSStatus mOpenStatus = noErr;
-    TestInstrument* mInstrument = nullptr;
 };
 
 } // namespace velnor
