@@ -11,17 +11,24 @@
 
 namespace velnor::test {
 
-/* Removes what stands there with all that it holds, folders that are closed to the user too. */
-inline void RemoveTree(const std::filesystem::path& path) {
+/* Gives the user back the folders below the path that are closed to him. */
+inline void OpenFolders(const std::filesystem::path& path) {
     std::error_code ignored;
-    if (std::filesystem::symlink_status(path, ignored).type() ==
-        std::filesystem::file_type::directory) {
-        std::filesystem::permissions(path, std::filesystem::perms::owner_all, ignored);
-        for (const auto& entry : std::filesystem::directory_iterator(path, ignored)) {
-            RemoveTree(entry.path());
-        }
+    const auto kind = std::filesystem::symlink_status(path, ignored).type();
+    if (kind != std::filesystem::file_type::directory) {
+        return;
     }
-    std::filesystem::remove(path, ignored);
+    std::filesystem::permissions(path, std::filesystem::perms::owner_all, ignored);
+    for (const auto& entry : std::filesystem::directory_iterator(path, ignored)) {
+        OpenFolders(entry.path());
+    }
+}
+
+/* Removes what stands there with all that it holds. */
+inline void RemoveTree(const std::filesystem::path& path) {
+    OpenFolders(path);
+    std::error_code ignored;
+    std::filesystem::remove_all(path, ignored);
 }
 
 /* Made by mkdtemp, resolved (no link in its path), removed with all that it holds. */
