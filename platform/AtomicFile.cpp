@@ -132,7 +132,11 @@ std::optional<std::string> FollowLinks(std::string path) {
             return path;
         }
         const std::string next(target, static_cast<std::size_t>(length));
-        path = next.starts_with('/') ? next : FolderOf(path) + "/" + next;
+        if (next.starts_with('/')) {
+            path = next;
+        } else {
+            path.erase(path.rfind('/') + 1).append(next);
+        }
     }
     return std::nullopt;
 }

@@ -117,7 +117,7 @@ std::optional<NumberValue> Load(CFNumberType type, const void* value) {
     }
 }
 
-CFBooleanRef ImmortalBoolean(bool value) {
+CFBooleanRef ImmortalBoolean(bool value) noexcept {
     auto* boolean = new BooleanObject(value);
     boolean->MakeImmortal();
     return RefOf<CFBooleanRef>(boolean);

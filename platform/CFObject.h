@@ -72,6 +72,10 @@ public:
         return id;
     }
     CFTypeID TypeID() const final { return StaticTypeID(); }
+
+private:
+    friend Self;
+    CFObjectOf() = default;
 };
 
 /* The object behind a reference that is not null. */

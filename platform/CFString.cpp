@@ -84,7 +84,7 @@ CFStringRef CreateString(std::string_view utf8) {
     return RefOf<CFStringRef>(new StringObject(std::string(utf8), *units));
 }
 
-CFStringRef ImmortalString(std::string_view utf8) {
+CFStringRef ImmortalString(std::string_view utf8) noexcept {
     const CFStringRef string = CreateString(utf8);
     ObjectOf(string).MakeImmortal();
     return string;
@@ -146,15 +146,18 @@ void CFStringGetCharacters(CFStringRef string, CFRange range, UniChar* units) {
     std::string_view rest = velnor::TextOf(string);
     const CFIndex end = range.location + range.length;
     for (CFIndex at = 0; at < end && !rest.empty();) {
-        const auto next = *velnor::DecodeUtf8(rest);
+        const auto next = velnor::DecodeUtf8(rest);
+        if (!next) {
+            return;
+        }
         UniChar pair[2];
-        const auto count = velnor::EncodeUtf16(next.scalar, pair);
+        const auto count = velnor::EncodeUtf16(next->scalar, pair);
         for (std::size_t i = 0; i < count; ++i, ++at) {
             if (at >= range.location && at < end) {
                 units[at - range.location] = pair[i];
             }
         }
-        rest.remove_prefix(next.length);
+        rest.remove_prefix(next->length);
     }
 }
 

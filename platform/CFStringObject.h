@@ -29,7 +29,7 @@ private:
 CFStringRef CreateString(std::string_view utf8);
 
 /* A string of the process's life, for exported constants. utf8 is well-formed. */
-CFStringRef ImmortalString(std::string_view utf8);
+CFStringRef ImmortalString(std::string_view utf8) noexcept;
 
 /* The UTF-8 text of a string that is not null, borrowed from it. */
 inline const std::string& TextOf(CFStringRef string) {

@@ -7,9 +7,9 @@
 #include "platform/Percent.h"
 #include "platform/UrlSyntax.h"
 
+#include <algorithm>
 #include <cstring>
 #include <optional>
-#include <strings.h>
 #include <unistd.h>
 
 namespace velnor {
@@ -74,8 +74,8 @@ CFURLRef CreateFileUrl(std::string path, bool isDirectory) {
 
 std::optional<std::string> FilePathOf(const UrlParts& parts) {
     constexpr std::string_view kFile = "file";
-    const bool isFile = parts.scheme.size() == kFile.size() &&
-                        strncasecmp(parts.scheme.data(), kFile.data(), kFile.size()) == 0;
+    const bool isFile = std::equal(parts.scheme.begin(), parts.scheme.end(), kFile.begin(),
+                                   kFile.end(), [](char a, char b) { return (a | 0x20) == b; });
     const auto host = parts.authority.value_or("");
     if (!isFile || (!host.empty() && host != "localhost") || !parts.path.starts_with('/')) {
         return std::nullopt;

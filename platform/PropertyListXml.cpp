@@ -198,6 +198,10 @@ std::string WithLineFeeds(std::string_view document) {
     return text;
 }
 
+bool IsXmlCharacter(char32_t c) {
+    return (c >= 0x20 && c != 0xFFFE && c != 0xFFFF) || c == '\t' || c == '\n' || c == '\r';
+}
+
 } // namespace
 
 std::optional<std::string> PreparedXml(std::string_view document) {
@@ -228,8 +232,7 @@ std::optional<std::string> PreparedXml(std::string_view document) {
 bool FitsXml(std::string_view text) {
     while (!text.empty()) {
         const auto next = DecodeUtf8(text);
-        const char32_t c = next ? next->scalar : 0;
-        if ((c < 0x20 && c != '\t' && c != '\n' && c != '\r') || c == 0xFFFE || c == 0xFFFF) {
+        if (!next || !IsXmlCharacter(next->scalar)) {
             return false;
         }
         text.remove_prefix(next->length);
