@@ -1,5 +1,7 @@
 #include "engines/soundfont/EngineLog.h"
 
+#include <algorithm>
+#include <array>
 #include <atomic>
 #include <fluidsynth.h>
 #include <mutex>
@@ -28,21 +30,21 @@ void routeFluidLog() {
     fluid_set_log_function(FLUID_DBG, nullptr, nullptr);
 }
 
-std::string onOneLine(std::string text) {
-    for (char& c : text) {
-        if (static_cast<unsigned char>(c) < ' ') {
-            c = ' ';
-        }
-    }
-    return text;
-}
-
 } // namespace
 
-void logError(const std::string& message) {
-    const std::string line = "soundfont engine: " + onOneLine(message) + "\n";
+void logError(std::string_view message) noexcept {
+    constexpr std::string_view kPrefix = "soundfont engine: ";
+    constexpr size_t kMostBytes = 1000;
+    std::array<char, kPrefix.size() + kMostBytes + 1> line;
+    message = message.substr(0, kMostBytes);
+    char* end = std::copy(kPrefix.begin(), kPrefix.end(), line.data());
+    end = std::replace_copy_if(
+        message.begin(), message.end(), end,
+        [](char c) { return static_cast<unsigned char>(c) < ' '; }, ' ');
+    *end++ = '\n';
     // Nothing is left to do when even this fails.
-    [[maybe_unused]] const ssize_t written = ::write(STDERR_FILENO, line.data(), line.size());
+    [[maybe_unused]] const ssize_t written =
+        ::write(STDERR_FILENO, line.data(), static_cast<size_t>(end - line.data()));
 }
 
 FluidErrors::FluidErrors() {

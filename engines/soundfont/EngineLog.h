@@ -3,11 +3,13 @@
 #define VELNOR_SOUNDFONT_ENGINELOG_H
 
 #include <string>
+#include <string_view>
 
 namespace velnor::soundfont {
 
-// One line, "soundfont engine: " and the message, in one write. Thread any, concurrent, may block.
-void logError(const std::string& message);
+// One line, "soundfont engine: " and the message, cut at 1,000 bytes, in one write. Thread any,
+// concurrent, may block.
+void logError(std::string_view message) noexcept;
 
 // While one lives, the first error that FluidSynth reports on this thread is kept in it. FluidSynth
 // reports several for one failure, and warnings for what is no failure; nothing of that is printed

@@ -60,7 +60,7 @@ struct Globals {
     ReverbState reverb;
     ChorusState chorus;
 };
-static_assert(std::is_standard_layout_v<Globals> && sizeof(Globals) == 13 * 4);
+static_assert(std::is_standard_layout_v<Globals> && sizeof(Globals) == 13 * sizeof(float));
 
 struct EngineState {
     Globals globals;

@@ -12,12 +12,11 @@ namespace {
 // Foreign code is behind the entry point: no exception may get there.
 int32_t operateOrReport(uint32_t opcode, const Slots& slots) noexcept {
     try {
-        try {
-            return operate(opcode, slots);
-        } catch (const std::exception& error) {
-            logError(error.what());
-        }
-    } catch (...) { // no memory for the line either
+        return operate(opcode, slots);
+    } catch (const std::exception& error) {
+        logError(error.what());
+    } catch (...) {
+        logError("an error of an unknown kind");
     }
     return kNotAvailable;
 }

@@ -5,6 +5,7 @@
 #include "engines/soundfont/HandleTable.h"
 #include "engines/soundfont/Instance.h"
 
+#include <bit>
 #include <cstring>
 #include <limits>
 #include <stdexcept>
@@ -24,7 +25,7 @@ constinit HandleTable<Editor, kMaxEditors> gEditors;
 
 template <class T>
 T* address(OrmoWord slot) VELNOR_NONBLOCKING {
-    return reinterpret_cast<T*>(slot);
+    return std::bit_cast<T*>(slot);
 }
 
 uint32_t handle(OrmoWord slot) VELNOR_NONBLOCKING {

@@ -26,15 +26,15 @@ void renderPairs(fluid_synth_t* synth, int pairs, float* const* channels, uint32
                  uint32_t frames) VELNOR_NONBLOCKING {
     float* dry[kOrmoMaxChannels];
     float* effects[2 * kOrmoMaxChannels];
-    for (int channel = 0; channel < 2 * pairs; ++channel) {
-        dry[channel] = channels[channel] + from;
-        std::fill_n(dry[channel], frames, 0.0F);
-    }
-    for (int pair = 0; pair < pairs; ++pair) {
-        float** reverb = &effects[4 * pair];
-        float** chorus = reverb + 2;
-        reverb[0] = chorus[0] = dry[2 * pair];
-        reverb[1] = chorus[1] = dry[2 * pair + 1];
+    const auto count = static_cast<size_t>(pairs);
+    for (size_t pair = 0; pair < count; ++pair) {
+        for (size_t side = 0; side < 2; ++side) {
+            float* samples = channels[2 * pair + side] + from;
+            std::fill_n(samples, frames, 0.0F);
+            dry[2 * pair + side] = samples;
+            effects[4 * pair + side] = samples;     // reverb
+            effects[4 * pair + 2 + side] = samples; // chorus
+        }
     }
     VELNOR_FLUID(
         fluid_synth_process(synth, static_cast<int>(frames), 4 * pairs, effects, 2 * pairs, dry));
