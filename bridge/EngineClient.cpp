@@ -6,6 +6,7 @@
 #include "support/LogLine.h"
 
 #include <cstring>
+#include <limits>
 
 namespace velnor {
 
@@ -96,7 +97,7 @@ bool EngineClient::getChunk(const void*& bytes, std::size_t& size) {
 }
 
 void EngineClient::setChunk(const void* bytes, std::size_t size) {
-    if (isConnected())
+    if (isConnected() && size <= std::numeric_limits<std::int32_t>::max())
         callEngine(mOpcodeProc, mEngineHandle, kOpSetChunk, bytes, 0, 0,
                    static_cast<std::int32_t>(size));
 }

@@ -15,9 +15,9 @@
 namespace velnor {
 
 /* Bound once, after which the entry point stands; the engine instance is opened later. Every call
- * for the engine instance does nothing without one. Thread main, exclusive and may block, but for
- * process. The addresses that the engine gets at open are this object's own, so it stays where it
- * was made. */
+ * for the engine instance does nothing without one, but for vendorProperty and process. Thread
+ * main, exclusive and may block, but for process. The addresses that the engine gets at open are
+ * this object's own, so it stays where it was made. */
 class EngineClient {
 public:
     enum class Binding { kBound, kNoBundle, kNoEntryPoint };

@@ -8,9 +8,9 @@
 namespace velnor {
 
 /* Asks each callback that the host supplied and takes what it answers. Of a callback that is
- * missing or fails, the fields keep their values, but for barStart, which then falls on the last
- * fourth beat at or before ppq. The derived fields are left to SyncInfo::prepare. Thread render,
- * exclusive, nonblocking. */
+ * missing or fails, the fields keep their values, but for barStart, which then is a
+ * quarter of ppq cut toward zero, times 4. The derived fields are left to SyncInfo::prepare. Thread
+ * render, exclusive, nonblocking. */
 void readHostTransport(const HostCallbackInfo& host, SyncInfo& sync) VELNOR_NONBLOCKING;
 
 } // namespace velnor

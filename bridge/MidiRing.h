@@ -54,7 +54,7 @@ public:
     }
 
     /* Discards every queued message. From any thread, not ordered against push and take: one that
-     * overlaps may bring discarded messages back, never anything else. Nonblocking. */
+     * overlaps may bring discarded messages back or lose new ones. Nonblocking. */
     void reset() VELNOR_NONBLOCKING {
         mRingRead.store(0, std::memory_order_release);
         mRingWrite.store(0, std::memory_order_release);

@@ -76,7 +76,7 @@ enum OrmoOpcode {
     kOpCloseInstance = 10,
     /* target engine; val1: sample rate in Hz, fraction cut off; val2: most frames that one
        kOpProcess will ask for. main. The instance is new or suspended, unless the host reset
-       it while it was not initialised. */
+       it, set offline rendering or changed the rate while it was not initialised. */
     kOpSetRateAndBlockSize = 11,
     /* target engine: rendering stops. main. */
     kOpSuspend = 12,

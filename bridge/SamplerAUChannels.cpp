@@ -1,6 +1,7 @@
 #include "bridge/SamplerAU.h"
 
 #include <algorithm>
+#include <limits>
 
 namespace velnor {
 
@@ -67,7 +68,11 @@ UInt32 SamplerAU::GetAudioChannelLayout(AudioUnitScope inScope, AudioUnitElement
     outWritable = 0;
     if (inScope != kAudioUnitScope_Output || !isMultiOutput(mRecord))
         return 0;
+    constexpr UInt32 kMostChannels =
+        (std::numeric_limits<UInt32>::max() - kLayoutHeaderSize) / sizeof(AudioChannelDescription);
     const UInt32 channels = GetOutput(inElement).GetStreamFormat().mChannelsPerFrame;
+    if (channels > kMostChannels)
+        return 0;
     if (outLayout != nullptr)
         describeLayout(channels, *outLayout);
     return kLayoutHeaderSize + static_cast<UInt32>(sizeof(AudioChannelDescription)) * channels;

@@ -126,15 +126,18 @@ OSStatus SamplerAU::GetParameterValueStrings(AudioUnitScope /*inScope*/,
 }
 
 OSStatus SamplerAU::SaveState(CFPropertyListRef* outState) {
-    const OSStatus status = MusicDeviceBase::SaveState(outState);
+    CFRef<CFPropertyListRef> state;
+    if (const OSStatus status = MusicDeviceBase::SaveState(state.Out()); status != noErr)
+        return status;
     const void* bytes = nullptr;
     std::size_t size = 0;
-    if (status != noErr || !mEngine.getChunk(bytes, size))
-        return status;
-    const CFRef<CFDataRef> chunk(CFDataCreate(kCFAllocatorDefault, static_cast<const UInt8*>(bytes),
-                                              static_cast<CFIndex>(size)));
-    auto* state = static_cast<CFMutableDictionaryRef>(const_cast<void*>(*outState));
-    CFDictionarySetValue(state, chunkKey().Get(), chunk.Get());
+    if (mEngine.getChunk(bytes, size)) {
+        const CFRef<CFDataRef> chunk(CFDataCreate(
+            kCFAllocatorDefault, static_cast<const UInt8*>(bytes), static_cast<CFIndex>(size)));
+        CFDictionarySetValue(static_cast<CFMutableDictionaryRef>(const_cast<void*>(state.Get())),
+                             chunkKey().Get(), chunk.Get());
+    }
+    *outState = state.Detach();
     return noErr;
 }
 

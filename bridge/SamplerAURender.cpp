@@ -31,8 +31,8 @@ AudioBufferList& SamplerAU::outputBuffers(UInt32 bus, UInt32 frames) VELNOR_NONB
     return bus == 0 ? output.GetBufferList() : output.PrepareBuffer(frames);
 }
 
-/* Channels that the engine was not opened for are silent; channels that it was opened for and that
- * are gone, and the one that makes their number even, write to the extra buffer. */
+/* Channels that the engine was not opened for are silent. The one that makes their number even
+ * writes to the extra buffer, and so do those that it was opened for and that are gone since. */
 void SamplerAU::gatherChannels(UInt32 frames) VELNOR_NONBLOCKING {
     const UInt32 known = std::min<UInt32>(mEngine.channelCount(), kOrmoMaxChannels);
     const UInt32 numBuses = GetScope(kAudioUnitScope_Output).GetNumberOfElements();
@@ -47,6 +47,8 @@ void SamplerAU::gatherChannels(UInt32 frames) VELNOR_NONBLOCKING {
                 std::memset(buffer.mData, 0, buffer.mDataByteSize);
         }
     }
+    if (mUseExtraBuffer && total < known)
+        mChannelBuffers[total++] = mExtraBuffer.get();
     for (; total < known; ++total)
         mChannelBuffers[total] = mExtraBuffer.get();
 }

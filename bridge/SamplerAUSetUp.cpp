@@ -2,10 +2,13 @@
 
 #include "support/LogLine.h"
 
+#include <algorithm>
 #include <cstdlib>
+#include <limits>
 #include <new>
 #include <string>
 #include <sys/resource.h>
+#include <utility>
 
 namespace velnor {
 
@@ -28,10 +31,11 @@ OSStatus SamplerAU::Initialize() {
     liftOpenFilesLimit();
     const UInt32 numBuses = GetScope(kAudioUnitScope_Output).GetNumberOfElements();
     LogLine(LogSeverity::kInformation, "Initialize - numBuses : " + std::to_string(numBuses));
-    UInt32 channels = 0;
+    UInt64 channels = 0;
     for (UInt32 bus = 0; bus < numBuses; ++bus)
         channels += GetOutput(bus).GetStreamFormat().mChannelsPerFrame;
-    mNumOutputs = static_cast<SInt32>(channels);
+    mNumOutputs =
+        static_cast<SInt32>(std::min<UInt64>(channels, std::numeric_limits<SInt32>::max()));
     LogLine(LogSeverity::kInformation, "Initialize - numOutputs : " + std::to_string(mNumOutputs));
     mSampleRate = GetOutput(0).GetStreamFormat().mSampleRate;
     if (!acceptsOutputs(mNumOutputs))
@@ -51,12 +55,11 @@ bool SamplerAU::acceptsOutputs(SInt32 numOutputs) const {
         if (info.inChannels == 0 && info.outChannels == numOutputs)
             return true;
     }
-    return isMultiOutput(mRecord) && numOutputs >= 0 &&
-           numOutputs <= std::abs(int{mChannelInfos.back().outChannels});
+    return isMultiOutput(mRecord) && numOutputs <= std::abs(int{mChannelInfos.back().outChannels});
 }
 
 void SamplerAU::openEngine() {
-    auto channels = static_cast<UInt32>(mNumOutputs);
+    auto channels = std::min<UInt32>(static_cast<UInt32>(mNumOutputs), kOrmoMaxChannels);
     if (channels % 2 != 0) {
         ++channels;
         mUseExtraBuffer = true;
@@ -66,11 +69,15 @@ void SamplerAU::openEngine() {
 }
 
 void SamplerAU::allocateExtraBuffer() {
-    mExtraBuffer.reset();
-    const auto bytes = static_cast<unsigned long>(GetMaxFramesPerSlice()) * sizeof(float);
-    mExtraBuffer.reset(static_cast<float*>(THEALLOC(bytes, nullptr)));
-    if (mExtraBuffer == nullptr)
+    constexpr unsigned long kMostFrames = std::numeric_limits<unsigned long>::max() / sizeof(float);
+    const unsigned long frames = GetMaxFramesPerSlice();
+    if (frames > kMostFrames)
         throw std::bad_alloc();
+    std::unique_ptr<float, FreeBuffer> buffer(
+        static_cast<float*>(THEALLOC(frames * sizeof(float), nullptr)));
+    if (buffer == nullptr)
+        throw std::bad_alloc();
+    mExtraBuffer = std::move(buffer);
 }
 
 void SamplerAU::Cleanup() {

@@ -5,6 +5,7 @@
 #include <cstring>
 #include <iomanip>
 #include <limits>
+#include <locale>
 #include <sstream>
 
 namespace velnor {
@@ -137,6 +138,7 @@ int SyncInfo::valid() VELNOR_NONBLOCKING {
 
 bool SyncInfo::log(int code, std::string& text) const {
     std::ostringstream line;
+    line.imbue(std::locale::classic());
     line << std::setw(2) << code << " ppq:" << std::setw(10) << ppq << " L:" << std::setw(10)
          << blockBeats << " D:" << std::setw(12) << ppq - lastLoggedPpq << " bar:" << std::setw(6)
          << barStart << " (" << timeSigNumerator << "/" << timeSigDenominator << ")"

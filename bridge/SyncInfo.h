@@ -42,9 +42,10 @@ struct SyncInfo : OrmoSyncInfo {
 static_assert(sizeof(SyncInfo) == sizeof(OrmoSyncInfo));
 static_assert(std::is_trivially_copyable_v<SyncInfo> && std::is_standard_layout_v<SyncInfo>);
 
-/* Samples from ppq to the next bar line, 0 on a bar line, never negative. Positions in beats, rate
- * in Hz. A numerator and denominator that give no positive bar length count as 4/4. A distance
- * beyond the range of int is cut to that range, one that is no number is 0. Nonblocking. */
+/* Samples from ppq to the next bar line, 0 on barStart and on later lines, a whole bar on an
+ * earlier one, never negative. Positions in beats, rate in Hz. A numerator and denominator that
+ * give no positive bar length count as 4/4. A distance beyond the range of int is cut to that
+ * range, one that is no number is 0. Nonblocking. */
 int samplesToNextBar(double bpm, double ppq, double barStart, double numerator, double denominator,
                      double rate) VELNOR_NONBLOCKING;
 

@@ -47,7 +47,12 @@ OSStatus AUBase::DoInitialize() {
         return status;
     }
     mInitialized.store(true, std::memory_order_release);
-    ReallocateBuffers();
+    try {
+        ReallocateBuffers();
+    } catch (...) {
+        DoCleanup();
+        throw;
+    }
     return noErr;
 }
 
