@@ -1,56 +1,45 @@
 #include "support/Alerts.h"
-#include "support/Browser.h"
-
 #include "platform/tests/TempHome.h"
+#include "support/Browser.h"
 
 #include <gtest/gtest.h>
 
-#include <filesystem>
+#include <unistd.h>
 
 namespace {
 
-using velnor::test::AlertRecorder;
+using namespace velnor::test;
 
-TEST(Alerts, MessageWindowShowsTitleAndMessageAsOneText) {
+TEST(Alerts, MessageHasTheTitleAndQuestionsAreTrueForYesOnly) {
     AlertRecorder recorder;
     popupModalMessageWindow(nullptr, "Tarn 12", "caf\x8E");
-    ASSERT_EQ(recorder.Alerts().size(), 1U);
-    const AlertRecorder::Alert& alert = recorder.Alerts().front();
-    EXPECT_EQ(alert.level, 2);
-    EXPECT_EQ(alert.header, "Tarn 12\ncaf\xC3\xA9");
-    EXPECT_EQ(alert.message, "");
-    EXPECT_EQ(alert.buttons[1], "");
-}
-
-TEST(Alerts, YesNoWindowIsTrueForYesOnly) {
-    AlertRecorder recorder;
     for (const SInt32 answer : {0, 1, -1}) {
         recorder.Answer(answer);
         EXPECT_EQ(popupModalYesNoWindow(nullptr, "unused", "Go on?"), answer == 0) << answer;
     }
-    ASSERT_EQ(recorder.Alerts().size(), 3U);
-    const AlertRecorder::Alert& alert = recorder.Alerts().front();
-    EXPECT_EQ(alert.level, 2);
-    EXPECT_EQ(alert.header, "Go on?");
-    EXPECT_EQ(alert.buttons, (std::array<std::string, 3>{"Yes", "No", ""}));
+    ASSERT_EQ(recorder.Alerts().size(), 4U);
+    const auto& [level, header, message, buttons] = recorder.Alerts()[0];
+    EXPECT_EQ(level, 2);
+    EXPECT_EQ(header + message + buttons[1], "Tarn 12\ncaf\xC3\xA9");
+    const AlertRecorder::Alert& question = recorder.Alerts()[1];
+    EXPECT_EQ(question.level, 2);
+    EXPECT_EQ(question.header, "Go on?");
+    EXPECT_EQ(question.buttons, (std::array<std::string, 3>{"Yes", "No", ""}));
 }
 
 // The opener writes down what it was started with.
 TEST(Browser, OpensUrlsAndIgnoresOtherText) {
-    const velnor::test::TempFolder folder;
-    const std::string opener = velnor::test::WriteFile(
-        folder / "bin/xdg-open",
-        "#!/bin/sh\nprintf %s \"$1\" > \"$0.tmp\"; mv \"$0.tmp\" \"$0.url\"\n");
+    const TempFolder folder;
+    const std::string opener = folder / "bin/xdg-open";
+    WriteFile(opener, "#!/bin/sh\nprintf %s \"$1\" > \"$0.tmp\"; mv \"$0.tmp\" \"$0.url\"\n");
     std::filesystem::permissions(opener, std::filesystem::perms::owner_all);
-    const std::string path = folder / "bin:/bin:/usr/bin";
-    const velnor::test::ScopedEnv search("PATH", path.c_str());
-    startBrowser("not a url");
-    startBrowser("http://example.invalid/caf\xC3\xA9");
-    startBrowser("");
-    startBrowser("http://example.invalid/?a=$(b)&c");
-    for (int i = 0; i < 200 && !std::filesystem::exists(opener + ".url"); ++i)
+    const ScopedEnv search("PATH", (folder / "bin:/bin:/usr/bin").c_str());
+    for (const char* url : {"not a url", "http://example.invalid/caf\xC3\xA9", "",
+                            "http://example.invalid/?a=$(b)&c"})
+        startBrowser(url);
+    for (int i = 0; i < 500 && ReadFile(opener + ".url").empty(); ++i)
         usleep(10000);
-    EXPECT_EQ(velnor::test::ReadFile(opener + ".url"), "http://example.invalid/?a=$(b)&c");
+    EXPECT_EQ(ReadFile(opener + ".url"), "http://example.invalid/?a=$(b)&c");
 }
 
 } // namespace

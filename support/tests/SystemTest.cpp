@@ -28,22 +28,19 @@ void checkStart() {
     uint64_t frequency = 0;
     std::size_t size = sizeof frequency;
     const bool hasSpeed = sysctlbyname("hw.cpufrequency", &frequency, &size, nullptr, 0) == 0;
-    std::vector<std::string> lines = log.messages();
-    ASSERT_EQ(lines.size(), hasSpeed ? 9U : 10U);
-    if (!hasSpeed) {
-        EXPECT_EQ(lines[1], "Esysctlbyname - hw.cpufrequency failed");
-        lines.erase(lines.begin() + 1);
-    }
-    const std::string number = "(0|1|0\\.[0-9]+|[0-9.]+e-[0-9]+)";
-    EXPECT_THAT(lines, ElementsAre("ETIMER METHOD Unknown !! 7",
-                                   MatchesRegex("IDetecting CPU speed: [0-9.]+(e\\+[0-9]+)? Mhz"),
-                                   "IActive CPUs : " + std::to_string(System::activeCores),
-                                   "IMMX: 1 SSE: 1 SSE2: 1 SSE3: 1",
-                                   MatchesRegex("IMac OS X : [0-9]+\\.[0-9]+\\.[0-9]+"),
-                                   MatchesRegex("ITesting random numbers: " + number + " " +
-                                                number + " " + number + " " + number),
-                                   "IMath assessments--------", "IMath assessments passed",
-                                   "IInitialising System Done!"));
+    const std::string number = " (0|1|0\\.[0-9]+|[0-9.]+e-[0-9]+)";
+    std::vector<testing::Matcher<std::string>> expected = {
+        "ETIMER METHOD Unknown !! 7",
+        MatchesRegex("IDetecting CPU speed: [0-9.]+(e\\+[0-9]+)? Mhz"),
+        "IActive CPUs : " + std::to_string(System::activeCores),
+        "IMMX: 1 SSE: 1 SSE2: 1 SSE3: 1",
+        MatchesRegex("IMac OS X : [0-9]+\\.[0-9]+\\.[0-9]+"),
+        MatchesRegex("ITesting random numbers:" + number + number + number + number),
+        "IMath assessments--------",
+        "IMath assessments passed",
+        "IInitialising System Done!"};
+    if (!hasSpeed)
+        expected.insert(expected.begin() + 1, "Esysctlbyname - hw.cpufrequency failed");
     EXPECT_EQ(System::TimerMethod, velnor::TIMER_MACH_ABSOLUTE_TIME);
     EXPECT_EQ(System::SecondsPerCPUTick, 1e-9);
     EXPECT_EQ(System::CpuSpeed > 0, hasSpeed);
@@ -52,12 +49,14 @@ void checkStart() {
 
     System::init(velnor::TIMER_MICROSECONDS);
     EXPECT_EQ(System::TimerMethod, velnor::TIMER_MACH_ABSOLUTE_TIME);
-    EXPECT_EQ(log.messages().size(), hasSpeed ? 9U : 10U);
+    EXPECT_THAT(log.messages(), testing::ElementsAreArray(expected));
 
     for (const auto method : {velnor::TIMER_MACH_ABSOLUTE_TIME, velnor::TIMER_MICROSECONDS}) {
         System::TimerMethod = method;
+        const double before = PTimeMilli() / 1000;
         System::getTimefromCPU(seconds);
-        EXPECT_NEAR(seconds, PTimeMilli() / 1000, 0.1);
+        EXPECT_GE(seconds, before - 1e-6);
+        EXPECT_LE(seconds, PTimeMilli() / 1000 + 1e-6);
     }
 }
 
@@ -69,7 +68,6 @@ TEST(System, StartsOnceAndReportsEachFinding) {
 TEST(System, MemoryReportIsOneMessage) {
     System::MemoryStat stat{};
     System::getMemStats(stat);
-    EXPECT_GT(stat.total, uint64_t{1} << 24);
     EXPECT_GT(stat.total, stat.free);
     EXPECT_GT(stat.free, 0U);
     EXPECT_EQ(System::getMemFree(), -1);
@@ -86,14 +84,15 @@ TEST(System, MemoryReportIsOneMessage) {
 }
 
 TEST(Timing, ClocksCountTheSameTimeInTheirUnits) {
-    const uint64_t micro = myMS();
+    const uint64_t before = myMS();
     const uint64_t nano = cpuTick();
     const double milli = PTimeMilli();
+    const uint64_t after = myMS();
+    EXPECT_LE(before, nano / 1000);
+    EXPECT_LE(static_cast<double>(nano / 1000), milli * 1000 + 1);
+    EXPECT_LE(milli * 1000, static_cast<double>(after) + 1);
     EXPECT_EQ(PmilliSleep(5), 0);
-    EXPECT_NEAR(static_cast<double>(nano) / 1000, static_cast<double>(micro), 50000);
-    EXPECT_NEAR(milli * 1000, static_cast<double>(micro), 50000);
-    EXPECT_GE(myMS() - micro, 5000U);
-    EXPECT_LT(myMS() - micro, 500000U);
+    EXPECT_GE(myMS() - after, 5000U);
 }
 
 } // namespace
