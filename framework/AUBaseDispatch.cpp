@@ -74,21 +74,20 @@ OSStatus AUBase::DoGetProperty(AudioUnitPropertyID inID, AudioUnitScope inScope,
 
 OSStatus AUBase::FetchProperty(const PropertyAddress& inAt, UInt32 inSize, void* outData,
                                UInt32& ioDataSize) {
+    const bool fits = ioDataSize >= inSize;
+    const bool direct = fits && reinterpret_cast<uintptr_t>(outData) % alignof(UInt64) == 0;
+    std::vector<UInt64> whole(direct ? 0 : inSize / sizeof(UInt64) + 1);
+    void* const value = direct ? outData : whole.data();
     mParameterListRoom = inSize;
-    const auto fetch = [&](void* outValue) {
-        return StatusOf([&] { return GetProperty(inAt.id, inAt.scope, inAt.element, outValue); });
-    };
-    OSStatus status = noErr;
-    if (ioDataSize >= inSize) {
-        status = fetch(outData);
+    const OSStatus status =
+        StatusOf([&] { return GetProperty(inAt.id, inAt.scope, inAt.element, value); });
+    if (status == noErr && !direct) {
+        const UInt32 copied = std::min(ioDataSize, inSize);
+        std::memcpy(outData, value, copied);
+        ReleaseCutObject(inAt, value, copied);
+    }
+    if (fits) {
         ioDataSize = inSize;
-    } else {
-        std::vector<UInt64> whole(inSize / sizeof(UInt64) + 1);
-        status = fetch(whole.data());
-        if (status == noErr) {
-            std::memcpy(outData, whole.data(), ioDataSize);
-            ReleaseCutObject(inAt, whole.data(), ioDataSize);
-        }
     }
     mParameterListRoom = kAnyRoom;
     return status;

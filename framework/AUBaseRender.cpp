@@ -74,7 +74,12 @@ OSStatus AUBase::PullBus(AudioUnitRenderActionFlags& ioFlags, const AudioTimeSta
     mRenderNotifications.ApplyChanges();
     mRenderNotifications.Notify(ioFlags | kAudioUnitRenderAction_PreRender, inTimeStamp, inBus,
                                 inFrames, ioData);
-    const OSStatus status = DoRenderBus(ioFlags, inTimeStamp, inBus, output, inFrames, ioData);
+    OSStatus status = noErr;
+    VELNOR_RT_ESCAPE_CHECKED("the notifications after the render come for a failure too",
+                             status = StatusOf([&] {
+                                 return DoRenderBus(ioFlags, inTimeStamp, inBus, output, inFrames,
+                                                    ioData);
+                             }));
     mRenderNotifications.Notify(ioFlags | kAudioUnitRenderAction_PostRender, inTimeStamp, inBus,
                                 inFrames, ioData);
     return status;

@@ -166,11 +166,10 @@ OSStatus AUMIDIBase::MIDIEvent(UInt32 inStatus, UInt32 inData1, UInt32 inData2,
 }
 
 OSStatus AUMIDIBase::SysEx(const UInt8* inData, UInt32 inLength) VELNOR_NONBLOCKING {
-    if (inData == nullptr && inLength > 0) {
-        return paramErr;
+    if (!mAUBaseInstance.IsInitialized()) {
+        return kAudioUnitErr_Uninitialized;
     }
-    return mAUBaseInstance.IsInitialized() ? HandleSysEx(inData, inLength)
-                                           : OSStatus{kAudioUnitErr_Uninitialized};
+    return inData == nullptr && inLength > 0 ? OSStatus{paramErr} : HandleSysEx(inData, inLength);
 }
 
 ComponentResult AUMIDIBase::ComponentEntryDispatch(ComponentParameters* inParams,

@@ -18,9 +18,11 @@ constexpr CFIndex kMaximumKeyCharacters = 31;
 
 /// The number that a key writes; one too large for 32 bits counts as the largest. Nothing for other
 /// text.
-std::optional<UInt32> NumberOfKey(CFStringRef inKey) {
+std::optional<UInt32> NumberOfKey(CFTypeRef inKey) {
     char text[kMaximumKeyCharacters + 1];
-    if (!CFStringGetCString(inKey, text, sizeof(text), kCFStringEncodingASCII)) {
+    if (CFGetTypeID(inKey) != CFStringGetTypeID() ||
+        !CFStringGetCString(static_cast<CFStringRef>(inKey), text, sizeof(text),
+                            kCFStringEncodingASCII)) {
         return std::nullopt;
     }
     const char* const end = text + std::strlen(text);
@@ -34,7 +36,7 @@ std::optional<UInt32> NumberOfKey(CFStringRef inKey) {
 
 struct ElementName {
     UInt32 element;
-    CFStringRef name;
+    CFStringRef name; // null when the value is no string
 };
 
 std::vector<ElementName> ElementNamesOf(CFDictionaryRef inNames) {
@@ -44,9 +46,10 @@ std::vector<ElementName> ElementNamesOf(CFDictionaryRef inNames) {
     CFDictionaryGetKeysAndValues(inNames, keys.data(), values.data());
     std::vector<ElementName> names;
     for (size_t i = 0; i < count; ++i) {
-        const auto element = NumberOfKey(static_cast<CFStringRef>(keys[i]));
-        if (element && CFGetTypeID(values[i]) == CFStringGetTypeID()) {
-            names.push_back({*element, static_cast<CFStringRef>(values[i])});
+        const auto element = NumberOfKey(keys[i]);
+        if (element) {
+            const bool isText = CFGetTypeID(values[i]) == CFStringGetTypeID();
+            names.push_back({*element, isText ? static_cast<CFStringRef>(values[i]) : nullptr});
         }
     }
     return names;
@@ -61,7 +64,8 @@ void AUScope::SetNumberOfElements(UInt32 inCount) {
     while (mElements.size() > inCount) {
         mElements.pop_back();
     }
-    mElements.reserve(inCount);
+    // All at once, so that a later growth moves nothing under a renderer.
+    mElements.reserve(kMaximumElementsPerScope);
     while (mElements.size() < inCount) {
         mElements.push_back(mCreator.CreateElement(mScope, GetNumberOfElements()));
     }
@@ -122,7 +126,9 @@ bool AUScope::RestoreElementNames(CFDictionaryRef inNames) {
         SetNumberOfElements(last->element + 1);
     }
     for (const ElementName& named : names) {
-        mElements[named.element]->SetName(named.name);
+        if (named.name != nullptr) {
+            mElements[named.element]->SetName(named.name);
+        }
     }
     return grows;
 }

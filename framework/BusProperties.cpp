@@ -79,7 +79,20 @@ OSStatus ReadChannelCounts(AUBase& inUnit, At, void* outData) {
     return noErr;
 }
 
-/// The input bus, or in every other scope the output bus, works in the host's memory from here on.
+/// The input bus, or in every other scope the output bus.
+AUIOElement& ExternallyBuffered(AUBase& inUnit, At inAt) {
+    if (inAt.scope == kAudioUnitScope_Input) {
+        return inUnit.GetInput(inAt.element);
+    }
+    return inUnit.GetOutput(inAt.element);
+}
+
+OSStatus ExternalBufferInfo(AUBase& inUnit, At inAt, PropertyInfo&) {
+    ExternallyBuffered(inUnit, inAt);
+    return noErr;
+}
+
+/// The bus works in the host's memory from here on.
 OSStatus WriteExternalBuffer(AUBase& inUnit, At inAt, const void* inData, UInt32 inSize) {
     const auto block = TakeValue<AudioUnitExternalBuffer>(inData, inSize);
     if (!inUnit.IsInitialized()) {
@@ -88,11 +101,7 @@ OSStatus WriteExternalBuffer(AUBase& inUnit, At inAt, const void* inData, UInt32
     if (reinterpret_cast<uintptr_t>(block.buffer) % kExternalBufferAlignment != 0) {
         return paramErr;
     }
-    if (inAt.scope == kAudioUnitScope_Input) {
-        inUnit.GetInput(inAt.element).UseExternalBuffer(block);
-    } else {
-        inUnit.GetOutput(inAt.element).UseExternalBuffer(block);
-    }
+    ExternallyBuffered(inUnit, inAt).UseExternalBuffer(block);
     return noErr;
 }
 
@@ -122,8 +131,9 @@ OSStatus WriteLayout(AUBase& inUnit, At inAt, const void* inData, UInt32 inSize)
     if (inSize < kLayoutHeader || inSize < LayoutSize(inData)) {
         return kAudioUnitErr_InvalidPropertyValue;
     }
-    std::vector<UInt32> aligned((inSize + sizeof(UInt32) - 1) / sizeof(UInt32));
-    std::memcpy(aligned.data(), inData, inSize);
+    const auto bytes = static_cast<std::size_t>(LayoutSize(inData));
+    std::vector<UInt32> aligned(bytes / sizeof(UInt32)); // every field has four bytes
+    std::memcpy(aligned.data(), inData, bytes);
     const OSStatus status = inUnit.SetAudioChannelLayout(
         inAt.scope, inAt.element, reinterpret_cast<const AudioChannelLayout*>(aligned.data()));
     if (status == noErr) {
@@ -199,6 +209,7 @@ constexpr PropertyRow kRows[] = {
      .scope = PropertyScope::kAny,
      .size = sizeof(AudioUnitExternalBuffer),
      .writable = kWritable,
+     .info = ExternalBufferInfo,
      .write = WriteExternalBuffer},
     {.id = kAudioUnitProperty_AudioChannelLayout,
      .scope = PropertyScope::kAny,

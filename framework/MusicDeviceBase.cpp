@@ -123,7 +123,7 @@ MusicDeviceBase::HandleStartNoteMessage(MusicDeviceInstrumentID inInstrument,
                                         MusicDeviceGroupID inGroup, NoteInstanceID* outNoteInstance,
                                         UInt32 inOffsetSampleFrame,
                                         const MusicDeviceNoteParams* inParams) VELNOR_NONBLOCKING {
-    if (inParams == nullptr || inParams->argCount < kPitchAndVelocity) {
+    if (inParams == nullptr) {
         return paramErr;
     }
     if (!IsInitialized()) {

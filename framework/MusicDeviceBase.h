@@ -51,7 +51,7 @@ public:
     virtual OSStatus GetInstrumentCount(UInt32& outCount) const;
 
     /// A note from the host: StopNote when the velocity is 0, else StartNote, which alone looks at
-    /// the further controls. paramErr: null inParams, or fewer arguments than pitch and velocity;
+    /// the further controls. paramErr: null inParams;
     /// kAudioUnitErr_Uninitialized while not initialized. Thread as MIDI, nonblocking.
     virtual OSStatus
     HandleStartNoteMessage(MusicDeviceInstrumentID inInstrument, MusicDeviceGroupID inGroup,

@@ -1,8 +1,19 @@
 #include "framework/ParameterMapEvent.h"
 
 #include <algorithm>
+#include <limits>
 
 namespace velnor {
+
+namespace {
+
+SInt32 RelativeTo(UInt32 inSliceStart, SInt64 inOffset) VELNOR_NONBLOCKING {
+    return static_cast<SInt32>(std::clamp<SInt64>(inOffset - inSliceStart,
+                                                  std::numeric_limits<SInt32>::min(),
+                                                  std::numeric_limits<SInt32>::max()));
+}
+
+} // namespace
 
 void ParameterMapEvent::SetValue(AudioUnitParameterValue inValue) VELNOR_NONBLOCKING {
     Store<AUParameterEventType>(mEventType, kParameterEvent_Immediate);
@@ -15,13 +26,13 @@ void ParameterMapEvent::SetScheduledEvent(const AudioUnitParameterEvent& inEvent
                                           UInt32 inSliceFrames) VELNOR_NONBLOCKING {
     if (inEvent.eventType == kParameterEvent_Ramped) {
         const auto& ramp = inEvent.eventValues.ramp;
-        Store(mStartOffset, static_cast<SInt32>(SInt64{ramp.startBufferOffset} - inSliceStart));
+        Store(mStartOffset, RelativeTo(inSliceStart, ramp.startBufferOffset));
         Store(mDuration, ramp.durationInFrames);
         Store(mValue1, ramp.startValue);
         Store(mValue2, ramp.endValue);
     } else {
         const auto& immediate = inEvent.eventValues.immediate;
-        Store(mStartOffset, static_cast<SInt32>(SInt64{immediate.bufferOffset} - inSliceStart));
+        Store(mStartOffset, RelativeTo(inSliceStart, immediate.bufferOffset));
         Store(mDuration, inSliceFrames);
         Store(mValue1, immediate.value);
         Store(mValue2, immediate.value);
