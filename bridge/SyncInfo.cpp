@@ -1,10 +1,7 @@
 #include "bridge/SyncInfo.h"
 
 #include <cmath>
-#include <cstdint>
-#include <cstring>
 #include <iomanip>
-#include <limits>
 #include <locale>
 #include <sstream>
 
@@ -47,15 +44,6 @@ int samplesIn(double beats, double bpm, double rate) VELNOR_NONBLOCKING {
 }
 
 } // namespace
-
-int truncateToInt32(double value) VELNOR_NONBLOCKING {
-    constexpr double kLowest = std::numeric_limits<std::int32_t>::min();
-    constexpr double kHighest = std::numeric_limits<std::int32_t>::max();
-    if (!(value > kLowest))
-        return value <= kLowest ? std::numeric_limits<std::int32_t>::min() : 0;
-    return value < kHighest ? static_cast<std::int32_t>(value)
-                            : std::numeric_limits<std::int32_t>::max();
-}
 
 int samplesToNextBar(double bpm, double ppq, double barStart, double numerator, double denominator,
                      double rate) VELNOR_NONBLOCKING {

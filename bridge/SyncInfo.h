@@ -6,6 +6,8 @@
 #include "bridge/OrmoEngine.h"
 #include "platform/Facts.h"
 
+#include <cstdint>
+#include <limits>
 #include <string>
 #include <type_traits>
 
@@ -55,7 +57,13 @@ int samplesToNextBeat(double bpm, double ppq, double barStart, double numerator,
                       double rate) VELNOR_NONBLOCKING;
 
 /* value cut toward zero, values beyond the range cut to it, 0 for what is no number. */
-int truncateToInt32(double value) VELNOR_NONBLOCKING;
+inline int truncateToInt32(double value) VELNOR_NONBLOCKING {
+    constexpr int kLowest = std::numeric_limits<std::int32_t>::min();
+    constexpr int kHighest = std::numeric_limits<std::int32_t>::max();
+    if (!(value > kLowest))
+        return value <= kLowest ? kLowest : 0;
+    return value < kHighest ? static_cast<std::int32_t>(value) : kHighest;
+}
 
 } // namespace velnor
 
