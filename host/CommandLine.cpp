@@ -10,8 +10,14 @@
 #include "host/Terminal.h"
 #include "platform/Alerts.h"
 
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
 #include <exception>
 #include <new>
+
+#include <fcntl.h>
+#include <unistd.h>
 
 #include <CLI/CLI.hpp>
 
@@ -103,9 +109,29 @@ void addPreset(CLI::App& app, Arguments& arguments) {
     });
 }
 
+/* A closed standard stream's number would go to the next file that is opened, a log perhaps, and
+ * the sound into it. What takes its place can neither be read, for input, nor written, for output;
+ * messages are lost silently. */
+void holdStandardStreams() {
+    constexpr int kModes[] = {O_WRONLY, O_RDONLY, O_WRONLY};
+    for (int stream = STDIN_FILENO; stream <= STDERR_FILENO; ++stream)
+        if (fcntl(stream, F_GETFD) < 0)
+            static_cast<void>(open("/dev/null", kModes[stream]));
+}
+
+/* What was printed may still wait in a buffer for a disk that is full. */
+void requirePrinted() {
+    errno = 0;
+    const bool failed = std::fflush(stdout) != 0 || std::ferror(stdout) != 0;
+    if (failed)
+        throw JobError(std::string("standard output: ") +
+                       (errno != 0 ? std::strerror(errno) : "it could not be written"));
+}
+
 } // namespace
 
 int runCommandLine(int argc, char** argv) {
+    holdStandardStreams();
     CLI::App app("Plays MIDI files through an installed instrument.", "velnor-host");
     app.require_subcommand(1);
     RenderArguments render;
@@ -121,6 +147,7 @@ int runCommandLine(int argc, char** argv) {
     PlatformSetAlertPresenter(presentAsLine, nullptr);
     try {
         app.parse(argc, argv);
+        requirePrinted();
         return arguments.status;
     } catch (const CLI::ParseError& error) {
         if (error.get_exit_code() == 0)

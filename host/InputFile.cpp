@@ -32,7 +32,7 @@ private:
 } // namespace
 
 std::vector<std::uint8_t> readInputFile(const std::string& path, std::size_t limit) {
-    const std::string name = path == "-" ? "standard input" : path;
+    const std::string name = path == "-" ? "standard input" : path.empty() ? "\"\"" : path;
     const Descriptor file(path);
     if (file.number() < 0)
         throw JobError(name + ": " + std::strerror(errno));

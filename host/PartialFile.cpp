@@ -7,6 +7,7 @@
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
+#include <memory>
 
 #include <fcntl.h>
 #include <limits.h>
@@ -54,6 +55,24 @@ int namelessFile() {
     return descriptor;
 }
 
+/* path itself where nothing is there yet. */
+std::string withoutLinks(const std::string& path) {
+    const std::unique_ptr<char, decltype(&std::free)> real(realpath(path.c_str(), nullptr),
+                                                           &std::free);
+    return real ? real.get() : path;
+}
+
+struct FileDescriptor {
+    explicit FileDescriptor(int opened) : number(opened) {}
+    ~FileDescriptor() {
+        if (number >= 0)
+            close(number);
+    }
+    FileDescriptor(const FileDescriptor&) = delete;
+    FileDescriptor& operator=(const FileDescriptor&) = delete;
+    const int number;
+};
+
 /* What a newly created file may be used for, as the process's mask says. */
 mode_t fileMode() {
     const mode_t mask = umask(0);
@@ -69,17 +88,20 @@ void removePartialFiles() {
             unlink(slot.name.data());
 }
 
-PartialFile::PartialFile(const std::string& path) : mPath(path) {
+PartialFile::PartialFile(const std::string& path) : mPath(path), mTarget(withoutLinks(path)) {
     if (path == "-") {
-        mDescriptor = namelessFile();
-        if (mDescriptor < 0)
-            fail(std::string("no temporary file: ") + std::strerror(errno));
+        openNameless();
         return;
     }
     struct stat status = {};
-    if (stat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode))
+    const bool exists = stat(path.c_str(), &status) == 0;
+    if (exists && S_ISDIR(status.st_mode))
         fail("it is a folder; name a file");
-    std::string name = path + ".part-XXXXXX";
+    if (exists && !S_ISREG(status.st_mode)) {
+        openNameless();
+        return;
+    }
+    std::string name = mTarget + ".part-XXXXXX";
     mDescriptor = mkostemp(name.data(), O_CLOEXEC);
     if (mDescriptor < 0)
         fail(std::strerror(errno));
@@ -96,21 +118,37 @@ PartialFile::~PartialFile() {
     giveSlot(mSlot);
 }
 
+void PartialFile::openNameless() {
+    mDescriptor = namelessFile();
+    if (mDescriptor < 0)
+        fail(std::string("no temporary file: ") + std::strerror(errno));
+}
+
 void PartialFile::fail(const std::string& what) const {
-    throw JobError((mPath == "-" ? "standard output" : mPath) + ": " + what);
+    const std::string name = mPath.empty() ? "\"\"" : mPath;
+    throw JobError((mPath == "-" ? "standard output" : name) + ": " + what);
 }
 
 void PartialFile::commit() {
     if (mTemporary.empty())
-        return copyToStandardOutput();
+        return copyOut();
     if (fsync(mDescriptor) != 0 && errno != EINVAL)
         fail(std::strerror(errno));
-    if (rename(mTemporary.c_str(), mPath.c_str()) != 0)
+    if (rename(mTemporary.c_str(), mTarget.c_str()) != 0)
         fail(std::strerror(errno));
     mTemporary.clear();
 }
 
-void PartialFile::copyToStandardOutput() {
+void PartialFile::copyOut() {
+    if (mPath == "-")
+        return copyTo(STDOUT_FILENO);
+    const FileDescriptor target(open(mPath.c_str(), O_WRONLY | O_CLOEXEC));
+    if (target.number < 0)
+        fail(std::strerror(errno));
+    copyTo(target.number);
+}
+
+void PartialFile::copyTo(int target) {
     std::array<char, kCopyPiece> piece;
     if (lseek(mDescriptor, 0, SEEK_SET) != 0)
         fail(std::strerror(errno));
@@ -122,7 +160,7 @@ void PartialFile::copyToStandardOutput() {
             return;
         for (ssize_t done = 0; done < count;) {
             const ssize_t written =
-                write(STDOUT_FILENO, piece.data() + done, static_cast<std::size_t>(count - done));
+                write(target, piece.data() + done, static_cast<std::size_t>(count - done));
             if (written < 0 && errno != EINTR)
                 fail(std::strerror(errno));
             done += written > 0 ? written : 0;

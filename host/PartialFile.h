@@ -8,7 +8,9 @@ namespace velnor::host {
 
 /* Written under a temporary name in the target's own folder and renamed by commit(). Until then the
  * temporary file goes with this object, and with the process when a signal ends it. For standard
- * output ("-") the temporary file is nameless and commit() copies it out. Thread main. */
+ * output ("-") and for what is no regular file (a device, a pipe) the temporary file is nameless
+ * and commit() copies it out. A symbolic link stays, and what it leads to is replaced. Thread main.
+ */
 class PartialFile {
 public:
     /* Throws JobError naming the path: the folder does not exist, no permission, a directory ... */
@@ -26,10 +28,13 @@ public:
     void commit();
 
 private:
-    void copyToStandardOutput();
+    void openNameless();
+    void copyOut();
+    void copyTo(int target);
     [[noreturn]] void fail(const std::string& what) const;
 
-    std::string mPath;
+    std::string mPath;      /* as the caller gave it */
+    std::string mTarget;    /* mPath without symbolic links */
     std::string mTemporary; /* empty: nameless */
     int mDescriptor = -1;
     int mSlot = -1;

@@ -14,6 +14,7 @@ namespace velnor::host {
 namespace {
 
 constexpr double kLongestTail = 60.0; /* seconds, for a tail until silence */
+constexpr double kLongestSong = 1e6;  /* seconds; beyond it no position is asked for */
 
 Container containerOf(const RenderArguments& arguments) {
     static const std::map<std::string, Container> kContainers = {
@@ -21,8 +22,9 @@ Container containerOf(const RenderArguments& arguments) {
     std::string word = arguments.format;
     const std::string& output = arguments.options.output;
     if (word.empty() && output != "-") {
-        const std::size_t dot = output.find_last_of('.');
-        word = dot == std::string::npos ? "" : output.substr(dot + 1);
+        const std::string name = output.substr(output.find_last_of('/') + 1);
+        const std::size_t dot = name.find_last_of('.');
+        word = dot == std::string::npos ? "" : name.substr(dot + 1);
         std::transform(word.begin(), word.end(), word.begin(),
                        [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
     }
@@ -52,6 +54,23 @@ void readTail(const std::string& word, RenderPlan& plan) {
         throw JobError("--tail " + word + ": give 0 to 3600 seconds, or auto", kExitUsage);
 }
 
+/* A finite number in the range; "nan" is in none. */
+CLI::Validator numberWithin(double least, double most, const std::string& text) {
+    return CLI::Validator(
+        [=](const std::string& word) {
+            double value = 0.0;
+            const bool fits =
+                CLI::detail::lexical_cast(word, value) && value >= least && value <= most;
+            return fits ? std::string() : word + ": give " + text;
+        },
+        "");
+}
+
+void requireOrder(const RenderPlan& plan) {
+    if (plan.toSeconds >= 0.0 && plan.toSeconds <= plan.fromSeconds)
+        throw JobError("--to must be later than --from", kExitUsage);
+}
+
 void runRender(RenderArguments& arguments) {
     static const std::map<std::string, SampleFormat> kBits = {{"16", SampleFormat::kInt16},
                                                               {"24", SampleFormat::kInt24},
@@ -60,6 +79,9 @@ void runRender(RenderArguments& arguments) {
     options.format.container = containerOf(arguments);
     options.format.samples = kBits.at(arguments.bits);
     options.format.rate = static_cast<int>(options.plan.rate);
+    if (options.format.rate != options.plan.rate)
+        throw JobError("--rate: give a whole number", kExitUsage);
+    requireOrder(options.plan);
     readTail(arguments.tail, options.plan);
     renderCommand(options);
 }
@@ -82,15 +104,15 @@ void addRender(CLI::App& app, RenderArguments& arguments) {
     command->add_option("--bits", arguments.bits, "16, 24 or float (default 16)")
         ->check(CLI::IsMember({"16", "24", "float"}));
     command->add_option("--rate", options.plan.rate, "Frames per second (default 44100)")
-        ->check(CLI::Range(8000.0, 192000.0));
+        ->check(numberWithin(8000.0, 192000.0, "8000 to 192000"));
     command->add_option("--block", options.plan.block, "Frames of one pull (default 512)")
         ->check(CLI::Range(1u, 65536u));
     command->add_option("--tail", arguments.tail,
                         "Seconds after the last event, or auto: until silence (default auto)");
     command->add_option("--from", options.plan.fromSeconds, "Begin so many seconds into the song")
-        ->check(CLI::NonNegativeNumber);
+        ->check(numberWithin(0.0, kLongestSong, "seconds, from 0"));
     command->add_option("--to", options.plan.toSeconds, "Stop so many seconds into the song")
-        ->check(CLI::NonNegativeNumber);
+        ->check(numberWithin(0.0, kLongestSong, "seconds, from 0"));
     command->add_option("--preset", options.preset, "Restore this preset file first");
     command->add_option("--save-preset", options.savePreset,
                         "Save the instrument's state there at the end");

@@ -54,6 +54,9 @@ public:
         mInstrument.setOffline(!options.realtime);
         mRenderer = std::make_unique<SongRenderer>(mInstrument, mSong, options.plan);
         requireEngine();
+        if (options.plan.fromSeconds > 0.0 && mRenderer->expectedFrames() <= 0)
+            throw JobError("--from " + clockText(options.plan.fromSeconds) +
+                           ": the song is over by then");
         if (!options.preset.empty())
             restoreState(mInstrument.unit(), readPreset(options.preset).Get(), options.preset);
         openFiles();
@@ -120,6 +123,16 @@ private:
 
     double seconds() const { return static_cast<double>(mFrames) / mOptions.plan.rate; }
 
+    std::string shownOutput() const {
+        if (mOptions.output == "-")
+            return "standard output";
+        if (!mOptions.split)
+            return mOptions.output;
+        const auto last = static_cast<UInt32>(mFiles.size());
+        return numberedPath(mOptions.output, 1) +
+               (last > 1 ? " to " + numberedPath(mOptions.output, last) : "");
+    }
+
     void report(std::uint64_t messages, double took) const {
         if (mMix.mended() > 0)
             printNotice("the engine gave " + std::to_string(mMix.mended()) +
@@ -127,12 +140,13 @@ private:
         if (mMeter.clipped() > 0 && mOptions.format.samples != SampleFormat::kFloat)
             printNotice(std::to_string(mMeter.clipped()) +
                         " samples were clipped; lower the engine's gain or use --bits float");
+        if (mMeter.peakDecibels() == -HUGE_VAL)
+            printNotice("not a sound was heard; if there should be one, run: velnor-host doctor");
         std::fprintf(stderr,
                      "%s: %s long, peak %.1f dBFS, RMS %.1f dBFS, %" PRIu64
                      " events, %.0f x real time\n",
-                     mOptions.output == "-" ? "standard output" : mOptions.output.c_str(),
-                     clockText(seconds()).c_str(), mMeter.peakDecibels(), mMeter.rmsDecibels(),
-                     messages, took > 0.0 ? seconds() / took : 0.0);
+                     shownOutput().c_str(), clockText(seconds()).c_str(), mMeter.peakDecibels(),
+                     mMeter.rmsDecibels(), messages, took > 0.0 ? seconds() / took : 0.0);
     }
 
     const RenderOptions& mOptions;
@@ -150,6 +164,8 @@ private:
 void renderCommand(const RenderOptions& options) {
     if (options.split && options.output == "-")
         throw JobError("--split writes several files and cannot go to standard output", kExitUsage);
+    if (options.savePreset == "-" && options.output == "-")
+        throw JobError("sound and preset cannot both go to standard output", kExitUsage);
     RenderJob(options).run();
 }
 
