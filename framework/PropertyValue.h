@@ -14,14 +14,14 @@ template <typename T>
 T LoadValue(const void* inData) {
     static_assert(std::is_trivially_copyable_v<T>);
     T value;
-    std::memcpy(&value, inData, sizeof value);
+    std::memcpy(static_cast<void*>(&value), inData, sizeof(T));
     return value;
 }
 
 template <typename T>
 OSStatus StoreValue(void* outData, const T& inValue) {
     static_assert(std::is_trivially_copyable_v<T>);
-    std::memcpy(outData, &inValue, sizeof inValue);
+    std::memcpy(outData, static_cast<const void*>(&inValue), sizeof(T));
     return noErr;
 }
 

@@ -40,7 +40,7 @@ template <typename T>
 T fromParameterWord(uintptr_t word) VELNOR_NONBLOCKING {
     static_assert(sizeof(T) <= sizeof(uintptr_t), "an argument fits one word");
     if constexpr (std::is_pointer_v<T>) {
-        return reinterpret_cast<T>(word);
+        return reinterpret_cast<T>(word); // NOLINT(performance-no-int-to-ptr): it was a pointer
     } else if constexpr (std::is_same_v<T, Float32>) {
         const UInt32 bits = static_cast<UInt32>(word);
         Float32 value = 0;

@@ -391,13 +391,15 @@ public:
     template <typename T>
     OSStatus Get(AudioUnitPropertyID inID, AudioUnitScope inScope, AudioUnitElement inElement,
                  T& outValue) const {
-        UInt32 size = sizeof outValue;
-        return AudioUnitGetProperty(mUnit, inID, inScope, inElement, &outValue, &size);
+        UInt32 size = sizeof(T);
+        return AudioUnitGetProperty(mUnit, inID, inScope, inElement, static_cast<void*>(&outValue),
+                                    &size);
     }
     template <typename T>
     OSStatus Set(AudioUnitPropertyID inID, AudioUnitScope inScope, AudioUnitElement inElement,
                  const T& inValue) const {
-        return AudioUnitSetProperty(mUnit, inID, inScope, inElement, &inValue, sizeof inValue);
+        return AudioUnitSetProperty(mUnit, inID, inScope, inElement,
+                                    static_cast<const void*>(&inValue), sizeof(T));
     }
 
 private:
