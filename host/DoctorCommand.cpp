@@ -69,8 +69,7 @@ void examineData(Findings& findings, const ProductNames& names) {
     if (problem.empty())
         findings.good("setup file: " + data + ORMO_SETUP_FILE);
     else
-        findings.note("setup file: " + data + ORMO_SETUP_FILE + ": " + problem +
-                      " (install --write-setup makes one)");
+        findings.note("setup file: " + data + ORMO_SETUP_FILE + ": " + problem);
 }
 
 std::string versionOf(OrmoOpcodeProc proc) {

@@ -21,6 +21,11 @@ std::string statusText(OSStatus status) {
         const char* text;
     } kTexts[] = {
         {paramErr, "wrong parameter"},
+        {dskFulErr, "no space left"},
+        {ioErr, "input or output error"},
+        {fnfErr, "not found"},
+        {permErr, "it may not be read"},
+        {wrPermErr, "it may not be written"},
         {memFullErr, "out of memory"},
         {badComponentSelector, "not supported by the component"},
         {couldNotOpenComponent, "the component does not load"},

@@ -6,6 +6,7 @@
 #include "host/Interruption.h"
 #include "host/JobError.h"
 #include "host/LevelMeter.h"
+#include "host/PartialFile.h"
 #include "host/PresetFile.h"
 #include "host/Terminal.h"
 
@@ -59,6 +60,8 @@ public:
                            ": the song is over by then");
         if (!options.preset.empty())
             restoreState(mInstrument.unit(), readPreset(options.preset).Get(), options.preset);
+        if (!options.savePreset.empty())
+            const PartialFile canBeWritten(options.savePreset);
         openFiles();
     }
 

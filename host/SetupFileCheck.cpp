@@ -2,12 +2,16 @@
 
 #include <tinyxml.h>
 
+#include <unistd.h>
+
 namespace velnor::host {
 
 std::string checkSetupFile(const std::string& path, const ProductNames& names) {
+    if (access(path.c_str(), F_OK) != 0)
+        return "missing (install --write-setup makes one)";
     TiXmlDocument document;
     if (!document.LoadFile(path.c_str()))
-        return "missing, or no XML";
+        return "it cannot be read as XML";
     const TiXmlElement* root = document.FirstChildElement("OrmoSetup");
     if (!root)
         return "it has no OrmoSetup element";
