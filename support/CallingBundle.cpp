@@ -25,7 +25,7 @@ const char* callingImageName() {
 
 std::optional<std::string> callingBundlePath() {
     const char* name = callingImageName();
-    if (name == nullptr)
+    if (name == nullptr || *name == '\0')
         return std::nullopt;
     std::string path = name;
     for (int i = 0; i < kNamesBelowBundle; ++i)

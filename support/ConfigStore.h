@@ -4,9 +4,10 @@
 // reached so far, the last one the leaf.
 //
 // All text is UTF-8. Text of more than 2,047 bytes can be written, but not read or listed. Writes
-// go to the current user's own value and are in permanent storage when the call returns. Every
-// failure is a false result that leaves the output and the stored value as they were; nothing is
-// logged. Lists are appended to, never cleared, and come in the store's order.
+// go to the current user's own value and are flushed before the call returns; one that cannot be
+// flushed (no permission, full disk) still answers true and goes out with the domain's next write.
+// Every failure is a false result that leaves the output and the stored value as they were; nothing
+// is logged. Lists are appended to, never cleared, and come in the store's order.
 //
 // Thread any, concurrent, may block. Each write of a tree is a read, a change and a write of one
 // top-level key: of two processes that do it at once, one may lose its change.

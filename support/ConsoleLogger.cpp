@@ -49,8 +49,8 @@ void saveUncleanLog(const std::string& path, const std::string& date) {
         PCopyFile(path, path + "_" + date + ".log", true);
 }
 
-// Unbuffered, so that each line goes to the file in one piece and lines of two threads share no
-// memory; numbers without the grouping of a host's locale.
+// Unbuffered, so that each line goes to the file in one piece; numbers without the grouping of a
+// host's locale.
 void openStream(std::fstream& stream, const std::string& path) {
     if (stream.is_open())
         stream.close();

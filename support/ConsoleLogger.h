@@ -33,5 +33,6 @@ private:
 // The process's logger, owned by whoever brings plug-in instances up; null when there is none.
 extern ConsoleLogger* g_logger;
 
-// Where log lines go; null while no log is open.
+// Where log lines go: null before the first init and once the designated logger is destroyed; after
+// a failed init, a stream that is not open.
 extern std::fstream* g_pluginStream;

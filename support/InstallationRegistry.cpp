@@ -61,6 +61,14 @@ uint64_t slotIndex(const std::string& slot) {
     return index;
 }
 
+// Slots past "999" are listed before it: keys come in the order of their text.
+uint64_t highestSlot(const std::vector<PluginInfo>& entries) {
+    uint64_t highest = 0;
+    for (const PluginInfo& entry : entries)
+        highest = std::max(highest, slotIndex(entry.slot));
+    return highest;
+}
+
 void updateVersion(const Registry& registry, const PluginInfo& entry, const std::string& version) {
     LogLine(LogSeverity::kInformation, " version updated from " + entry.version + " to " + version);
     if (!registry.write(entry.slot, kRegistryVersionKey, version))
@@ -84,7 +92,7 @@ bool record(const Registry& registry, const std::vector<PluginInfo>& entries,
     const auto known = std::find_if(entries.begin(), entries.end(),
                                     [&](const PluginInfo& entry) { return entry.path == path; });
     if (known == entries.end())
-        return addEntry(registry, slotText(slotIndex(entries.back().slot) + 1), path, version);
+        return addEntry(registry, slotText(highestSlot(entries) + 1), path, version);
     if (known->version != version)
         updateVersion(registry, *known, version);
     return true;

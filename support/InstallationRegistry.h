@@ -19,8 +19,9 @@ struct PluginInfo {
 };
 
 // Records the bundle that this code was linked into, or its new version. type is the format word,
-// "AU" or "VST". False when no bundle holds this code, when a new entry's path cannot be written,
-// or the first entry's version; writes are reported in the log.
+// "AU" or "VST". False when this code is part of the program itself or its image has no name, when
+// a new entry's path cannot be written, or the first entry's version. The bundle, a change of
+// version and failed writes are logged.
 bool registerOrmoPlugin(const std::string& vendor, const std::string& product,
                         const std::string& type);
 
@@ -32,6 +33,7 @@ bool listAUPathVersion(const std::string& vendor, const std::string& product,
 
 } // namespace velnor
 
-// Appends the complete entries in the store's order, which ascends. True when there was one.
+// Appends the complete entries in the store's order, which ascends as text. True when there was
+// one.
 bool listPluginPathVersion(const std::string& vendor, const std::string& product,
                            std::vector<velnor::PluginInfo>& out, const std::string& type);

@@ -1,9 +1,10 @@
 // What lies below a folder, at every depth.
 //
-// Full paths (absolute, UTF-8) are added to the set; one that needs more than 1,024 bytes with its
-// terminator is left out. Hidden entries count like others; links are never followed, and count as
-// files. Folders that cannot be read are skipped, and a root that cannot be resolved adds nothing.
-// Thread any, concurrent on distinct sets, may block. Memory grows with the folders of two levels.
+// Full paths (absolute, in the file system's bytes) are added to the set; one that needs more than
+// 1,024 bytes with its terminator is left out. Hidden entries count like others; links are never
+// followed, and count as files. Folders that cannot be read are skipped, and a root that cannot be
+// resolved adds nothing. Thread any, concurrent on distinct sets, may block. Memory grows with the
+// folders of two levels.
 #pragma once
 
 #include <set>

@@ -23,7 +23,7 @@ bool readWhole(const std::string& path, std::string& text) {
     text.resize(kLargestFile + 1);
     in.read(text.data(), static_cast<std::streamsize>(text.size()));
     text.resize(static_cast<std::size_t>(in.gcount()));
-    return in.eof() && !text.empty();
+    return in.eof() && !text.empty() && text.find('\0') == std::string::npos;
 }
 
 // The parser recurses once per element inside another, to any depth. An element that can hold
