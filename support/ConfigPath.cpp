@@ -10,6 +10,9 @@ namespace velnor {
 
 namespace {
 
+// The domain's dictionary and those on the path: what a property list can nest.
+constexpr std::size_t kMostElements = 256;
+
 using Elements = std::span<const std::string>;
 using MutableDictionary = CFRef<CFMutableDictionaryRef>;
 
@@ -97,7 +100,7 @@ bool readConfigStringValue(const std::string& domain, const std::vector<std::str
 
 bool writeConfigStringValue(const std::string& domain, const std::vector<std::string>& path,
                             const std::string& value, CONFIG_LEVEL) {
-    if (path.empty())
+    if (path.empty() || path.size() > kMostElements)
         return false;
     const config::Address address(domain, path.front());
     const config::Text text = config::makeText(value);

@@ -41,7 +41,7 @@ bool writeConfigStringValue(const std::string& domain, const std::string& key,
                             const std::string& value, CONFIG_LEVEL level);
 // Makes the dictionaries on the way. A leaf that exists and is no text, and anything on the way
 // that is no dictionary, stays as it is and makes the write fail, as does a path of fewer than two
-// elements.
+// or more than 256 elements.
 bool writeConfigStringValue(const std::string& domain, const std::vector<std::string>& path,
                             const std::string& value, CONFIG_LEVEL level);
 

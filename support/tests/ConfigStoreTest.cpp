@@ -122,10 +122,12 @@ TEST_F(ConfigStore, KeyPathWritesGrowTheTreeAndReplaceTextOnly) {
     EXPECT_TRUE(write({"Plugins", "N", "M", "L"}, "z"));
     EXPECT_TRUE(write({"K", "L"}, "v"));
     EXPECT_TRUE(write({"tree", "text"}, "new"));
+    EXPECT_TRUE(write(Path(256, "d"), "deep"));
+    EXPECT_EQ(text(Path(256, "d")), "deep");
     const std::string before = stored();
     EXPECT_THAT(before, testing::AllOf(HasSubstr("<integer>8<"), HasSubstr("2026-11-16T18:54")));
     for (const Path& path :
-         {Path{}, Path{"Plugins"}, Path{"none"}, Path{"Plugins", "A"},
+         {Path{}, Path(257, "e"), Path{"Plugins"}, Path{"none"}, Path{"Plugins", "A"},
           Path{"Plugins", "A", "B", "deeper"}, Path{"Plugins", "A", "B", "much", "deeper"},
           Path{"number"}, Path{"number", "x"}, Path{"tree", "n"}, Path{"tree", "n", "x"}}) {
         EXPECT_FALSE(write(path, "no")) << testing::PrintToString(path);
