@@ -31,7 +31,7 @@ void removeBlockComments(std::string& text, std::ostream* err) {
         const std::size_t close = text.find("*/", next + 1);
         if (close == std::string::npos) {
             if (err != nullptr)
-                *err << "removeComments /* comment not closed" << std::endl;
+                *err << "removeComments /* comment not closed\n";
             break;
         }
         next = close + 1;

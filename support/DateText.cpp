@@ -14,6 +14,7 @@ std::string dateText(std::time_t time) {
     if (localtime_r(&time, &local) == nullptr)
         return "";
     char text[kBufferSize];
+    // NOLINTNEXTLINE(bugprone-unsafe-functions): strftime's day and month names follow the locale.
     if (asctime_r(&local, text) == nullptr)
         return "";
     std::string date(text);

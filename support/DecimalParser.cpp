@@ -66,7 +66,7 @@ Exponent readExponent(const char* s) {
     Exponent e;
     if (*s != 'e' && *s != 'E' && *s != 'd' && *s != 'D')
         return e;
-    const int sign = readSign(++s);
+    const int64_t sign = readSign(++s);
     int64_t value = 0;
     constexpr auto kLowest = std::numeric_limits<int32_t>::min();
     constexpr auto kHighest = std::numeric_limits<int32_t>::max();
