@@ -21,13 +21,13 @@ export XDG_CONFIG_DIRS=$home/xdg XDG_DATA_DIRS=$home/xdg
 unset VELNOR_COMPONENT_PATH
 
 ln -sf /usr/share/sounds/sf2/TimGM6mb.sf2 "$data/TimGM6mb.sf2"
-"$host" install build/bundles/Velnor.component --engine build/bundles/SoundFont.engine --data "$data"
+"$host" install build/bundles/Velnor.component --engine build/bundles/SoundFont.engine --data "$data" --write-setup
 "$host" doctor >build/demo/doctor.txt || { cat build/demo/doctor.txt >&2; exit 1; }
 
 for song in examples/*.mid; do
     out=build/demo/$(basename "${song%.mid}").wav
     echo "Rendering $song"
-    "$host" render "$song" -o "$out" --force
+    "$host" render "$song" -o "$out"
 done
 echo
 echo "Listen to:"
