@@ -31,40 +31,6 @@ Configurations configurationsOf(Instrument& instrument) {
     return configurations;
 }
 
-/* The block as the file format has it, byte for byte. */
-std::string shippedBlock() {
-    const auto at = [](std::string& block, std::size_t offset, const std::string& bytes) {
-        block.replace(offset, bytes.size(), bytes);
-    };
-    std::string block(256, '\0');
-    at(block, 0, "\x78\x56\x34\x12");
-    at(block, 8, "QXTA");
-    at(block, 16, "\x02");
-    at(block, 20, "\x01");
-    at(block, 24, "\x01");
-    at(block, 28, "\x80");
-    at(block, 64, "Tavo");
-    at(block, 128, "Tarn 12");
-    at(block, 200, "\x20");
-    at(block, 204, "\x01");
-    at(block, 208, "QXMA");
-    at(block, 252, "\x21\x43\x65\x87");
-    return block;
-}
-
-TEST(Record, TheBuiltFileHoldsTheBlockExactlyTwice) {
-    const std::string file = ReadFile(executableOf(builtBundle("Velnor.component")));
-    const auto count = [&file](const std::string& bytes) {
-        int found = 0;
-        for (std::size_t at = file.find(bytes); at != std::string::npos;
-             at = file.find(bytes, at + 1))
-            ++found;
-        return found;
-    };
-    EXPECT_EQ(count(shippedBlock()), 2);
-    EXPECT_EQ(count("\x78\x56\x34\x12" + std::string(4, '\0') + "QXTA"), 2);
-}
-
 TEST(Record, TheBuiltFileExportsItsTwoEntriesAlone) {
     const std::string command =
         "nm -D --defined-only '" + executableOf(builtBundle("Velnor.component")) + "'";
