@@ -1,0 +1,176 @@
+#include "bridge/tests/soak/SoakHost.h"
+
+#include "platform/CFRef.h"
+#include "platform/EventLoop.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstring>
+#include <utility>
+
+namespace velnor::test {
+
+namespace {
+
+constexpr double kRates[] = {22050.0, 44100.0, 48000.0, 88200.0, 96000.0};
+constexpr UInt32 kSlices[] = {1, 16, 64, 137, 512, 1024, 4096};
+
+CFRef<CFPropertyListRef> stateOf(Instrument& instrument) {
+    CFPropertyListRef state = nullptr;
+    EXPECT_EQ(instrument.get(kAudioUnitProperty_ClassInfo, state), noErr);
+    return CFRef<CFPropertyListRef>(state);
+}
+
+} // namespace
+
+SoakHost::SoakHost(std::string bundle, std::uint64_t seed, bool checkEvents)
+    : mBundle(std::move(bundle)), mCheckEvents(checkEvents), mRandom(seed) {}
+
+SoakHost::~SoakHost() {
+    close();
+}
+
+/* Not a standard distribution: those differ between libraries, and a seed must mean one run. */
+int SoakHost::pick(int low, int high) {
+    return low + static_cast<int>(mRandom() % static_cast<std::uint64_t>(high - low + 1));
+}
+
+void SoakHost::playSession() {
+    if (!mInstrument)
+        mInstrument = std::make_unique<Instrument>(mBundle);
+    setUp();
+    ASSERT_EQ(mInstrument->initialize(), noErr);
+    mExpected.clear();
+    for (int block = pick(20, 400); block > 0 && !testing::Test::HasFailure(); --block) {
+        const auto frames = static_cast<UInt32>(pick(1, static_cast<int>(mMostFrames)));
+        sendEvents(frames);
+        disturb();
+        pull(frames);
+    }
+    EXPECT_EQ(mInstrument->uninitialize(), noErr);
+    if (!oneIn(3))
+        close();
+}
+
+void SoakHost::setUp() {
+    mRate = kRates[pick(0, std::size(kRates) - 1)];
+    mMostFrames = kSlices[pick(0, std::size(kSlices) - 1)];
+    mChannels.assign(static_cast<std::size_t>(pick(1, 4)), 2);
+    ASSERT_EQ(mInstrument->setBusCount(static_cast<UInt32>(mChannels.size())), noErr);
+    for (UInt32 bus = 0; bus < mChannels.size(); ++bus) {
+        if (mCheckEvents)
+            mChannels[bus] = static_cast<UInt32>(pick(1, 4));
+        ASSERT_EQ(mInstrument->setFormat(bus, mChannels[bus], mRate), noErr);
+    }
+    ASSERT_EQ(mInstrument->set(kAudioUnitProperty_MaximumFramesPerSlice, mMostFrames), noErr);
+}
+
+void SoakHost::sendEvents(UInt32 frames) {
+    for (int count = oneIn(50) ? pick(200, 1000) : pick(0, 6); count > 0; --count) {
+        const int kind = pick(8, 14);
+        const MIDIEvent event = {{static_cast<UInt8>(kind << 4 | pick(0, 15)),
+                                  static_cast<UInt8>(pick(0, 127)),
+                                  static_cast<UInt8>(pick(0, 127)), 0},
+                                 pick(0, static_cast<int>(frames) - 1),
+                                 0,
+                                 0,
+                                 0,
+                                 {}};
+        mExpected.push_back(event);
+        EXPECT_EQ(mInstrument->sendMidi(event.data[0], event.data[1], event.data[2], event.offset),
+                  noErr);
+    }
+}
+
+void SoakHost::pull(UInt32 frames) {
+    for (UInt32 bus = 0; bus < mChannels.size(); ++bus) {
+        const auto audio = mInstrument->pull(bus, mChannels[bus], frames, mSampleTime);
+        ASSERT_EQ(audio.status, noErr);
+        for (const auto& channel : audio.channels)
+            ASSERT_TRUE(std::all_of(channel.begin(), channel.end(),
+                                    [](float x) { return std::fabs(x) < 50.0F; }));
+    }
+    if (mCheckEvents)
+        checkBlock(frames);
+    mEvents += mExpected.size();
+    mExpected.clear();
+    mSampleTime += frames;
+    mSeconds += frames / mRate;
+    ++mBlocks;
+}
+
+/* One process call for all buses, with every message once, in order. */
+void SoakHost::checkBlock(UInt32 frames) {
+    std::stable_sort(mExpected.begin(), mExpected.end(),
+                     [](const auto& a, const auto& b) { return a.offset < b.offset; });
+    const auto calls = callsOf(kOpProcess);
+    ASSERT_EQ(calls.size(), 1U) << "block " << mBlocks;
+    ASSERT_EQ(static_cast<UInt32>(calls[0].words[5]), frames);
+    std::uint32_t count = 0;
+    std::memcpy(&count, calls[0].bytes[0].data(), sizeof count);
+    ASSERT_EQ(count, mExpected.size()) << "block " << mBlocks;
+    const char* received = calls[0].bytes[0].data() + sizeof count;
+    for (const MIDIEvent& event : mExpected) {
+        ASSERT_EQ(std::memcmp(received, &event, offsetof(MIDIEvent, unused)), 0)
+            << "block " << mBlocks;
+        received += sizeof event;
+    }
+    freshProbe();
+}
+
+void SoakHost::disturb() {
+    if (oneIn(40)) {
+        EXPECT_EQ(AudioUnitReset(mInstrument->unit(), kAudioUnitScope_Global, 0), noErr);
+        mExpected.clear();
+    }
+    if (oneIn(40)) {
+        EXPECT_EQ(mInstrument->setOffline(static_cast<UInt32>(pick(0, 1))), noErr);
+    }
+    if (oneIn(40))
+        saveAndRestore();
+    if (oneIn(60))
+        mView == nullptr ? openEditor() : closeEditor();
+    if (mView != nullptr && oneIn(4))
+        PlatformAdvanceEventLoop(0.05);
+}
+
+void SoakHost::saveAndRestore() {
+    const CFRef<CFPropertyListRef> state = stateOf(*mInstrument);
+    CFPropertyListRef value = state.Get();
+    EXPECT_EQ(mInstrument->set(kAudioUnitProperty_ClassInfo, value), noErr);
+    EXPECT_TRUE(CFEqual(stateOf(*mInstrument).Get(), value));
+}
+
+void SoakHost::openEditor() {
+    const Rect bounds = {0, 0, 600, 800};
+    ControlRef root = nullptr;
+    ControlRef pane = nullptr;
+    ASSERT_EQ(CreateNewWindow(kWindowCompositingAttribute, &bounds, &mWindow), noErr);
+    ASSERT_EQ(GetRootControl(mWindow, &root), noErr);
+    Component components[2] = {};
+    UInt32 count = 0;
+    ASSERT_EQ(PlatformRegisterComponentBundle(mBundle.c_str(), components, 2, &count), noErr);
+    mView = OpenComponent(components[1]);
+    const Float32Point location = {0, 0};
+    const Float32Point size = {400, 300};
+    ASSERT_EQ(AudioUnitCarbonViewCreate(mView, mInstrument->unit(), mWindow, root, &location, &size,
+                                        &pane),
+              noErr);
+}
+
+void SoakHost::closeEditor() {
+    if (mView == nullptr)
+        return;
+    EXPECT_EQ(CloseComponent(std::exchange(mView, nullptr)), noErr);
+    DisposeWindow(std::exchange(mWindow, nullptr));
+}
+
+void SoakHost::close() {
+    closeEditor();
+    mInstrument.reset();
+    freshProbe();
+}
+
+} // namespace velnor::test
