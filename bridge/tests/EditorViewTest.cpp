@@ -1,21 +1,15 @@
 #include "bridge/tests/TestHost.h"
-#include "platform/CFRef.h"
 #include "platform/CarbonView.h"
 #include "platform/EventLoop.h"
+#include "platform/tests/Testing.h"
 
-#include <gtest/gtest.h>
-
-#include <cstring>
 #include <memory>
 
+namespace velnor::test {
 namespace {
 
-using namespace velnor::test;
-using velnor::CFRef;
-using velnor::ProductRecord;
 using Opcodes = std::vector<OrmoWord>;
 
-const Opcodes kShown = {kOpEditorCreate, kOpEditorOpen, kOpAttachEditor, kOpEditorGetView};
 const Opcodes kClosed = {kOpDetachEditor, kOpEditorDestroy};
 
 class EditorView : public testing::Test {
@@ -26,7 +20,8 @@ protected:
         DisposeWindow(window);
     }
 
-    void OpenInstrument(bool initialized, const std::string& path) {
+    void OpenInstrument(bool initialized,
+                        const std::string& path = builtBundle("Velnor.component")) {
         bundle = path;
         instrument = std::make_unique<Instrument>(bundle);
         if (initialized) {
@@ -49,7 +44,7 @@ protected:
                                          &pane);
     }
     OSStatus ShowInitialized(WindowAttributes attributes) {
-        OpenInstrument(true, builtBundle("Velnor.component"));
+        OpenInstrument(true);
         return Show(attributes);
     }
     void CloseView() {
@@ -87,21 +82,16 @@ protected:
     void ExpectFallback(const char* wanted, int left, int top) {
         ControlRef text = nullptr;
         ASSERT_EQ(GetIndexedSubControl(pane, 1, &text), noErr);
-        const CFRef<CFStringRef> shown(PlatformControlCopyText(text));
-        char bytes[256] = "";
-        CFStringGetCString(shown.Get(), bytes, sizeof bytes, kCFStringEncodingASCII);
-        EXPECT_STREQ(bytes, wanted);
+        EXPECT_EQ(Text(CFRef(PlatformControlCopyText(text)).Get()), wanted);
         const ControlFontStyleRec style = PlatformControlGetFontStyle(text);
-        ControlFontStyleRec expected = {};
-        expected.flags = kControlUseFontMask;
-        expected.font = kControlFontSmallSystemFont;
-        EXPECT_EQ(std::memcmp(&style, &expected, sizeof style), 0);
+        EXPECT_EQ(style.flags, kControlUseFontMask);
+        EXPECT_EQ(style.font, kControlFontSmallSystemFont);
         EXPECT_EQ(Place(text), (std::vector{left, top, left + 200, top + 200}));
         EXPECT_EQ(Place(pane), (std::vector{30, 40, 230, 240}));
     }
 
     TestHost host;
-    velnor::probe::Probe& probe = freshProbe();
+    probe::Probe& probe = freshProbe();
     std::string bundle;
     std::unique_ptr<Instrument> instrument;
     ComponentInstance view = nullptr;
@@ -112,32 +102,31 @@ protected:
 
 TEST_F(EditorView, EngineIsCalledInOrderWithItsHandles) {
     ASSERT_EQ(ShowInitialized(kWindowCompositingAttribute), noErr);
+    OrmoEngineHandle handle = 0;
+    ASSERT_EQ(instrument->get(kPropertyEngineHandle, handle), noErr);
+    const auto engine = static_cast<OrmoWord>(handle);
     const auto calls = probe.calls();
-    ASSERT_EQ(TakeOpcodes(), kShown);
-    OrmoEngineHandle engine = 0;
-    ASSERT_EQ(instrument->get(kPropertyEngineHandle, engine), noErr);
-    EXPECT_EQ(calls[0].words[0], 0);
-    EXPECT_EQ(calls[0].bytes[0], "/data/OrmoSetup.xml");
-    EXPECT_EQ(static_cast<OrmoEngineHandle>(calls[0].words[4]), engine);
+    ASSERT_EQ(calls.size(), 4u);
     const OrmoWord editor = calls[1].words[0];
     EXPECT_NE(editor, 0);
-    EXPECT_EQ(calls[1].words[2], reinterpret_cast<OrmoWord>(window));
-    EXPECT_EQ(calls[1].words[5], 1);
-    EXPECT_EQ(static_cast<OrmoEngineHandle>(calls[2].words[0]), engine);
-    EXPECT_EQ(calls[2].words[2], editor);
-    EXPECT_EQ(calls[3].words[0], editor);
+    EXPECT_EQ(calls[0].bytes[0], "/data/OrmoSetup.xml");
+    EXPECT_THAT(calls[0].words, ElementsAre(0, kOpEditorCreate, _, _, engine, 0, 0, 0, 0));
+    EXPECT_THAT(calls[1].words, ElementsAre(editor, kOpEditorOpen,
+                                            reinterpret_cast<OrmoWord>(window), 0, 0, 1, 0, 0, 0));
+    EXPECT_THAT(calls[2].words, ElementsAre(engine, kOpAttachEditor, editor, 0, 0, 0, 0, 0, 0));
+    EXPECT_THAT(calls[3].words, ElementsAre(editor, kOpEditorGetView, _, 0, 0, 0, 0, 0, 0));
     EXPECT_EQ(Count(pane), 0);
+    probe.clear();
     CloseView();
     const auto closing = probe.calls();
-    ASSERT_EQ(TakeOpcodes(), kClosed);
-    EXPECT_EQ(static_cast<OrmoEngineHandle>(closing[0].words[0]), engine);
-    EXPECT_EQ(closing[0].words[2], editor);
-    EXPECT_EQ(closing[1].words[0], editor);
+    ASSERT_EQ(closing.size(), 2u);
+    EXPECT_THAT(closing[0].words, ElementsAre(engine, kOpDetachEditor, editor, 0, 0, 0, 0, 0, 0));
+    EXPECT_THAT(closing[1].words, ElementsAre(editor, kOpEditorDestroy, 0, 0, 0, 0, 0, 0, 0));
 }
 
 TEST_F(EditorView, RootControlSitsAtThePanesCornerAndThePaneTakesItsSize) {
     // What the process keeps, registrations and the engine's bundle, exists from here on.
-    OpenInstrument(true, builtBundle("Velnor.component"));
+    OpenInstrument(true);
     instrument.reset();
     for (const WindowAttributes attributes : {kWindowCompositingAttribute, kWindowNoAttributes}) {
         const bool compositing = attributes == kWindowCompositingAttribute;
@@ -189,7 +178,7 @@ TEST_F(EditorView, RootControlThatIsNoneIsLeftAlone) {
 }
 
 TEST_F(EditorView, MadeBeforeTheFirstInitializeItKeepsTheFallbackText) {
-    OpenInstrument(false, builtBundle("Velnor.component"));
+    OpenInstrument(false);
     ASSERT_EQ(Show(kWindowCompositingAttribute), noErr);
     ExpectFallback("Please reinstall Tavo Tarn 12", 0, 0);
     ASSERT_EQ(instrument->initialize(), noErr);
@@ -219,3 +208,4 @@ TEST_F(EditorView, WithoutAnEngineTheTextNamesTheProductOfTheFile) {
 }
 
 } // namespace
+} // namespace velnor::test

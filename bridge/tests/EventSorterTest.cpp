@@ -1,14 +1,11 @@
 #include "bridge/EventSorter.h"
+#include "platform/tests/Testing.h"
 
-#include <gtest/gtest.h>
-
-#include <algorithm>
 #include <cstring>
 #include <memory>
 #include <random>
-#include <vector>
 
-namespace velnor {
+namespace velnor::test {
 namespace {
 
 using Events = std::vector<MIDIEvent>;
@@ -27,19 +24,11 @@ Events eventsAt(const std::vector<std::int32_t>& offsets) {
 void expectStableOrder(const Events& events) {
     static const auto sorter = std::make_unique<EventSorter>();
     Events expected = events;
-    std::sort(expected.begin(), expected.end(), [](const MIDIEvent& a, const MIDIEvent& b) {
-        const int arrivals = std::memcmp(a.unused, b.unused, sizeof a.unused);
-        return a.offset != b.offset ? a.offset < b.offset : arrivals < 0;
-    });
+    std::ranges::stable_sort(expected, {}, &MIDIEvent::offset);
     Events sorted = events;
     sorter->sort(sorted.data(), sorted.size());
-    for (std::size_t i = 0; i < sorted.size(); ++i)
-        ASSERT_EQ(std::memcmp(&sorted[i], &expected[i], sizeof(MIDIEvent)), 0)
-            << i << " of " << sorted.size();
-}
-
-TEST(EventSorter, EqualOffsetsKeepTheirOrderOfArrival) {
-    expectStableOrder(eventsAt({5, 0, 5, 2}));
+    ASSERT_EQ(std::memcmp(sorted.data(), expected.data(), sorted.size() * sizeof(MIDIEvent)), 0)
+        << sorted.size();
 }
 
 TEST(EventSorter, OffsetsCompareAsSignedNumbers) {
@@ -76,4 +65,4 @@ TEST(EventSorter, EveryKindOfDisorderEndsInStableOrder) {
 }
 
 } // namespace
-} // namespace velnor
+} // namespace velnor::test

@@ -1,19 +1,15 @@
 #include "bridge/MidiRing.h"
-
-#include <gtest/gtest.h>
+#include "platform/tests/Testing.h"
 
 #include <memory>
-#include <thread>
-#include <vector>
 
-namespace velnor {
+namespace velnor::test {
 namespace {
 
 std::vector<std::int32_t> takeOffsets(MidiRing& ring) {
-    std::vector<std::int32_t> offsets(MidiRing::kSlots);
-    std::size_t count = 0;
-    ring.take([&](const MIDIEvent& event) { offsets[count++] = event.offset; });
-    offsets.resize(count);
+    std::vector<std::int32_t> offsets;
+    offsets.reserve(MidiRing::kSlots); // taking does not block
+    ring.take([&](const MIDIEvent& event) { offsets.push_back(event.offset); });
     return offsets;
 }
 
@@ -68,4 +64,4 @@ TEST(MidiRing, OneMillionMessagesArriveOnceAndInOrder) {
 }
 
 } // namespace
-} // namespace velnor
+} // namespace velnor::test

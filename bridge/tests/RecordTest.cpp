@@ -1,9 +1,5 @@
 #include "bridge/tests/TestHost.h"
-
-#include "platform/CFRef.h"
-
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
+#include "platform/tests/Testing.h"
 
 #include <cstdio>
 #include <cstring>
@@ -11,11 +7,6 @@
 
 namespace velnor::test {
 namespace {
-
-using testing::Contains;
-using testing::ElementsAre;
-using testing::HasSubstr;
-using testing::UnorderedElementsAre;
 
 using Configurations = std::vector<std::pair<int, int>>;
 
@@ -35,52 +26,42 @@ TEST(Record, TheBuiltFileExportsItsTwoEntriesAlone) {
     const std::string command =
         "nm -D --defined-only '" + executableOf(builtBundle("Velnor.component")) + "'";
     const std::unique_ptr<FILE, int (*)(FILE*)> nm(popen(command.c_str(), "r"), pclose);
-    std::vector<std::string> names;
+    Texts names;
     char line[512];
-    while (std::fgets(line, sizeof line, nm.get()) != nullptr) {
-        std::string name(line);
-        name = name.substr(name.rfind(' ') + 1);
-        names.push_back(name.substr(0, name.find('\n')));
-    }
+    while (std::fscanf(nm.get(), "%*s %*s %511s", line) == 1)
+        names.push_back(line);
     EXPECT_THAT(names, UnorderedElementsAre("SamplerAUEntry", "SamplerAUViewEntry"));
 }
 
 TEST(Record, MultiOutputIsOnForTheByteOneAlone) {
-    struct Case {
-        UInt32 multiOutput;
-        std::int32_t multiInputs, maxOutputs;
-        Configurations configurations;
-    };
-    const Case cases[] = {
-        {1, 0, 32, {{0, 2}, {0, 32}, {0, -32}}},
-        {0x101, 0, 8, {{0, 2}, {0, 8}, {0, -8}}},
-        {1, 0x10001, 0x10010, {{0, 2}, {1, 16}, {1, -16}}}, // the low 16 bits
-        {0, 0, 32, {{0, 2}}},
-        {2, 0, 32, {{0, 2}}},
-        {0x100, 0, 32, {{0, 2}}},
-    };
     TestHost host;
-    for (const Case& c : cases) {
-        SCOPED_TRACE(c.multiOutput);
-        Instrument instrument(host.patchedComponent([&c](ProductRecord& record) {
-            record.multiOutput = c.multiOutput;
-            record.multiInputChannels = c.multiInputs;
-            record.maxOutputChannels = c.maxOutputs;
-        }));
-        EXPECT_EQ(configurationsOf(instrument), c.configurations);
-        const bool multi = c.configurations.size() > 1;
+    for (const auto& [multiOutput, multiInputs, maxOutputs, configurations] :
+         Rows<UInt32, std::int32_t, std::int32_t, Configurations>{
+             {1, 0, 32, {{0, 2}, {0, 32}, {0, -32}}},
+             {0x101, 0, 8, {{0, 2}, {0, 8}, {0, -8}}},
+             {1, 0x10001, 0x10010, {{0, 2}, {1, 16}, {1, -16}}}, // the low 16 bits
+             {0, 0, 32, {{0, 2}}},
+             {2, 0, 32, {{0, 2}}},
+             {0x100, 0, 32, {{0, 2}}}}) {
+        SCOPED_TRACE(multiOutput);
+        ProductRecord record;
+        record.multiOutput = multiOutput;
+        record.multiInputChannels = multiInputs;
+        record.maxOutputChannels = maxOutputs;
+        Instrument instrument(host.patchedComponent([&](ProductRecord& to) { to = record; }));
+        EXPECT_EQ(configurationsOf(instrument), configurations);
+        const bool multi = configurations.size() > 1;
         EXPECT_EQ(instrument.setBusCount(2),
                   multi ? 0 : OSStatus{kAudioUnitErr_PropertyNotWritable});
         std::array<AudioChannelLayoutTag, 3> tags{};
-        EXPECT_EQ(instrument.get(kAudioUnitProperty_SupportedChannelLayoutTags, tags,
-                                 kAudioUnitScope_Output),
+        constexpr auto kTags = kAudioUnitProperty_SupportedChannelLayoutTags;
+        EXPECT_EQ(instrument.get(kTags, tags, kAudioUnitScope_Output),
                   multi ? 0 : OSStatus{kAudioUnitErr_InvalidProperty});
         if (multi) {
-            EXPECT_THAT(tags, ElementsAre(0x650002, 0x640001,
-                                          0x930000 | static_cast<UInt32>(c.maxOutputs)));
+            EXPECT_THAT(
+                tags, ElementsAre(0x650002, 0x640001, 0x930000 | static_cast<UInt32>(maxOutputs)));
         }
-        EXPECT_EQ(instrument.get(kAudioUnitProperty_SupportedChannelLayoutTags, tags),
-                  kAudioUnitErr_InvalidProperty)
+        EXPECT_EQ(instrument.get(kTags, tags), kAudioUnitErr_InvalidProperty)
             << "only the output scope has layouts";
     }
 }
@@ -99,24 +80,18 @@ TEST(Record, MultiOutputLayoutsDescribeTheBusesChannels) {
     TestHost host;
     Instrument instrument(
         host.patchedComponent([](ProductRecord& record) { record.multiOutput = 1; }));
-    struct Row {
-        UInt32 channels;
-        AudioChannelLayoutTag tag;
-        UInt32 descriptions, size;
-    };
-    for (const Row& row : {Row{1, 0x640001, 0, 32}, Row{2, 0x650002, 0, 52}, Row{6, 0, 6, 132}}) {
-        ASSERT_EQ(instrument.setFormat(0, row.channels), noErr);
-        std::array<UInt32, 64> words;
-        words.fill(0xABABABAB);
-        UInt32 size = sizeof words;
+    for (const auto& [channels, tag, descriptions, bytes] : Rows<UInt32, UInt32, UInt32, UInt32>{
+             {1, 0x640001, 0, 32}, {2, 0x650002, 0, 52}, {6, 0, 6, 132}}) {
+        ASSERT_EQ(instrument.setFormat(0, channels), noErr);
+        std::vector<UInt32> words(64, 0xABABABAB);
+        UInt32 size = sizeof words[0] * 64;
         ASSERT_EQ(AudioUnitGetProperty(instrument.unit(), kAudioUnitProperty_AudioChannelLayout,
                                        kAudioUnitScope_Output, 0, words.data(), &size),
                   noErr);
-        EXPECT_EQ(size, row.size);
-        EXPECT_EQ(words[0], row.tag);
-        EXPECT_EQ(words[1], 0U);
-        EXPECT_EQ(words[2], row.descriptions);
-        for (UInt32 i = 0; i < row.descriptions; ++i) {
+        EXPECT_EQ(size, bytes);
+        EXPECT_THAT(std::vector(words.begin(), words.begin() + 3),
+                    ElementsAre(tag, 0, descriptions));
+        for (UInt32 i = 0; i < descriptions; ++i) {
             EXPECT_EQ(words[3 + 5 * i], UInt32{kAudioChannelLabel_Mono});
             EXPECT_EQ(words[4 + 5 * i], 0U);
         }

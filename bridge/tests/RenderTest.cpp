@@ -1,45 +1,23 @@
 #include "bridge/tests/TestHost.h"
-
-#include "platform/CFRef.h"
-
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
-#include <cstring>
+#include "platform/tests/Testing.h"
 
 namespace velnor::test {
 namespace {
 
-using testing::Contains;
-using testing::Each;
-using testing::ElementsAre;
-using testing::IsEmpty;
+using EngineCalls = Opened;
+using Midi = Playing;
 
-void allowMultiOutput(ProductRecord& record) {
-    record.multiOutput = 1;
-}
-
-std::vector<float*> pointersOf(const probe::Call& call) {
-    std::vector<float*> pointers(call.bytes[1].size() / sizeof(float*));
-    std::memcpy(pointers.data(), call.bytes[1].data(), call.bytes[1].size());
-    return pointers;
-}
-
-OrmoSyncInfo syncOf(const probe::Call& call) {
-    OrmoSyncInfo sync = {};
-    std::memcpy(&sync, call.bytes[2].data(), sizeof sync);
-    return sync;
-}
+/* A host with the multi-output instrument in it. */
+struct Buses : Test {
+    TestHost host;
+    Instrument instrument{
+        host.patchedComponent([](ProductRecord& record) { record.multiOutput = 1; })};
+};
 
 /* Status byte and offset of each event that the last process call brought. */
 std::vector<std::pair<int, SInt32>> lastEvents() {
-    const std::string bytes = callsOf(kOpProcess).back().bytes[0];
-    UInt32 count = 0;
-    std::memcpy(&count, bytes.data(), sizeof count);
     std::vector<std::pair<int, SInt32>> events;
-    for (UInt32 i = 0; i < count; ++i) {
-        MIDIEvent event = {};
-        std::memcpy(&event, bytes.data() + sizeof count + i * sizeof event, sizeof event);
+    for (const MIDIEvent& event : eventsOf(callsOf(kOpProcess).back())) {
         EXPECT_EQ(event.data[3], 0);
         EXPECT_EQ(event.reserved0 + event.reserved1 + event.reserved2, 0U);
         events.emplace_back(event.data[0], event.offset);
@@ -62,57 +40,55 @@ void expectSilence(const Instrument::Audio& audio) {
 }
 
 /* Each host-facing operation, in a row, and what the engine hears of it. */
-TEST(EngineCalls, ComeInTheOrderOfTheHostsOperations) {
-    TestHost host;
-    Instrument instrument;
-    struct Row {
-        const char* operation;
-        std::function<OSStatus()> run;
-        std::vector<std::string> calls;
-    };
+TEST_F(EngineCalls, ComeInTheOrderOfTheHostsOperations) {
     const auto reset = [&] { return AudioUnitReset(instrument.unit(), kAudioUnitScope_Global, 0); };
     const std::string suspend = "12 E 0 0 0 0 0 0 0";
     const std::string resume = "13 E 0 0 0 0 0 0 0";
     const std::string resumeOffline = "13 E 0 0 0 1 0 0 0";
-    const Row rows[] = {
-        {"bring-up", [] { return noErr; }, {"8 0 ptr 0 0 0 0 0 0"}},
-        {"reset before initialize", reset, {}},
-        {"rate change before initialize", [&] { return instrument.setFormat(0, 2, 22050.9); }, {}},
-        {"initialize",
-         [&] { return instrument.initialize(); },
-         {"9 0 ptr ptr 0 0 0 0 0", "11 E 0 0 0 22050 1156 0 0", resume}},
-        {"initialize again", [&] { return instrument.initialize(); }, {}},
-        {"render", [&] { return instrument.pullNext(64).status; }, {"15 E ptr ptr ptr 64 0 0 0"}},
-        {"reset", reset, {suspend, resume}},
-        {"offline on", [&] { return instrument.setOffline(7); }, {suspend, resumeOffline}},
-        {"reset while offline", reset, {suspend, resumeOffline}},
-        {"rate change",
-         [&] { return instrument.setFormat(0, 2, 48000.0); },
-         {suspend, "11 E 0 0 0 48000 1156 0 0", resumeOffline}},
-        {"the same format", [&] { return instrument.setFormat(0, 2, 48000.0); }, {}},
-        {"channel change", [&] { return instrument.setFormat(0, 1, 48000.0); }, {}},
-        {"channels back", [&] { return instrument.setFormat(0, 2, 48000.0); }, {}},
-        {"uninitialize", [&] { return instrument.uninitialize(); }, {suspend}},
-        {"uninitialize again", [&] { return instrument.uninitialize(); }, {}},
-        {"frame limit",
-         [&] { return instrument.set(kAudioUnitProperty_MaximumFramesPerSlice, UInt32{512}); },
-         {}},
-        {"second initialize",
-         [&] { return instrument.initialize(); },
-         {"11 E 0 0 0 48000 512 0 0", resumeOffline}},
-        {"offline off", [&] { return instrument.setOffline(0); }, {suspend, resume}},
-        {"close", [&] { return instrument.close(), noErr; }, {suspend, "10 E 0 0 0 0 0 0 0"}},
+    const auto initialize = [&] { return instrument.initialize(); };
+    const auto format = [&](UInt32 channels, Float64 rate) {
+        return [this, channels, rate] { return instrument.setFormat(0, channels, rate); };
     };
-    for (const Row& row : rows) {
-        EXPECT_EQ(row.run(), noErr) << row.operation;
-        EXPECT_EQ(takeCalls(), row.calls) << row.operation;
+    const auto offline = [&](UInt32 on) {
+        return [this, on] { return instrument.setOffline(on); };
+    };
+    for (const auto& [operation, run, calls] : Rows<const char*, std::function<OSStatus()>, Texts>{
+             {"bring-up", [] { return noErr; }, {"8 0 ptr 0 0 0 0 0 0"}},
+             {"reset before initialize", reset, {}},
+             {"rate change before initialize", format(2, 22050.9), {}},
+             {"initialize",
+              initialize,
+              {"9 0 ptr ptr 0 0 0 0 0", "11 E 0 0 0 22050 1156 0 0", resume}},
+             {"initialize again", initialize, {}},
+             {"render",
+              [&] { return instrument.pullNext(64).status; },
+              {"15 E ptr ptr ptr 64 0 0 0"}},
+             {"reset", reset, {suspend, resume}},
+             {"offline on", offline(7), {suspend, resumeOffline}},
+             {"reset while offline", reset, {suspend, resumeOffline}},
+             {"rate change",
+              format(2, 48000),
+              {suspend, "11 E 0 0 0 48000 1156 0 0", resumeOffline}},
+             {"the same format", format(2, 48000), {}},
+             {"channel change", format(1, 48000), {}},
+             {"channels back", format(2, 48000), {}},
+             {"uninitialize", [&] { return instrument.uninitialize(); }, {suspend}},
+             {"uninitialize again", [&] { return instrument.uninitialize(); }, {}},
+             {"frame limit",
+              [&] { return instrument.set(kAudioUnitProperty_MaximumFramesPerSlice, UInt32{512}); },
+              {}},
+             {"second initialize", initialize, {"11 E 0 0 0 48000 512 0 0", resumeOffline}},
+             {"offline off", offline(0), {suspend, resume}},
+             {"close",
+              [&] { return instrument.close(), noErr; },
+              {suspend, "10 E 0 0 0 0 0 0 0"}}}) {
+        EXPECT_EQ(run(), noErr) << operation;
+        EXPECT_EQ(takeCalls(), calls) << operation;
     }
 }
 
 /* The new rate may differ from the bus's old one and yet be the one that the engine has. */
-TEST(EngineCalls, ARateThatTheInstrumentHoldsAlreadyIsNotSent) {
-    TestHost host;
-    Instrument instrument(host.patchedComponent(allowMultiOutput));
+TEST_F(Buses, ARateThatTheInstrumentHoldsAlreadyIsNotSent) {
     ASSERT_EQ(instrument.setBusCount(2), noErr);
     ASSERT_EQ(instrument.setFormat(1, 2, 96000.0), noErr);
     ASSERT_EQ(instrument.initialize(), noErr);
@@ -124,56 +100,42 @@ TEST(EngineCalls, ARateThatTheInstrumentHoldsAlreadyIsNotSent) {
                                          "13 E 0 0 0 0 0 0 0"));
 }
 
-TEST(Buses, TheShippedInstrumentIsStereoOnly) {
+TEST(ShippedInstrument, IsStereoOnly) {
     TestHost host;
     for (const UInt32 channels : {1U, 2U, 4U}) {
         Instrument instrument;
         EXPECT_EQ(instrument.setFormat(0, channels), noErr);
         EXPECT_EQ(instrument.initialize(), channels == 2 ? noErr : -10868);
         EXPECT_EQ(callsOf(kOpOpenInstance).size(), channels == 2 ? 1U : 0U);
-        EXPECT_THAT(host.log(), Contains("I:Initialize - numBuses : 1"));
         EXPECT_THAT(host.log(),
-                    Contains("I:Initialize - numOutputs : " + std::to_string(channels)));
+                    IsSupersetOf({std::string("I:Initialize - numBuses : 1"),
+                                  "I:Initialize - numOutputs : " + std::to_string(channels)}));
         freshProbe();
     }
 }
 
-TEST(Buses, OneCallRendersAllOfThemWhicheverIsPulledFirst) {
-    TestHost host;
-    Instrument instrument(host.patchedComponent(allowMultiOutput));
+TEST_F(Buses, OneCallRendersAllOfThemWhicheverIsPulledFirst) {
     ASSERT_EQ(instrument.setBusCount(3), noErr);
     ASSERT_EQ(instrument.setFormat(2, 1), noErr);
     ASSERT_EQ(instrument.initialize(), noErr);
     EXPECT_THAT(host.log(), Contains("I:using extra buffer"));
+    EXPECT_EQ(callsOf(kOpOpenInstance).at(0).bytes[0][4], 6);
     takeCalls();
     Float64 time = 0;
-    for (const auto& order : {std::array{0, 1, 2}, std::array{2, 0, 1}, std::array{1, 2, 0}}) {
-        for (const int bus : order)
-            expectPattern(instrument.pull(static_cast<UInt32>(bus), bus == 2 ? 1 : 2, 100, time),
-                          static_cast<UInt32>(2 * bus));
-        time += 100;
+    for (const auto& order :
+         {std::array{0U, 1U, 2U}, std::array{2U, 0U, 1U}, std::array{1U, 2U, 0U}}) {
+        for (const UInt32 bus : order)
+            expectPattern(instrument.pull(bus, bus == 2 ? 1 : 2, 1156, time), 2 * bus);
+        time += 1156;
     }
-    EXPECT_EQ(takeCalls(), std::vector<std::string>(3, "15 E ptr ptr ptr 100 0 0 0"));
-}
-
-TEST(Buses, AnOddNumberOfChannelsIsMadeEvenByTheExtraBuffer) {
-    TestHost host;
-    Instrument instrument(host.patchedComponent(allowMultiOutput));
-    ASSERT_EQ(instrument.setFormat(0, 3), noErr);
-    ASSERT_EQ(instrument.initialize(), noErr);
-    EXPECT_EQ(callsOf(kOpOpenInstance).at(0).bytes[0][4], 4);
-    expectPattern(instrument.pull(0, 3, 1156, 0), 0);
-    const std::vector<float*> pointers = pointersOf(callsOf(kOpProcess).back());
-    ASSERT_EQ(pointers.size(), 4U);
-    for (int i = 0; i < 3; ++i)
-        EXPECT_NE(pointers[static_cast<std::size_t>(i)], pointers[3]);
-    EXPECT_EQ(pointers[3][1155], probe::patternSample(3, 1155)); // it is the whole slice long
+    std::array<float*, 6> pointers{};
+    std::memcpy(pointers.data(), callsOf(kOpProcess).back().bytes[1].data(), sizeof pointers);
+    EXPECT_EQ(pointers[5][1155], probe::patternSample(5, 1155)) << "as long as the whole slice";
+    EXPECT_EQ(takeCalls(), Texts(3, "15 E ptr ptr ptr 1156 0 0 0"));
 }
 
 /* Formats stay writable after the engine was opened; it keeps the channels it was opened with. */
-TEST(Buses, ChannelsThatTheEngineDoesNotKnowAreSilentAndMissingOnesHarmless) {
-    TestHost host;
-    Instrument instrument(host.patchedComponent(allowMultiOutput));
+TEST_F(Buses, ChannelsThatTheEngineDoesNotKnowAreSilentAndMissingOnesHarmless) {
     ASSERT_EQ(instrument.setBusCount(2), noErr);
     ASSERT_EQ(instrument.initialize(), noErr);
     EXPECT_EQ(callsOf(kOpOpenInstance).at(0).bytes[0][4], 4);
@@ -188,25 +150,21 @@ TEST(Buses, ChannelsThatTheEngineDoesNotKnowAreSilentAndMissingOnesHarmless) {
     expectSilence(instrument.pull(1, 2, 64, 64));
 }
 
-TEST(Buses, ThirtyTwoChannelsAreTheMostThatTheEngineGets) {
-    TestHost host;
-    Instrument instrument(host.patchedComponent(allowMultiOutput));
-    for (const auto& [channels, status] : {std::pair(34U, -10868), {32U, 0}}) {
-        ASSERT_EQ(instrument.setFormat(0, channels), noErr);
-        EXPECT_EQ(instrument.initialize(), status);
-    }
+TEST_F(Buses, ThirtyTwoChannelsAreTheMostThatTheEngineGets) {
+    ASSERT_EQ(instrument.setFormat(0, 34), noErr);
+    EXPECT_EQ(instrument.initialize(), -10868);
+    ASSERT_EQ(instrument.setFormat(0, 32), noErr);
+    EXPECT_EQ(instrument.initialize(), noErr);
     ASSERT_EQ(instrument.setFormat(0, 34), noErr);
     const Instrument::Audio audio = instrument.pull(0, 34, 64, 0);
     ASSERT_EQ(audio.status, noErr);
     EXPECT_EQ(audio.channels[31][63], probe::patternSample(31, 63));
-    for (const int beyond : {32, 33})
-        EXPECT_THAT(audio.channels[static_cast<std::size_t>(beyond)], Each(0.0F));
+    EXPECT_THAT(audio.channels[32], Each(0.0F));
+    EXPECT_THAT(audio.channels[33], Each(0.0F));
 }
 
-TEST(Buses, WithoutAnEngineEveryBusIsSilent) {
-    TestHost host;
-    host.setEnginePath({});
-    Instrument instrument(host.patchedComponent(allowMultiOutput));
+TEST_F(Buses, AreAllSilentWithoutAnEngine) {
+    freshProbe().behaviour.leaveHandleZero = true;
     ASSERT_EQ(instrument.setBusCount(2), noErr);
     ASSERT_EQ(instrument.setFormat(1, 5), noErr);
     ASSERT_EQ(instrument.initialize(), noErr);
@@ -214,37 +172,28 @@ TEST(Buses, WithoutAnEngineEveryBusIsSilent) {
     expectSilence(instrument.pull(0, 2, 64, 0));
 }
 
-TEST(Midi, ABlocksEventsComeByOffsetAndThenByArrival) {
-    TestHost host;
-    Instrument instrument;
-    instrument.initialize();
-    const std::pair<UInt32, SInt32> sent[] = {
-        {0x91, 5}, {0x92, 0}, {0x83, 5}, {0xF8, 2}, {0xB0, -7}};
-    for (const auto& [status, offset] : sent)
+TEST_F(Midi, ABlocksEventsComeByOffsetAndThenByArrival) {
+    for (const auto& [status, offset] :
+         Rows<UInt32, SInt32>{{0x91, 5}, {0x92, 0}, {0x83, 5}, {0xF8, 2}, {0xB0, -7}})
         EXPECT_EQ(instrument.sendMidi(status, 1, 2, offset), noErr);
     instrument.pullNext();
-    EXPECT_THAT(lastEvents(),
-                ElementsAre(std::pair(0xB0, -7), std::pair(0x92, 0), std::pair(0xF8, 2),
-                            std::pair(0x91, 5), std::pair(0x83, 5)));
+    EXPECT_THAT(lastEvents(), ElementsAre(Pair(0xB0, -7), Pair(0x92, 0), Pair(0xF8, 2),
+                                          Pair(0x91, 5), Pair(0x83, 5)));
     instrument.pullNext();
     EXPECT_THAT(lastEvents(), IsEmpty());
 }
 
-TEST(Midi, Message1024IsDroppedWithOneErrorLine) {
-    TestHost host;
-    Instrument instrument;
-    instrument.initialize();
+TEST_F(Midi, Message1024IsDroppedWithOneErrorLine) {
     for (SInt32 i = 0; i < 1024; ++i)
         EXPECT_EQ(instrument.sendMidi(0x90, 1, 2, i), noErr);
-    EXPECT_EQ(std::ranges::count(host.log(), "E:MIDI QUEUE ERROR"), 1);
+    EXPECT_THAT(host.log(), Contains("E:MIDI QUEUE ERROR").Times(1));
     instrument.pullNext();
     EXPECT_EQ(lastEvents().size(), 1023U);
     EXPECT_EQ(lastEvents().back().second, 1022);
 }
 
-TEST(Midi, ResetAndInitializeDiscardWhatIsQueued) {
-    TestHost host;
-    Instrument instrument;
+TEST_F(Midi, ResetAndInitializeDiscardWhatIsQueued) {
+    instrument.uninitialize();
     instrument.sendMidi(0x90, 1, 2, 0);
     instrument.initialize();
     instrument.pullNext();
@@ -253,7 +202,7 @@ TEST(Midi, ResetAndInitializeDiscardWhatIsQueued) {
     AudioUnitReset(instrument.unit(), kAudioUnitScope_Global, 0);
     instrument.sendMidi(0x92, 1, 2, 0);
     instrument.pullNext();
-    EXPECT_THAT(lastEvents(), ElementsAre(std::pair(0x92, 0)));
+    EXPECT_THAT(lastEvents(), ElementsAre(Pair(0x92, 0)));
 }
 
 /* What the host's callbacks answer, and whether they do. */
@@ -296,18 +245,16 @@ struct Transport {
     HostCallbackInfo callbacks() { return {this, beatAndTempo, musicalTime, state}; }
 };
 
-class TransportTest : public testing::Test {
-protected:
+struct TransportTest : Playing {
+    ~TransportTest() override { EXPECT_EQ(transport.wrongPresets, 0); }
     OrmoSyncInfo render(const HostCallbackInfo& callbacks, UInt32 frames = 64) {
         instrument.setHostCallbacks(callbacks);
         instrument.pullNext(frames);
-        return syncOf(callsOf(kOpProcess).back());
+        OrmoSyncInfo sync = {};
+        std::memcpy(&sync, callsOf(kOpProcess).back().bytes[2].data(), sizeof sync);
+        return sync;
     }
-    void SetUp() override { instrument.initialize(); }
-    void TearDown() override { EXPECT_EQ(transport.wrongPresets, 0); }
 
-    TestHost host;
-    Instrument instrument;
     Transport transport;
 };
 

@@ -1,12 +1,11 @@
 #include "bridge/SyncInfo.h"
-
-#include <gtest/gtest.h>
+#include "platform/tests/Testing.h"
 
 #include <cmath>
 #include <cstring>
 #include <limits>
 
-namespace velnor {
+namespace velnor::test {
 namespace {
 
 constexpr double kRate = 44100.0;
@@ -45,68 +44,54 @@ TEST(SyncInfo, ResetLeavesOnlyTempoMeterAndTheRoundedRate) {
 }
 
 TEST(SyncInfo, CountsSamplesToTheNextBarAndBeat) {
-    struct Case {
-        double bpm, ppq, barStart, numerator, denominator;
-        int toBar, toBeat;
-    };
     const double inf = std::numeric_limits<double>::infinity();
     const double nan = std::numeric_limits<double>::quiet_NaN();
-    const Case cases[] = {
-        {120, 3.5, 0, 4, 4, 11025, 11025},
-        {120, 0, 0, 4, 4, 0, 0},
-        {120, 8, 8, 7, 8, 0, 0},
-        {120, 2.25, 0, 4, 4, 38587, 16537}, // 16537.5 cut
-        {120, 2.0, 0, 4, 4, 44100, 0},
-        {120, 3.25, 0, 7, 8, 5512, 5512}, // the bar ends before the beat
-        {120, 9.5, 0, 4, 4, 55125, 0},    // beyond the bar: wrapped; and never negative
-        {120, 4.0, 0, 4, 4, 0, 0},        // on the next bar's line, bar start not yet moved
-        {120, -4.0, 0, 4, 4, 88200, 0},   // a whole bar stays a whole bar
-        {120, 1000.5, 0, 4, 4, 77175, 0}, // many bars away
-        {120, -1000.5, 0, 4, 4, 11025, 11025},
-        {120, 1, 0, 0, 4, 66150, 0}, // no length: 4/4
-        {120, 1, 0, 4, -4, 66150, 0},
-        {120, 1e300, 0, 4, 4, 0, 0},
-        {0, 1, 0, 4, 4, INT32_MAX, 0}, // a stopped host may report no tempo
-        {120, inf, 0, 4, 4, 0, 0},
-        {120, nan, 0, 4, 4, 0, 0},
-    };
-    for (const Case& c : cases) {
-        SCOPED_TRACE(c.ppq);
-        EXPECT_EQ(samplesToNextBar(c.bpm, c.ppq, c.barStart, c.numerator, c.denominator, kRate),
-                  c.toBar);
-        EXPECT_EQ(samplesToNextBeat(c.bpm, c.ppq, c.barStart, c.numerator, c.denominator, kRate),
-                  c.toBeat);
+    for (const auto& [bpm, ppq, barStart, numerator, denominator, toBar, toBeat] :
+         Rows<double, double, double, double, double, int, int>{
+             {120, 3.5, 0, 4, 4, 11025, 11025},
+             {120, 0, 0, 4, 4, 0, 0},
+             {120, 8, 8, 7, 8, 0, 0},
+             {120, 2.25, 0, 4, 4, 38587, 16537}, // 16537.5 cut
+             {120, 2.0, 0, 4, 4, 44100, 0},
+             {120, 3.25, 0, 7, 8, 5512, 5512}, // the bar ends before the beat
+             {120, 9.5, 0, 4, 4, 55125, 0},    // beyond the bar: wrapped; and never negative
+             {120, 4.0, 0, 4, 4, 0, 0},        // on the next bar's line, bar start not yet moved
+             {120, -4.0, 0, 4, 4, 88200, 0},   // a whole bar stays a whole bar
+             {120, 1000.5, 0, 4, 4, 77175, 0}, // many bars away
+             {120, -1000.5, 0, 4, 4, 11025, 11025},
+             {120, 1, 0, 0, 4, 66150, 0}, // no length: 4/4
+             {120, 1, 0, 4, -4, 66150, 0},
+             {120, 1e300, 0, 4, 4, 0, 0},
+             {0, 1, 0, 4, 4, INT32_MAX, 0}, // a stopped host may report no tempo
+             {120, inf, 0, 4, 4, 0, 0},
+             {120, nan, 0, 4, 4, 0, 0}}) {
+        SCOPED_TRACE(ppq);
+        EXPECT_EQ(samplesToNextBar(bpm, ppq, barStart, numerator, denominator, kRate), toBar);
+        EXPECT_EQ(samplesToNextBeat(bpm, ppq, barStart, numerator, denominator, kRate), toBeat);
     }
 }
 
 TEST(SyncInfo, NamesTheFirstContradiction) {
-    struct Case {
-        const char* what;
-        void (*spoil)(SyncInfo&);
-        int code;
-    };
-    const Case cases[] = {
-        {"nothing", [](SyncInfo&) {}, 0},
-        {"rate", [](SyncInfo& s) { s.sampleRate = 0, s.bpm = 0; }, 1},
-        {"tempo", [](SyncInfo& s) { s.bpm = 0, s.ppq = -1; }, 3},
-        {"position", [](SyncInfo& s) { s.ppq = -1, s.timeSigNumerator = 0; }, 4},
-        {"numerator", [](SyncInfo& s) { s.timeSigNumerator = s.timeSigDenominator = 0; }, 5},
-        {"denominator", [](SyncInfo& s) { s.timeSigDenominator = 0, s.barStart = 99; }, 6},
-        {"bar start", [](SyncInfo& s) { s.ppq = 7.5; }, 7},
-        {"bar end", [](SyncInfo& s) { s.ppq = 12.5; }, 8},
-        {"loop end", [](SyncInfo& s) { s.loopEnd = s.loopStart = -1; }, 9},
-        {"loop start", [](SyncInfo& s) { s.loopStart = -1; }, 10},
-        {"loop order", [](SyncInfo& s) { s.loopStart = 33; }, 11},
-        {"stopped", [](SyncInfo& s) { s.playing = 0, s.ppq = -1, s.bpm = 0; }, 0},
-        {"not looping", [](SyncInfo& s) { s.looping = 0, s.loopEnd = -1; }, 0},
-    };
-    for (const Case& c : cases) {
+    for (const auto& [what, spoil, code] : Rows<const char*, void (*)(SyncInfo&), int>{
+             {"nothing", [](SyncInfo&) {}, 0},
+             {"rate", [](SyncInfo& s) { s.sampleRate = 0, s.bpm = 0; }, 1},
+             {"tempo", [](SyncInfo& s) { s.bpm = 0, s.ppq = -1; }, 3},
+             {"position", [](SyncInfo& s) { s.ppq = -1, s.timeSigNumerator = 0; }, 4},
+             {"numerator", [](SyncInfo& s) { s.timeSigNumerator = s.timeSigDenominator = 0; }, 5},
+             {"denominator", [](SyncInfo& s) { s.timeSigDenominator = 0, s.barStart = 99; }, 6},
+             {"bar start", [](SyncInfo& s) { s.ppq = 7.5; }, 7},
+             {"bar end", [](SyncInfo& s) { s.ppq = 12.5; }, 8},
+             {"loop end", [](SyncInfo& s) { s.loopEnd = s.loopStart = -1; }, 9},
+             {"loop start", [](SyncInfo& s) { s.loopStart = -1; }, 10},
+             {"loop order", [](SyncInfo& s) { s.loopStart = 33; }, 11},
+             {"stopped", [](SyncInfo& s) { s.playing = 0, s.ppq = -1, s.bpm = 0; }, 0},
+             {"not looping", [](SyncInfo& s) { s.looping = 0, s.loopEnd = -1; }, 0}}) {
         SyncInfo sync = playingAt(9, 8);
         sync.looping = 1;
         sync.loopStart = 8;
         sync.loopEnd = 32;
-        c.spoil(sync);
-        EXPECT_EQ(sync.valid(), c.code) << c.what;
+        spoil(sync);
+        EXPECT_EQ(sync.valid(), code) << what;
     }
 }
 
@@ -142,30 +127,24 @@ TEST(SyncInfo, ContradictionStopsTheTransportAndKeepsTheLastGoodBlock) {
 }
 
 TEST(SyncInfo, LoopCrossingsUseTheLoopAndThePreviousBlockLength) {
-    struct Case {
-        const char* what;
-        double ppq, previousBlockBeats;
-        int looping, crosses;
-    };
-    const Case cases[] = {
-        {"at the loop's start", 16, 0, 1, 1},
-        {"inside", 20, 0, 1, 0},
-        {"past the loop's end within the block", 31.99, 0, 1, 1},
-        {"behind the loop", 40, 0, 0, 0},
-        {"before the loop", 15.99, 0, 0, 0},
-        {"before the loop, but not by the last block's length", 15.99, 1, 1, 0},
-    };
-    for (const Case& c : cases) {
-        SyncInfo sync = playingAt(c.ppq, std::floor(c.ppq / 4) * 4);
+    for (const auto& [what, ppq, previousBlockBeats, looping, crosses] :
+         Rows<const char*, double, double, int, int>{
+             {"at the loop's start", 16, 0, 1, 1},
+             {"inside", 20, 0, 1, 0},
+             {"past the loop's end within the block", 31.99, 0, 1, 1},
+             {"behind the loop", 40, 0, 0, 0},
+             {"before the loop", 15.99, 0, 0, 0},
+             {"before the loop, but not by the last block's length", 15.99, 1, 1, 0}}) {
+        SyncInfo sync = playingAt(ppq, std::floor(ppq / 4) * 4);
         sync.looping = 1;
         sync.loopStart = 16;
         sync.loopEnd = 32;
-        sync.blockBeats = c.previousBlockBeats;
-        ASSERT_TRUE(sync.prepare(512, kRate, nullptr, nullptr, true)) << c.what;
-        EXPECT_EQ(sync.looping, c.looping) << c.what;
-        EXPECT_EQ(sync.crossesLoopEnd, c.crosses) << c.what;
+        sync.blockBeats = previousBlockBeats;
+        ASSERT_TRUE(sync.prepare(512, kRate, nullptr, nullptr, true)) << what;
+        EXPECT_EQ(sync.looping, looping) << what;
+        EXPECT_EQ(sync.crossesLoopEnd, crosses) << what;
     }
 }
 
 } // namespace
-} // namespace velnor
+} // namespace velnor::test

@@ -1,13 +1,14 @@
 #include "bridge/tests/TestHost.h"
 
+#include "framework/tests/HostBuffers.h"
 #include "platform/Process.h"
+#include "support/tests/LogFile.h"
 
 #include <gtest/gtest.h>
 
 #include <cstring>
 #include <dlfcn.h>
 #include <filesystem>
-#include <sstream>
 #include <stdexcept>
 
 namespace velnor::test {
@@ -15,40 +16,16 @@ namespace velnor::test {
 namespace {
 
 constexpr const char* kPlatformFolder = sizeof(void*) == 4 ? "i386-linux" : "x86_64-linux";
-constexpr float kUntouched = 99.0F;
-
-/* Forgets where the buffers are: room for so many of them behind a list. */
-struct BufferList {
-    explicit BufferList(std::vector<std::vector<float>>& channels)
-        : bytes(sizeof(AudioBufferList) + channels.size() * sizeof(AudioBuffer)) {
-        list().mNumberBuffers = static_cast<UInt32>(channels.size());
-        for (std::size_t i = 0; i < channels.size(); ++i)
-            list().mBuffers[i] = {1, static_cast<UInt32>(channels[i].size() * sizeof(float)),
-                                  channels[i].data()};
-    }
-    AudioBufferList& list() { return *reinterpret_cast<AudioBufferList*>(bytes.data()); }
-    std::vector<unsigned char> bytes;
-};
 
 std::string textOf(const probe::Call& call) {
-    std::ostringstream text;
-    text << call.words[1];
-    const bool forEngine = call.words[0] != 0;
-    text << (forEngine ? " E" : " 0");
-    for (std::size_t i = 2; i < call.words.size(); ++i) {
-        const bool address = i < 5 && call.words[i] != 0;
-        text << " " << (address ? "ptr" : std::to_string(call.words[i]));
-    }
-    return text.str();
+    std::string text = std::to_string(call.words[1]) + (call.words[0] != 0 ? " E" : " 0");
+    for (std::size_t i = 2; i < call.words.size(); ++i)
+        text += i < 5 && call.words[i] != 0 ? " ptr" : " " + std::to_string(call.words[i]);
+    return text;
 }
 
 probe::Probe& theProbe() {
-    static probe::Probe* const found = [] {
-        void* image = dlopen(executableOf(builtBundle("Probe.engine")).c_str(), RTLD_NOW);
-        if (image == nullptr)
-            throw std::runtime_error(dlerror());
-        return reinterpret_cast<probe::Probe* (*)()>(dlsym(image, "velnorProbe"))();
-    }();
+    static probe::Probe* const found = probeOf(builtBundle("Probe.engine"), RTLD_NOW);
     return *found;
 }
 
@@ -61,6 +38,13 @@ std::string builtBundle(const std::string& name) {
 std::string executableOf(const std::string& bundle) {
     return bundle + "/Contents/" + kPlatformFolder + "/" +
            std::filesystem::path(bundle).stem().string();
+}
+
+probe::Probe* probeOf(const std::string& bundle, int mode) {
+    void* image = dlopen(executableOf(bundle).c_str(), mode);
+    if (image == nullptr)
+        throw std::runtime_error(dlerror());
+    return reinterpret_cast<probe::Probe* (*)()>(dlsym(image, "velnorProbe"))();
 }
 
 TestHost::TestHost() {
@@ -88,15 +72,7 @@ std::string TestHost::logPath(const std::string& file) const {
 }
 
 std::vector<std::string> TestHost::log(const std::string& file) const {
-    std::istringstream text(ReadFile(logPath(file)));
-    std::vector<std::string> lines;
-    for (std::string line; std::getline(text, line);) {
-        const std::size_t thread = line.find(':', 2);
-        const std::size_t time = thread == std::string::npos ? thread : line.find(':', thread + 1);
-        lines.push_back(time == std::string::npos ? line
-                                                  : line.substr(0, 2) + line.substr(time + 1));
-    }
-    return lines;
+    return logMessages(logPath(file));
 }
 
 std::string TestHost::patchedComponent(const std::function<void(ProductRecord&)>& patch) {
@@ -140,6 +116,15 @@ std::vector<probe::Call> callsOf(OrmoOpcode opcode) {
     return calls;
 }
 
+std::vector<MIDIEvent> eventsOf(const probe::Call& call) {
+    const std::string& bytes = call.bytes[0];
+    UInt32 count = 0;
+    std::memcpy(&count, bytes.data(), sizeof count);
+    std::vector<MIDIEvent> events(count);
+    std::memcpy(events.data(), bytes.data() + sizeof count, count * sizeof(MIDIEvent));
+    return events;
+}
+
 Instrument::Instrument(const std::string& bundle) {
     Component component = nullptr;
     UInt32 count = 0;
@@ -156,16 +141,10 @@ void Instrument::close() {
 }
 
 OSStatus Instrument::setFormat(UInt32 bus, UInt32 channels, Float64 rate) {
-    const AudioStreamBasicDescription format = {rate,
-                                                kAudioFormatLinearPCM,
-                                                kAudioFormatFlagIsFloat | kAudioFormatFlagIsPacked |
-                                                    kAudioFormatFlagIsNonInterleaved,
-                                                4,
-                                                1,
-                                                4,
-                                                channels,
-                                                32,
-                                                0};
+    constexpr UInt32 kFlags =
+        kAudioFormatFlagIsFloat | kAudioFormatFlagIsPacked | kAudioFormatFlagIsNonInterleaved;
+    const AudioStreamBasicDescription format = {
+        rate, kAudioFormatLinearPCM, kFlags, 4, 1, 4, channels, 32, 0};
     return AudioUnitSetProperty(mUnit, kAudioUnitProperty_StreamFormat, kAudioUnitScope_Output, bus,
                                 &format, sizeof format);
 }
@@ -187,15 +166,13 @@ OSStatus Instrument::sendMidi(UInt32 status, UInt32 data1, UInt32 data2, SInt32 
 }
 
 Instrument::Audio Instrument::pull(UInt32 bus, UInt32 channels, UInt32 frames, Float64 sampleTime) {
-    Audio audio;
-    audio.channels.assign(channels, std::vector<float>(frames, kUntouched));
-    BufferList buffers(audio.channels);
+    HostBuffers buffers(channels, frames);
     AudioUnitRenderActionFlags flags = 0;
-    AudioTimeStamp time = {};
-    time.mSampleTime = sampleTime;
-    time.mFlags = kAudioTimeStampSampleTimeValid;
-    audio.status = AudioUnitRender(mUnit, &flags, &time, bus, frames, &buffers.list());
+    const AudioTimeStamp time = AtSample(sampleTime);
+    Audio audio{AudioUnitRender(mUnit, &flags, &time, bus, frames, buffers.Get()), {}};
     EXPECT_EQ(flags, 0U); // never claims silence
+    for (UInt32 channel = 0; channel < channels; ++channel)
+        audio.channels.push_back(buffers.Memory(channel));
     return audio;
 }
 

@@ -9,6 +9,8 @@
 #include "platform/tests/AlertRecorder.h"
 #include "platform/tests/TempHome.h"
 
+#include <gtest/gtest.h>
+
 #include <functional>
 #include <optional>
 #include <string>
@@ -48,6 +50,8 @@ public:
     std::string patchedComponent(const std::function<void(ProductRecord&)>& patch);
 };
 
+/* The probe in the bundle, which dlopen loads in this mode. */
+probe::Probe* probeOf(const std::string& bundle, int mode);
 /* The probe that instruments of this process load, its record empty and its behaviour as new. */
 probe::Probe& freshProbe();
 /* The probe's calls as text, a line each: opcode, target and the seven operands in decimal;
@@ -55,6 +59,8 @@ probe::Probe& freshProbe();
 std::vector<std::string> takeCalls();
 /* The calls of one opcode; nothing is cleared. */
 std::vector<probe::Call> callsOf(OrmoOpcode opcode);
+/* The events that a process call brought. */
+std::vector<MIDIEvent> eventsOf(const probe::Call& call);
 
 /* One open instrument. */
 class Instrument {
@@ -87,7 +93,7 @@ public:
         return AudioUnitSetProperty(mUnit, id, scope, 0, &value, sizeof value);
     }
 
-    /* Pulls a bus at a sample time into memory of the host's that was full of 99s. */
+    /* Pulls a bus at a sample time into untouched memory of the host's. */
     struct Audio {
         OSStatus status;
         std::vector<std::vector<float>> channels;
@@ -99,6 +105,19 @@ public:
 private:
     AudioUnit mUnit = nullptr;
     Float64 mSampleTime = 0;
+};
+
+/* A test with the shipped instrument open in a host. */
+struct Opened : testing::Test {
+    TestHost host;
+    Instrument instrument;
+};
+/* The same, ready to render, with no call on the probe's record. */
+struct Playing : Opened {
+    Playing() {
+        EXPECT_EQ(instrument.initialize(), noErr);
+        freshProbe();
+    }
 };
 
 } // namespace velnor::test

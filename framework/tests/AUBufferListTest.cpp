@@ -1,16 +1,15 @@
 #include "framework/AUBufferList.h"
 #include "framework/ExceptionMapping.h"
 #include "framework/StreamFormat.h"
+#include "platform/tests/Testing.h"
 
-#include <gtest/gtest.h>
-
-#include <cstring>
 #include <limits>
 #include <numeric>
-#include <vector>
 
 namespace velnor {
 namespace {
+
+using namespace test;
 
 AudioStreamBasicDescription Format(UInt32 channels, UInt32 version = 2) {
     AudioStreamBasicDescription format = DefaultStreamFormat(version);
@@ -27,32 +26,27 @@ OSStatus StatusOfCall(const Call& call) {
     });
 }
 
-bool IsAligned(const void* data) {
-    return reinterpret_cast<uintptr_t>(data) % 16 == 0;
-}
-
 TEST(AUBufferList, PreparedBuffersAreApartAlignedAndInsideTheAllocation) {
-    struct Case {
-        UInt32 channels, version, frames, buffers, bufferChannels;
-    };
-    for (const Case& c :
-         {Case{2, 2, 1156, 2, 1}, {3, 2, 1, 3, 1}, {3, 1, 5, 1, 3}, {0, 2, 64, 0, 1}}) {
+    for (const auto& [channels, version, frames, expected, bufferChannels] :
+         Rows<UInt32, UInt32, UInt32, UInt32, UInt32>{
+             {2, 2, 1156, 2, 1}, {3, 2, 1, 3, 1}, {3, 1, 5, 1, 3}, {0, 2, 64, 0, 1}}) {
         AUBufferList buffers;
-        const auto format = Format(c.channels, c.version);
-        buffers.Allocate(format, c.frames);
+        const auto format = Format(channels, version);
+        buffers.Allocate(format, frames);
         EXPECT_EQ(buffers.GetState(), AUBufferList::kStateInvalid);
-        const AudioBufferList& list = buffers.PrepareBuffer(format, c.frames);
+        const AudioBufferList& list = buffers.PrepareBuffer(format, frames);
         EXPECT_EQ(buffers.GetState(), AUBufferList::kStateOwn);
-        ASSERT_EQ(list.mNumberBuffers, c.buffers);
+        ASSERT_EQ(list.mNumberBuffers, expected);
         for (UInt32 i = 0; i < list.mNumberBuffers; ++i) {
             const AudioBuffer& buffer = list.mBuffers[i];
-            EXPECT_EQ(buffer.mNumberChannels, c.bufferChannels);
-            EXPECT_EQ(buffer.mDataByteSize, format.mBytesPerFrame * c.frames);
-            EXPECT_TRUE(IsAligned(buffer.mData));
+            EXPECT_EQ(buffer.mNumberChannels, bufferChannels);
+            EXPECT_EQ(buffer.mDataByteSize, format.mBytesPerFrame * frames);
+            EXPECT_EQ(reinterpret_cast<uintptr_t>(buffer.mData) % 16, 0u);
             const auto* const first = static_cast<UInt8*>(list.mBuffers[0].mData);
             const auto* const data = static_cast<UInt8*>(buffer.mData);
             EXPECT_LE(data + buffer.mDataByteSize, first + buffers.GetAllocatedBytes());
-            std::memset(buffer.mData, 0x55, buffer.mDataByteSize); // for the address sanitizer
+            std::fill_n(static_cast<UInt8*>(buffer.mData), buffer.mDataByteSize,
+                        0x55); // for the address sanitizer
         }
     }
 }
@@ -85,21 +79,19 @@ TEST(AUBufferList, RefusesWhatWasNotAllocated) {
 
 TEST(AUBufferList, ImpossibleAllocationFailsAndLeavesTheBuffersUsable) {
     constexpr UInt32 kMost = std::numeric_limits<UInt32>::max();
-    struct Case {
-        UInt32 channels, bytesPerFrame, frames;
-    };
-    for (const Case& c : {Case{kMost, 4, kMost},
-                          {kMost, 4, 1},
-                          {2, kMost, kMost},
-                          {65536, 4, 16384},
-                          {1, 4, kMost},
-                          {1u << 28, 4, 0}}) {
+    for (const auto& [channels, bytesPerFrame, frames] :
+         Rows<UInt32, UInt32, UInt32>{{kMost, 4, kMost},
+                                      {kMost, 4, 1},
+                                      {2, kMost, kMost},
+                                      {65536, 4, 16384},
+                                      {1, 4, kMost},
+                                      {1u << 28, 4, 0}}) {
         AUBufferList buffers;
         buffers.Allocate(Format(2), 64);
-        auto format = Format(c.channels);
-        format.mBytesPerFrame = c.bytesPerFrame;
-        EXPECT_EQ(StatusOfCall([&] { buffers.Allocate(format, c.frames); }), memFullErr)
-            << c.channels << " channels, " << c.frames << " frames";
+        auto format = Format(channels);
+        format.mBytesPerFrame = bytesPerFrame;
+        EXPECT_EQ(StatusOfCall([&] { buffers.Allocate(format, frames); }), memFullErr)
+            << channels << " channels, " << frames << " frames";
         EXPECT_EQ(buffers.PrepareBuffer(Format(2), 64).mNumberBuffers, 2u);
     }
 }
@@ -111,16 +103,13 @@ TEST(AUBufferList, CopiesNeitherPastTheDestinationsBytesNorItsBuffers) {
     auto* const own = static_cast<Float32*>(buffers.PrepareBuffer(mono, 8).mBuffers[0].mData);
     std::iota(own, own + 8, 1.0f);
 
-    struct Case {
-        UInt32 room, copied;
-    };
-    for (const Case& c : {Case{32, 8}, {64, 8}, {12, 3}, {0, 0}}) {
+    for (const auto& [room, copied] : Rows<UInt32, UInt32>{{32, 8}, {64, 8}, {12, 3}, {0, 0}}) {
         std::vector<Float32> place(16, -1.0f);
-        AudioBufferList list{1, {{1, c.room, place.data()}}};
+        AudioBufferList list{1, {{1, room, place.data()}}};
         buffers.CopyBufferContentsTo(list);
-        EXPECT_EQ(list.mBuffers[0].mDataByteSize, c.copied * 4);
+        EXPECT_EQ(list.mBuffers[0].mDataByteSize, copied * 4);
         for (UInt32 i = 0; i < place.size(); ++i) {
-            EXPECT_EQ(place[i], i < c.copied ? own[i] : -1.0f) << c.room;
+            EXPECT_EQ(place[i], i < copied ? own[i] : -1.0f) << room;
         }
     }
     AudioBufferList none{0, {{7, 7, nullptr}}};
@@ -136,25 +125,23 @@ TEST(AUBufferList, CopiesNeitherPastTheDestinationsBytesNorItsBuffers) {
 
 TEST(AUBufferList, ExternalBlockTakesOverAndServesTheFramesThatFit) {
     alignas(16) UInt8 block[256];
-    struct Case {
-        UInt32 channels, frames, size, framesAfter;
-        bool taken;
-    };
-    for (const Case& c : {Case{2, 8, 256, 32, true},
-                          {2, 8, 64, 8, true},
-                          {2, 8, 63, 8, false}, // 48 bytes, rounded down
-                          {2, 4, 48, 4, true},  // 24 bytes for each, of which 16 are aligned
-                          {2, 8, 0, 8, false}}) {
+    for (const auto& [channels, frames, size, framesAfter, taken] :
+         Rows<UInt32, UInt32, UInt32, UInt32, bool>{
+             {2, 8, 256, 32, true},
+             {2, 8, 64, 8, true},
+             {2, 8, 63, 8, false}, // 48 bytes, rounded down
+             {2, 4, 48, 4, true},  // 24 bytes for each, of which 16 are aligned
+             {2, 8, 0, 8, false}}) {
         AUBufferList buffers;
-        const auto format = Format(c.channels);
-        buffers.UseExternalBuffer(format, {block, c.size});
+        const auto format = Format(channels);
+        buffers.UseExternalBuffer(format, {block, size});
         EXPECT_FALSE(buffers.HasExternalMemory()) << "there was no own memory";
-        buffers.Allocate(format, c.frames);
-        buffers.UseExternalBuffer(format, {block, c.size});
-        EXPECT_EQ(buffers.HasExternalMemory(), c.taken) << c.size;
-        EXPECT_EQ(buffers.GetAllocatedFrames(), c.framesAfter) << c.size;
-        const AudioBufferList& list = buffers.PrepareBuffer(format, c.framesAfter);
-        EXPECT_EQ(list.mBuffers[0].mData == block, c.taken);
+        buffers.Allocate(format, frames);
+        buffers.UseExternalBuffer(format, {block, size});
+        EXPECT_EQ(buffers.HasExternalMemory(), taken) << size;
+        EXPECT_EQ(buffers.GetAllocatedFrames(), framesAfter) << size;
+        const AudioBufferList& list = buffers.PrepareBuffer(format, framesAfter);
+        EXPECT_EQ(list.mBuffers[0].mData == block, taken);
         buffers.Allocate(format, 64);
         EXPECT_FALSE(buffers.HasExternalMemory()) << "too small for what is needed now";
     }

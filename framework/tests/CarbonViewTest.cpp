@@ -1,16 +1,13 @@
 #include "framework/AUCarbonViewBase.h"
 #include "framework/ComponentEntryPoint.h"
 #include "platform/tests/FourCharCode.h"
-
-#include <gtest/gtest.h>
+#include "platform/tests/Testing.h"
 
 #include <functional>
 #include <limits>
 
+namespace velnor::test {
 namespace {
-
-using velnor::AUCarbonViewBase;
-using velnor::test::Code;
 
 const auto kUnit = reinterpret_cast<AudioUnit>(std::uintptr_t{0x1000});
 
@@ -28,7 +25,7 @@ public:
 };
 
 ComponentResult TestViewEntry(ComponentParameters* params, void* storage) {
-    return velnor::ComponentEntryPoint<TestView>::Dispatch(params, storage);
+    return ComponentEntryPoint<TestView>::Dispatch(params, storage);
 }
 
 Component TestComponent() {
@@ -132,19 +129,20 @@ TEST_F(CarbonView, FailedCreationAnswersItsStatusAndLeavesNoPane) {
 TEST_F(CarbonView, BadArgumentsCreateNothing) {
     OpenWindow(kWindowNoAttributes);
     gCreateUI = [](TestView&, Float32, Float32) -> OSStatus { throw OSStatus{2}; };
-    const auto create = [&](AudioUnit unit, WindowRef w, ControlRef p, const Float32Point* l,
-                            const Float32Point* s, ControlRef* control) {
-        EXPECT_EQ(AudioUnitCarbonViewCreate(view, unit, w, p, l, s, control), paramErr);
-    };
-    create(nullptr, window, parent, &location, &size, &pane);
-    create(kUnit, nullptr, parent, &location, &size, &pane);
-    create(kUnit, window, nullptr, &location, &size, &pane);
-    create(kUnit, window, parent, nullptr, &size, &pane);
-    create(kUnit, window, parent, &location, nullptr, &pane);
-    create(kUnit, window, parent, &location, &size, nullptr);
-    for (const Float32 bad : {std::numeric_limits<Float32>::quiet_NaN(), 40000.0f, -1.0f}) {
-        const Float32Point badSize = {bad, 10};
-        create(kUnit, window, parent, &location, &badSize, &pane);
+    const Float32 nan = std::numeric_limits<Float32>::quiet_NaN();
+    const Float32Point sizes[] = {{nan, 10}, {40000, 10}, {-1, 10}};
+    for (const auto& [unit, where, inside, at, extent, out] :
+         Rows<AudioUnit, WindowRef, ControlRef, const Float32Point*, const Float32Point*,
+              ControlRef*>{{nullptr, window, parent, &location, &size, &pane},
+                           {kUnit, nullptr, parent, &location, &size, &pane},
+                           {kUnit, window, nullptr, &location, &size, &pane},
+                           {kUnit, window, parent, nullptr, &size, &pane},
+                           {kUnit, window, parent, &location, nullptr, &pane},
+                           {kUnit, window, parent, &location, &size, nullptr},
+                           {kUnit, window, parent, &location, &sizes[0], &pane},
+                           {kUnit, window, parent, &location, &sizes[1], &pane},
+                           {kUnit, window, parent, &location, &sizes[2], &pane}}) {
+        EXPECT_EQ(AudioUnitCarbonViewCreate(view, unit, where, inside, at, extent, out), paramErr);
     }
     EXPECT_EQ(PanesInWindow(), 0);
 }
@@ -200,3 +198,4 @@ TEST_F(CarbonView, ServesOnlyItsOwnSelectors) {
 }
 
 } // namespace
+} // namespace velnor::test

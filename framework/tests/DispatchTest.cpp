@@ -1,25 +1,13 @@
 #include "framework/tests/TestInstrument.h"
 #include "platform/ComponentParameterBlock.h"
 
-#include <gmock/gmock.h>
-
 namespace velnor {
 namespace {
 
-using ::testing::ElementsAre;
 using Call = TestInstrument::Call;
 using Shape = TestInstrument::Shape;
 
 constexpr auto kEntry = ComponentEntryPoint<TestInstrument>::Dispatch;
-
-struct ThrownCase {
-    Throw thrown;
-    OSStatus status;
-};
-constexpr ThrownCase kThrownCases[] = {{Throw::kStatus, kThrownStatus},
-                                       {Throw::kError, kThrownError},
-                                       {Throw::kBadAlloc, memFullErr},
-                                       {Throw::kOther, -1}};
 
 TEST(Dispatch, CanDoCountsTheRenderSelectorsFromInterfaceVersion2On) {
     const OpenInstrument second;
@@ -33,6 +21,8 @@ TEST(Dispatch, CanDoCountsTheRenderSelectorsFromInterfaceVersion2On) {
         EXPECT_EQ(ComponentFunctionImplemented(second, what), always || rendering) << selector;
         EXPECT_EQ(ComponentFunctionImplemented(first, what), always) << selector;
     }
+    const AudioUnitParameterEvent event = {};
+    EXPECT_EQ(AudioUnitScheduleParameters(first, &event, 1), badComponentSelector);
 }
 
 TEST(Dispatch, SelectorsThatNoLayerServesAreBad) {
@@ -63,9 +53,9 @@ TEST(Dispatch, ABlockWithoutRoomForTheArgumentsIsAParameterError) {
 TEST(Dispatch, OpenThatThrowsGivesTheStatusAndLeavesNothing) {
     OpenInstrument::Registration();
     const CFIndex objects = PlatformLiveObjectCount();
-    for (const auto& [thrown, status] : kThrownCases) {
+    for (const auto& [raise, status] : kFailures) {
         for (const Shape& shape :
-             {Shape{.inConstructor = thrown}, Shape{.inPostConstructor = thrown}}) {
+             {Shape{.inConstructor = raise}, Shape{.inPostConstructor = raise}}) {
             const OpenInstrument unit(shape);
             EXPECT_EQ(unit.GetOpenStatus(), status);
             EXPECT_EQ(static_cast<AudioUnit>(unit), nullptr);
@@ -76,21 +66,8 @@ TEST(Dispatch, OpenThatThrowsGivesTheStatusAndLeavesNothing) {
     EXPECT_EQ(CountComponentInstances(OpenInstrument::Registration()), 0);
 }
 
-TEST(Dispatch, CloseCleansUpWhatIsInitializedAndDestroysTheObject) {
-    for (const bool initialized : {false, true}) {
-        OpenInstrument unit;
-        if (initialized) {
-            AudioUnitInitialize(unit);
-        }
-        const int before = TestInstrument::sCleanups;
-        unit.Close();
-        EXPECT_EQ(TestInstrument::sCleanups - before, initialized ? 1 : 0);
-        EXPECT_EQ(TestInstrument::sLive, 0);
-    }
-}
-
-TEST(Dispatch, InitializeAndUninitializeRunOnceForEachChange) {
-    const OpenInstrument unit;
+TEST(Dispatch, InitializeAndUninitializeRunOnceForEachChangeAndCloseCleansUp) {
+    OpenInstrument unit;
     const int cleanups = TestInstrument::sCleanups;
     EXPECT_EQ(AudioUnitUninitialize(unit), noErr);
     EXPECT_EQ(TestInstrument::sCleanups, cleanups);
@@ -106,63 +83,46 @@ TEST(Dispatch, InitializeAndUninitializeRunOnceForEachChange) {
     EXPECT_EQ(AudioUnitUninitialize(unit), noErr);
     EXPECT_EQ(TestInstrument::sCleanups, cleanups + 1);
     EXPECT_FALSE(unit->IsInitialized());
+    unit.Close();
+    EXPECT_EQ(TestInstrument::sCleanups, cleanups + 1);
+    InitializedInstrument().Close();
+    EXPECT_EQ(TestInstrument::sCleanups, cleanups + 2);
+    EXPECT_EQ(TestInstrument::sLive, 0);
 }
 
 TEST(Dispatch, ThrownFailuresBecomeStatuses) {
     const OpenInstrument unit;
     EXPECT_EQ(AudioUnitReset(unit, 2, 1), noErr);
     EXPECT_THAT(unit->TakeCalls(), ElementsAre(Call{"Reset", {2, 1}}));
-    for (const auto& [thrown, status] : kThrownCases) {
-        unit->mThrow = thrown;
+    for (const auto& [raise, status] : kFailures) {
+        unit->mRaise = raise;
         EXPECT_EQ(AudioUnitReset(unit, 0, 0), status);
     }
 }
 
-TEST(Dispatch, AnswersTheVersionAndTheRegisteredCodes) {
-    const OpenInstrument unit;
-    EXPECT_EQ(GetComponentVersion(unit), 0x00020305);
-    ComponentDescription description = {};
-    EXPECT_EQ(unit->GetComponentDescription(description), noErr);
-    EXPECT_EQ(description.componentSubType, kTestSubType);
-    EXPECT_EQ(TestInstrument(nullptr).GetComponentDescription(description), invalidComponentID);
-    EXPECT_EQ(TestInstrument(nullptr).ComponentBase::Version(), 1);
-}
-
 TEST(Dispatch, ParametersAreStoredByElement) {
-    const OpenInstrument unit({.outputs = 2, .groups = 16, .indexedParameters = 0});
+    const OpenInstrument byId({.outputs = 2, .groups = 16});
+    const OpenInstrument indexed({.indexedParameters = 3});
+    EXPECT_EQ(AudioUnitSetParameter(byId, 7, 0, 0, 0.25f, 99), noErr);
+    EXPECT_EQ(byId.Parameter(7), 0.25f);
+    EXPECT_EQ(indexed.Parameter(2), 0);
+    EXPECT_EQ(AudioUnitSetParameter(indexed, 2, 0, 0, 4, 0), noErr);
+    EXPECT_EQ(indexed.Parameter(2), 4);
     Float32 value = 0;
-    EXPECT_EQ(AudioUnitSetParameter(unit, 7, 0, 0, 0.25f, 99), noErr);
-    EXPECT_EQ(AudioUnitGetParameter(unit, 7, 0, 0, &value), noErr);
-    EXPECT_EQ(value, 0.25f);
-    struct Case {
-        AudioUnitParameterID id;
-        AudioUnitScope scope;
-        AudioUnitElement element;
-        OSStatus get, set;
-    };
-    for (const Case& c : {Case{8, 0, 0, kAudioUnitErr_InvalidParameter, noErr},
-                          {7, 2, 5, kAudioUnitErr_InvalidElement, kAudioUnitErr_InvalidElement},
-                          {7, 3, 0, kAudioUnitErr_InvalidScope, kAudioUnitErr_InvalidScope},
-                          {7, 5, 0, kAudioUnitErr_InvalidScope, kAudioUnitErr_InvalidScope}}) {
-        EXPECT_EQ(AudioUnitGetParameter(unit, c.id, c.scope, c.element, &value), c.get) << c.scope;
-        EXPECT_EQ(AudioUnitSetParameter(unit, c.id, c.scope, c.element, 1, 0), c.set) << c.scope;
+    for (const auto& [unit, id, scope, element, get, set] :
+         Rows<const OpenInstrument&, UInt32, UInt32, UInt32, OSStatus, OSStatus>{
+             {byId, 8, 0, 0, kAudioUnitErr_InvalidParameter, noErr},
+             {byId, 7, 2, 5, kAudioUnitErr_InvalidElement, kAudioUnitErr_InvalidElement},
+             {byId, 7, 3, 0, kAudioUnitErr_InvalidScope, kAudioUnitErr_InvalidScope},
+             {byId, 7, 5, 0, kAudioUnitErr_InvalidScope, kAudioUnitErr_InvalidScope},
+             {indexed, 3, 0, 0, kAudioUnitErr_InvalidParameter, kAudioUnitErr_InvalidParameter}}) {
+        EXPECT_EQ(AudioUnitGetParameter(unit, id, scope, element, &value), get) << scope;
+        EXPECT_EQ(AudioUnitSetParameter(unit, id, scope, element, 1, 0), set) << scope;
     }
-    EXPECT_EQ(AudioUnitGetParameter(unit, 7, 0, 0, nullptr), paramErr);
+    EXPECT_EQ(AudioUnitGetParameter(byId, 7, 0, 0, nullptr), paramErr);
 }
 
-TEST(Dispatch, IndexedParametersEndAtTheirCount) {
-    const OpenInstrument unit({.indexedParameters = 3});
-    Float32 value = -1;
-    EXPECT_EQ(AudioUnitGetParameter(unit, 2, 0, 0, &value), noErr);
-    EXPECT_EQ(value, 0);
-    EXPECT_EQ(AudioUnitSetParameter(unit, 2, 0, 0, 4, 0), noErr);
-    EXPECT_EQ(AudioUnitGetParameter(unit, 2, 0, 0, &value), noErr);
-    EXPECT_EQ(value, 4);
-    EXPECT_EQ(AudioUnitGetParameter(unit, 3, 0, 0, &value), kAudioUnitErr_InvalidParameter);
-    EXPECT_EQ(AudioUnitSetParameter(unit, 3, 0, 0, 4, 0), kAudioUnitErr_InvalidParameter);
-}
-
-TEST(Dispatch, RenderAndItsNotificationsRefuseNullArguments) {
+TEST(Dispatch, RenderAndListenersRefuseNullArguments) {
     const OpenInstrument unit;
     const AudioTimeStamp time = {};
     AudioBufferList list = {};
@@ -171,18 +131,6 @@ TEST(Dispatch, RenderAndItsNotificationsRefuseNullArguments) {
     EXPECT_EQ(AudioUnitRender(unit, nullptr, &time, 0, 0, &list), kAudioUnitErr_Uninitialized);
     EXPECT_EQ(AudioUnitAddRenderNotify(unit, nullptr, nullptr), paramErr);
     EXPECT_EQ(AudioUnitAddPropertyListener(unit, 8, nullptr, nullptr), paramErr);
-}
-
-TEST(Dispatch, ScheduledParametersNeedInterfaceVersion2) {
-    const AudioUnitParameterEvent event = {
-        0, 0, 7, kParameterEvent_Immediate, {.immediate = {0, 2.0f}}};
-    Float32 value = 0;
-    const OpenInstrument second;
-    EXPECT_EQ(AudioUnitScheduleParameters(second, &event, 1), noErr);
-    EXPECT_EQ(AudioUnitGetParameter(second, 7, 0, 0, &value), noErr);
-    EXPECT_EQ(value, 2);
-    const OpenInstrument first({.interfaceVersion = 1});
-    EXPECT_EQ(AudioUnitScheduleParameters(first, &event, 1), badComponentSelector);
 }
 
 } // namespace

@@ -4,8 +4,7 @@
 
 #include "platform/AudioUnit.h"
 
-#include <cstdlib>
-#include <memory>
+#include <cstddef>
 #include <vector>
 
 namespace velnor {
@@ -23,19 +22,17 @@ public:
 
     /// Each with room for inFrames frames, or with null data.
     HostBuffers(UInt32 inBuffers, UInt32 inFrames, bool inHaveMemory = true)
-        : mMemory(inBuffers, std::vector<Float32>(inFrames, kUntouched)),
-          mList(static_cast<AudioBufferList*>(
-              std::calloc(1, sizeof(AudioBufferList) + inBuffers * sizeof(AudioBuffer)))) {
-        mList->mNumberBuffers = inBuffers;
+        : mMemory(inBuffers, std::vector<Float32>(inFrames, kUntouched)), mList(1 + inBuffers) {
+        Get()->mNumberBuffers = inBuffers;
         for (UInt32 i = 0; i < inBuffers; ++i) {
             Buffer(i) = {1, inFrames * UInt32{sizeof(Float32)},
                          inHaveMemory ? mMemory[i].data() : nullptr};
         }
     }
 
-    AudioBufferList* Get() { return mList.get(); }
+    AudioBufferList* Get() { return reinterpret_cast<AudioBufferList*>(mList.data()); }
     AudioBuffer& Buffer(UInt32 inIndex) {
-        AudioBuffer* const buffers = mList->mBuffers;
+        AudioBuffer* const buffers = Get()->mBuffers;
         return buffers[inIndex];
     }
     /// What a host would hear.
@@ -51,11 +48,8 @@ public:
     }
 
 private:
-    struct Free {
-        void operator()(void* inBlock) const { std::free(inBlock); }
-    };
     std::vector<std::vector<Float32>> mMemory;
-    std::unique_ptr<AudioBufferList, Free> mList;
+    std::vector<AudioBufferList> mList; ///< the first one's array goes on in the others
 };
 
 } // namespace velnor

@@ -1,8 +1,5 @@
 #include "framework/FastEntries.h"
-#include "framework/tests/HostBuffers.h"
 #include "framework/tests/TestInstrument.h"
-
-#include <gmock/gmock.h>
 
 #include <cmath>
 #include <limits>
@@ -10,40 +7,30 @@
 namespace velnor {
 namespace {
 
-using ::testing::ElementsAre;
-using ::testing::IsEmpty;
 using Call = TestInstrument::Call;
 
 constexpr Float64 kGroupsOwn = kGroupInstrument;
 
-struct MidiCase {
-    UInt32 status, data1, data2;
-    Call call;
-};
-const MidiCase kMidiCases[] = {{0x85, 60, 40, {"StopNote", {5, 60, 9}}},
-                               {0x93, 60, 40, {"StartNote", {kGroupsOwn, 3, 9, 60, 40}}},
-                               {0x9F, 61, 0, {"StopNote", {15, 61, 9}}},
-                               {0xA1, 62, 7, {"PolyPressure", {1, 62, 7, 9}}},
-                               {0xB2, 119, 8, {"ControlChange", {2, 119, 8, 9}}},
-                               {0xB2, 120, 0, {"AllSoundOff", {2}}},
-                               {0xB2, 121, 0, {"ResetAllControllers", {2}}},
-                               {0xB2, 122, 1, {"ControlChange", {2, 122, 1, 9}}},
-                               {0xB2, 123, 0, {"AllNotesOff", {2}}},
-                               {0xC4, 11, 0, {"ProgramChange", {4, 11}}},
-                               {0xD5, 12, 0, {"ChannelPressure", {5, 12, 9}}},
-                               {0xE6, 1, 64, {"PitchWheel", {6, 1, 64, 9}}}};
-
 TEST(Midi, EachCommandReachesItsHandlerByTheSelectorAndByTheFastEntry) {
-    const OpenInstrument unit;
-    AudioUnitInitialize(unit);
-    MusicDeviceMIDIEventProc fast = nullptr;
-    ASSERT_EQ(unit.Get(kAudioUnitProperty_FastDispatch, 0, kMusicDeviceMIDIEventSelect, fast),
-              noErr);
-    unit->TakeCalls();
-    for (const MidiCase& c : kMidiCases) {
-        EXPECT_EQ(MusicDeviceMIDIEvent(unit, c.status, c.data1, c.data2, 9), noErr);
-        EXPECT_EQ(fast(unit.Storage(), c.status, c.data1, c.data2, 9), noErr);
-        EXPECT_THAT(unit->TakeCalls(), ElementsAre(c.call, c.call)) << c.status;
+    const InitializedInstrument unit;
+    const auto fast = unit.Value<MusicDeviceMIDIEventProc>(kAudioUnitProperty_FastDispatch, kGlobal,
+                                                           kMusicDeviceMIDIEventSelect);
+    for (const auto& [status, data1, data2, call] : Rows<UInt32, UInt32, UInt32, Call>{
+             {0x85, 60, 40, {"StopNote", {5, 60, 9}}},
+             {0x93, 60, 40, {"StartNote", {kGroupsOwn, 3, 9, 60, 40}}},
+             {0x9F, 61, 0, {"StopNote", {15, 61, 9}}},
+             {0xA1, 62, 7, {"PolyPressure", {1, 62, 7, 9}}},
+             {0xB2, 119, 8, {"ControlChange", {2, 119, 8, 9}}},
+             {0xB2, 120, 0, {"AllSoundOff", {2}}},
+             {0xB2, 121, 0, {"ResetAllControllers", {2}}},
+             {0xB2, 122, 1, {"ControlChange", {2, 122, 1, 9}}},
+             {0xB2, 123, 0, {"AllNotesOff", {2}}},
+             {0xC4, 11, 0, {"ProgramChange", {4, 11}}},
+             {0xD5, 12, 0, {"ChannelPressure", {5, 12, 9}}},
+             {0xE6, 1, 64, {"PitchWheel", {6, 1, 64, 9}}}}) {
+        EXPECT_EQ(MusicDeviceMIDIEvent(unit, status, data1, data2, 9), noErr);
+        EXPECT_EQ(fast(unit.Storage(), status, data1, data2, 9), noErr);
+        EXPECT_THAT(unit->TakeCalls(), ElementsAre(call, call)) << status;
     }
     for (const UInt32 status : {0x00u, 0x7Fu, 0xF0u, 0xFFu}) {
         EXPECT_EQ(MusicDeviceMIDIEvent(unit, status, 1, 2, 0), noErr);
@@ -68,9 +55,7 @@ TEST(Midi, AnUninitializedInstrumentRefusesEventsAndNotes) {
 }
 
 TEST(Midi, NotesFromTheHostStartUnlessTheirVelocityIs0) {
-    const OpenInstrument unit;
-    AudioUnitInitialize(unit);
-    unit->TakeCalls();
+    const InitializedInstrument unit;
     NoteInstanceID id = 0;
     MusicDeviceNoteParams note = {2, 60.5f, 100, {}};
     EXPECT_EQ(MusicDeviceStartNote(unit, 3, 4, &id, 5, &note), noErr);
@@ -80,11 +65,11 @@ TEST(Midi, NotesFromTheHostStartUnlessTheirVelocityIs0) {
     EXPECT_THAT(unit->TakeCalls(), ElementsAre(Call{"StartNote", {3, 4, 5, 60.5, 100}},
                                                Call{"StartNote", {3, 4, 5, 60.5, 100}}));
     note = {2, 0, 0, {}};
-    for (const auto& [pitch, instance] : std::initializer_list<std::pair<Float32, Float64>>{
-             {60.9f, 60},
-             {-3, 0},
-             {std::nanf(""), 0},
-             {std::numeric_limits<Float32>::infinity(), 4294967295.0}}) {
+    for (const auto& [pitch, instance] :
+         Rows<Float32, Float64>{{60.9f, 60},
+                                {-3, 0},
+                                {std::nanf(""), 0},
+                                {std::numeric_limits<Float32>::infinity(), 4294967295.0}}) {
         note.mPitch = pitch;
         EXPECT_EQ(MusicDeviceStartNote(unit, 3, 4, &id, 5, &note), noErr);
         EXPECT_THAT(unit->TakeCalls(), ElementsAre(Call{"StopNote", {4, instance, 5}})) << pitch;
@@ -93,16 +78,13 @@ TEST(Midi, NotesFromTheHostStartUnlessTheirVelocityIs0) {
     note = {2, 70, 1, {}};
     EXPECT_EQ(MusicDeviceStartNote(unit, 3, 4, &id, 5, &note), -6);
     EXPECT_EQ(id, 1060u) << "a note that did not start has no name";
-}
-
-TEST(Midi, TheRemainingSelectorsOfMusicDevices) {
-    const OpenInstrument unit;
+    unit->TakeCalls();
+    EXPECT_EQ(MusicDeviceStopNote(unit, 3, 4, 5), noErr);
     EXPECT_EQ(MusicDevicePrepareInstrument(unit, 1), noErr);
     EXPECT_EQ(MusicDeviceReleaseInstrument(unit, 2), noErr);
-    EXPECT_EQ(MusicDeviceStopNote(unit, 3, 4, 5), noErr);
     EXPECT_THAT(unit->TakeCalls(),
-                ElementsAre(Call{"PrepareInstrument", {1}}, Call{"ReleaseInstrument", {2}},
-                            Call{"StopNote", {3, 4, 5}}));
+                ElementsAre(Call{"StopNote", {3, 4, 5}}, Call{"PrepareInstrument", {1}},
+                            Call{"ReleaseInstrument", {2}}));
 }
 
 TEST(FastEntries, AreHandedOutByElementInTheGlobalScope) {
@@ -124,16 +106,12 @@ TEST(FastEntries, AreHandedOutByElementInTheGlobalScope) {
 }
 
 TEST(FastEntries, CheckTheirArgumentsAndMapWhatIsThrown) {
-    const OpenInstrument unit;
-    AudioUnitInitialize(unit);
-    AudioUnitGetParameterProc get = nullptr;
-    AudioUnitSetParameterProc set = nullptr;
-    AudioUnitRenderProc render = nullptr;
-    MusicDeviceMIDIEventProc midi = nullptr;
-    ASSERT_EQ(unit.Get(kAudioUnitProperty_FastDispatch, 0, 6, get), noErr);
-    ASSERT_EQ(unit.Get(kAudioUnitProperty_FastDispatch, 0, 7, set), noErr);
-    ASSERT_EQ(unit.Get(kAudioUnitProperty_FastDispatch, 0, 14, render), noErr);
-    ASSERT_EQ(unit.Get(kAudioUnitProperty_FastDispatch, 0, 0x101, midi), noErr);
+    const InitializedInstrument unit;
+    constexpr auto kFast = kAudioUnitProperty_FastDispatch;
+    const auto get = unit.Value<AudioUnitGetParameterProc>(kFast, kGlobal, 6);
+    const auto set = unit.Value<AudioUnitSetParameterProc>(kFast, kGlobal, 7);
+    const auto render = unit.Value<AudioUnitRenderProc>(kFast, kGlobal, 14);
+    const auto midi = unit.Value<MusicDeviceMIDIEventProc>(kFast, kGlobal, 0x101);
     void* const storage = unit.Storage();
     const AudioTimeStamp time = AtSample(0);
     HostBuffers host(2, 16);
@@ -155,7 +133,7 @@ TEST(FastEntries, CheckTheirArgumentsAndMapWhatIsThrown) {
     EXPECT_EQ(get(storage, 8, 0, 0, &value), kAudioUnitErr_InvalidParameter);
     EXPECT_EQ(set(storage, 8, 9, 0, 3, 0), kAudioUnitErr_InvalidScope);
     EXPECT_EQ(render(storage, nullptr, &time, 1, 16, host.Get()), kAudioUnitErr_InvalidElement);
-    unit->mThrow = Throw::kBadAlloc;
+    unit->mRaise = [] { throw std::bad_alloc(); };
     EXPECT_EQ(midi(storage, 0x90, 60, 1, 0), memFullErr);
 }
 

@@ -1,12 +1,8 @@
 #include "framework/ParameterMap.h"
 #include "framework/ParameterEventSort.h"
+#include "platform/tests/Testing.h"
 
-#include <gtest/gtest.h>
-
-#include <algorithm>
 #include <random>
-#include <thread>
-#include <vector>
 
 namespace velnor {
 namespace {
@@ -21,9 +17,7 @@ TEST(ParameterMap, FindsWhatWasInsertedAndListsItInAscendingOrder) {
         EXPECT_EQ(map.Find(id), &event);
         EXPECT_EQ(event.GetValue(), static_cast<Float32>(id));
     }
-    auto sorted = ids;
-    std::sort(sorted.begin(), sorted.end());
-    EXPECT_EQ(map.Ids(), sorted);
+    EXPECT_THAT(map.Ids(), testing::ElementsAre(0, 1, 4, 5, 0x7FFFFFFF, 0x80000000, 0xFFFFFFFF));
     EXPECT_EQ(map.Find(2), nullptr);
 }
 
@@ -57,11 +51,8 @@ TEST(ParameterEventSort, OrdersByStartAndKeepsTheOrderOfEqualOnes) {
             events.push_back(event);
         }
         SortByStart(events.data(), events.data() + events.size());
-        EXPECT_TRUE(std::is_sorted(events.begin(), events.end(), [](auto& a, auto& b) {
-            const auto key = [](auto& e) {
-                return std::pair(StartOf(e), e.eventValues.ramp.durationInFrames);
-            };
-            return key(a) < key(b);
+        EXPECT_TRUE(std::ranges::is_sorted(events, {}, [](const AudioUnitParameterEvent& event) {
+            return std::pair(StartOf(event), event.eventValues.ramp.durationInFrames);
         })) << count;
     }
 }

@@ -1,14 +1,8 @@
 #include "framework/tests/TestInstrument.h"
 
-#include <gmock/gmock.h>
-
-#include <cstring>
-
 namespace velnor {
 namespace {
 
-using ::testing::Each;
-using ::testing::ElementsAre;
 using Call = TestInstrument::Call;
 using Format = AudioStreamBasicDescription;
 
@@ -103,27 +97,23 @@ TEST(Properties, RefuseMissingElementsAndTheDirectionTheyDoNotHave) {
 TEST(Properties, WritesOfAWrongSizeAreRefused) {
     const OpenInstrument unit(kEveryScope);
     const UInt8 bytes[512] = {};
-    struct Case {
-        AudioUnitPropertyID id;
-        UInt32 size;
-    };
     constexpr UInt32 kPointer = sizeof(void*);
-    for (const auto& [id, size] : {Case{0, kPointer - 1},
-                                   {0, kPointer + 1},
-                                   {1, 11},
-                                   {2, 7},
-                                   {8, 35},
-                                   {11, 3},
-                                   {11, 8},
-                                   {14, 3},
-                                   {14, 8},
-                                   {15, 2 * kPointer - 1},
-                                   {19, 11},
-                                   {23, 2 * kPointer - 1},
-                                   {25, kPointer - 1},
-                                   {28, 2 * kPointer - 1},
-                                   {30, kPointer + 1},
-                                   {36, 1}}) {
+    for (const auto& [id, size] : Rows<AudioUnitPropertyID, UInt32>{{0, kPointer - 1},
+                                                                    {0, kPointer + 1},
+                                                                    {1, 11},
+                                                                    {2, 7},
+                                                                    {8, 35},
+                                                                    {11, 3},
+                                                                    {11, 8},
+                                                                    {14, 3},
+                                                                    {14, 8},
+                                                                    {15, 2 * kPointer - 1},
+                                                                    {19, 11},
+                                                                    {23, 2 * kPointer - 1},
+                                                                    {25, kPointer - 1},
+                                                                    {28, 2 * kPointer - 1},
+                                                                    {30, kPointer + 1},
+                                                                    {36, 1}}) {
         const AudioUnitScope scope = id == 19 ? 2u : id == 23 ? 1u : 0u;
         EXPECT_EQ(AudioUnitSetProperty(unit, id, scope, 0, bytes, size),
                   kAudioUnitErr_InvalidPropertyValue)
@@ -133,8 +123,7 @@ TEST(Properties, WritesOfAWrongSizeAreRefused) {
 
 TEST(Properties, GetCutsAValueThatDoesNotFit) {
     const OpenInstrument unit;
-    Format whole = {};
-    ASSERT_EQ(unit.Get(kAudioUnitProperty_StreamFormat, 2, 0, whole), noErr);
+    const auto whole = unit.Value<Format>(kAudioUnitProperty_StreamFormat, 2);
     UInt8 buffer[64];
     for (UInt32 room = 1; room <= sizeof buffer; ++room) {
         std::memset(buffer, 0xEE, sizeof buffer);
@@ -152,7 +141,7 @@ TEST(Properties, ReadsHandTheCallerAReferenceUnlessItIsCutAway) {
     const CFIndex objects = PlatformLiveObjectCount();
     {
         const OpenInstrument unit;
-        const auto name = Text("Name");
+        const auto name = String("Name");
         for (const AudioUnitPropertyID id : {25u, 30u}) {
             ASSERT_EQ(unit.Set(id, 0, 0, name.Get()), noErr);
         }
@@ -182,10 +171,10 @@ TEST(Properties, GetAnswersSizesAndFailures) {
     size = 4;
     EXPECT_EQ(AudioUnitGetProperty(unit, 8, 2, 9, &value, &size), kAudioUnitErr_InvalidElement);
     EXPECT_EQ(size, 4u) << "the info failed, not the fetch";
-    unit->mThrow = Throw::kError;
+    unit->mRaise = kFailures[1].first;
     for (const UInt32 room : {4u, 2u}) {
         size = room;
-        EXPECT_EQ(AudioUnitGetProperty(unit, 26, 0, 0, &value, &size), kThrownError);
+        EXPECT_EQ(AudioUnitGetProperty(unit, 26, 0, 0, &value, &size), kFailures[1].second);
         EXPECT_EQ(size, 0u);
     }
 }
@@ -198,7 +187,7 @@ TEST(Properties, SetTakesDataOrRemovesTheValue) {
     EXPECT_EQ(AudioUnitSetProperty(unit, 14, 0, 0, nullptr, 0), kNone);
     EXPECT_EQ(AudioUnitSetProperty(unit, 25, 1, 0, nullptr, 0), kScope);
     HostCallbackInfo callbacks = {&callbacks, nullptr, nullptr, nullptr};
-    CFStringRef name = Text("Name").Detach();
+    CFStringRef name = String("Name").Detach();
     ASSERT_EQ(unit.Set(27, 0, 0, callbacks), noErr);
     ASSERT_EQ(unit.Set(25, 0, 0, name), noErr);
     ASSERT_EQ(unit.Set(30, 2, 0, name), noErr);
@@ -226,35 +215,23 @@ TEST(Properties, NamesMustBeStrings) {
 
 TEST(Properties, ReadWhatTheUnitAnswers) {
     const OpenInstrument unit(kEveryScope);
-    Float64 seconds = 0;
-    UInt32 number = 0;
-    EXPECT_EQ(unit.Get(12, 0, 0, seconds), noErr);
-    EXPECT_EQ(seconds, 0.25);
-    EXPECT_EQ(unit.Get(20, 0, 0, seconds), noErr);
-    EXPECT_EQ(seconds, 1.5);
-    EXPECT_EQ(unit.Get(1000, 0, 0, number), noErr);
-    EXPECT_EQ(number, 5u);
-    AUChannelInfo infos[2] = {};
-    EXPECT_EQ(unit.Get(13, 0, 0, infos), noErr);
-    EXPECT_EQ(infos[1].outChannels, -16);
-    ComponentDescription editors[2] = {};
-    EXPECT_EQ(unit.Get(18, 0, 0, editors), noErr);
-    EXPECT_EQ(editors[1].componentSubType, 3u);
-    AudioChannelLayoutTag tags[2] = {};
-    EXPECT_EQ(unit.Get(32, 2, 1, tags), noErr);
-    EXPECT_EQ(tags[1], UInt32{kAudioChannelLayoutTag_Mono});
-    AudioChannelLayout layout = {};
-    EXPECT_EQ(unit.Get(19, 2, 1, layout), noErr);
-    EXPECT_EQ(layout.mChannelLayoutTag, UInt32{kAudioChannelLayoutTag_Stereo});
-    AudioUnitParameterInfo info = {};
-    EXPECT_EQ(unit.Get(4, 0, 7, info), noErr);
+    EXPECT_EQ(unit.Value<Float64>(12), 0.25);
+    EXPECT_EQ(unit.Value<Float64>(20), 1.5);
+    EXPECT_EQ(unit.Value<UInt32>(1000), 5u);
+    using Infos = std::array<AUChannelInfo, 2>;
+    EXPECT_EQ(unit.Value<Infos>(13)[1].outChannels, -16);
+    using Editors = std::array<ComponentDescription, 2>;
+    EXPECT_EQ(unit.Value<Editors>(18)[1].componentSubType, 3u);
+    using Words = std::array<UInt32, 2>;
+    EXPECT_EQ(unit.Value<Words>(32, 2, 1)[1], UInt32{kAudioChannelLayoutTag_Mono});
+    EXPECT_EQ(unit.Value<AudioChannelLayout>(19, 2, 1).mChannelLayoutTag,
+              UInt32{kAudioChannelLayoutTag_Stereo});
+    auto info = unit.Value<AudioUnitParameterInfo>(4, 0, 7);
     EXPECT_STREQ(info.name, "Cutoff");
     EXPECT_EQ(unit.Get(4, 0, 8, info), kAudioUnitErr_InvalidParameter);
-    AudioUnitParameterID ids[2] = {};
     AudioUnitSetParameter(unit, 9, 4, 0, 1, 0);
     AudioUnitSetParameter(unit, 2, 4, 0, 1, 0);
-    EXPECT_EQ(unit.Get(3, 4, 0, ids), noErr);
-    EXPECT_THAT(ids, ElementsAre(2, 9));
+    EXPECT_THAT(unit.Value<Words>(3, 4), ElementsAre(2, 9));
 }
 
 TEST(Properties, HostCallbacksOfAnySizeAreStored) {
@@ -265,32 +242,26 @@ TEST(Properties, HostCallbacksOfAnySizeAreStored) {
         EXPECT_EQ(AudioUnitSetProperty(unit, 27, 0, 0, given, size), noErr);
         UInt8 expected[sizeof(HostCallbackInfo)] = {};
         std::memcpy(expected, given, std::min<std::size_t>(size, sizeof expected));
-        HostCallbackInfo stored = {};
-        EXPECT_EQ(unit.Get(27, 0, 0, stored), noErr);
+        const auto stored = unit.Value<HostCallbackInfo>(27);
         EXPECT_EQ(std::memcmp(&stored, expected, sizeof stored), 0) << size;
     }
 }
 
-struct Change {
-    AudioUnitPropertyID id;
-    AudioUnitScope scope;
-    AudioUnitElement element;
-    bool operator==(const Change&) const = default;
-};
-using Changes = std::vector<Change>;
+/// Property, scope and element.
+using Change = std::array<UInt32, 3>;
 
 void NoteChange(void* inChanges, AudioUnit, AudioUnitPropertyID inID, AudioUnitScope inScope,
                 AudioUnitElement inElement) {
-    static_cast<Changes*>(inChanges)->push_back({inID, inScope, inElement});
+    static_cast<std::vector<Change>*>(inChanges)->push_back({inID, inScope, inElement});
 }
 
 TEST(Properties, WritesThatChangeAValueTellTheListeners) {
     const OpenInstrument unit(kEveryScope);
-    Changes changes;
+    std::vector<Change> changes;
     for (const AudioUnitPropertyID id : {2u, 8u, 11u, 14u, 19u, 25u, 28u, 30u, 36u}) {
         AudioUnitAddPropertyListener(unit, id, NoteChange, &changes);
     }
-    const auto name = Text("Name");
+    const auto name = String("Name");
     const AudioChannelLayout layout = {};
     unit.Set(2, 2, 1, 48000.0);
     unit.Set(2, 2, 1, 48000.0); // no change
@@ -303,18 +274,12 @@ TEST(Properties, WritesThatChangeAValueTellTheListeners) {
     unit.Set(36, 0, 0, AUPreset{2, nullptr});
     EXPECT_EQ(unit.Set(36, 0, 0, AUPreset{3, nullptr}), kNone);
     EXPECT_EQ(unit.Set(36, 0, 0, AUPreset{-1, nullptr}), kAudioUnitErr_InvalidPropertyValue);
-    EXPECT_EQ(changes, (Changes{{8, 2, 1},
-                                {11, 3, 1},
-                                {14, 0, 0},
-                                {19, 2, 1},
-                                {25, 0, 0},
-                                {30, 4, 0},
-                                {28, 0, 0},
-                                {36, 0, 0},
-                                {28, 0, 0},
-                                {36, 0, 0}}));
+    EXPECT_THAT(changes,
+                ElementsAre(Change{8, 2, 1}, Change{11, 3, 1}, Change{14, 0, 0}, Change{19, 2, 1},
+                            Change{25, 0, 0}, Change{30, 4, 0}, Change{28, 0, 0}, Change{36, 0, 0},
+                            Change{28, 0, 0}, Change{36, 0, 0}));
     EXPECT_EQ(unit->GetCurrentPreset().presetNumber, 2);
-    EXPECT_TRUE(CFEqual(unit->GetCurrentPreset().presetName, Text("Factory").Get()));
+    EXPECT_TRUE(CFEqual(unit->GetCurrentPreset().presetName, String("Factory").Get()));
     EXPECT_EQ(unit->GetScope(3).GetNumberOfElements(), 4u);
 }
 
@@ -327,55 +292,44 @@ TEST(Properties, ElementCountsGrowAndShrinkWhereTheUnitAllowsIt) {
     EXPECT_EQ(unit.Set(11, 2, 0, UInt32{0xFFFFFFFF}), kAudioUnitErr_InvalidPropertyValue);
     unit->mOffersAll = false;
     EXPECT_EQ(unit.Set(11, 2, 0, UInt32{4}), kAudioUnitErr_PropertyNotWritable);
-    UInt32 count = 0;
-    EXPECT_EQ(unit.Get(11, 2, 0, count), noErr);
-    EXPECT_EQ(count, 2u);
+    EXPECT_EQ(unit.Value<UInt32>(11, 2), 2u);
 }
 
 TEST(Properties, OnlyCanonicalFormatsAreTaken) {
-    struct Case {
-        UInt32 Format::* field;
-        UInt32 value;
-        OSStatus second,
-            first; ///< at interface version 2, whose default is {4, 1, 4, 2, 32}, and 1
-    };
     constexpr OSStatus kBad = kAudioUnitErr_FormatNotSupported;
-    const OpenInstrument second;
-    const OpenInstrument first({.interfaceVersion = 1});
-    Format base[2] = {};
-    ASSERT_EQ(second.Get(8, 0, 0, base[0]), noErr);
-    ASSERT_EQ(first.Get(8, 0, 0, base[1]), noErr);
-    EXPECT_EQ(base[0].mFormatFlags, 41u);
-    EXPECT_EQ(base[1].mFormatFlags, 9u);
-    EXPECT_EQ(base[1].mBytesPerFrame, 8u);
-    for (const Case& c : {Case{&Format::mFormatID, 1, kBad, kBad},
-                          {&Format::mFramesPerPacket, 2, kBad, kBad},
-                          {&Format::mBytesPerPacket, 12, kBad, kBad},
-                          {&Format::mBytesPerFrame, 12, kBad, kBad},
-                          {&Format::mBitsPerChannel, 24, kBad, kBad},
-                          {&Format::mFormatFlags, 40, kBad, kBad},
-                          {&Format::mFormatFlags, 43, kBad, kBad},
-                          {&Format::mFormatFlags, 33, noErr, kBad},
-                          {&Format::mFormatFlags, 1, kBad, noErr},
-                          {&Format::mChannelsPerFrame, 6, noErr, kBad}}) {
+    const OpenInstrument units[] = {OpenInstrument({.interfaceVersion = 1}), OpenInstrument()};
+    const Format base[] = {units[0].Value<Format>(8), units[1].Value<Format>(8)};
+    EXPECT_EQ(base[0].mFormatFlags, 9u);
+    EXPECT_EQ(base[0].mBytesPerFrame, 8u);
+    EXPECT_EQ(base[1].mFormatFlags, 41u);
+    // The statuses are those at interface versions 1 and 2.
+    for (const auto& [field, value, first, second] :
+         Rows<UInt32 Format::*, UInt32, OSStatus, OSStatus>{
+             {&Format::mFormatID, 1, kBad, kBad},
+             {&Format::mFramesPerPacket, 2, kBad, kBad},
+             {&Format::mBytesPerPacket, 12, kBad, kBad},
+             {&Format::mBytesPerFrame, 12, kBad, kBad},
+             {&Format::mBitsPerChannel, 24, kBad, kBad},
+             {&Format::mFormatFlags, 40, kBad, kBad},
+             {&Format::mFormatFlags, 43, kBad, kBad},
+             {&Format::mFormatFlags, 33, kBad, noErr},
+             {&Format::mFormatFlags, 1, noErr, kBad},
+             {&Format::mChannelsPerFrame, 6, kBad, noErr}}) {
         for (const int version : {0, 1}) {
             Format format = base[version];
-            format.*c.field = c.value;
-            EXPECT_EQ((version == 0 ? second : first).Set(8, 2, 0, format),
-                      version == 0 ? c.second : c.first)
-                << c.value << " at " << version;
+            format.*field = value;
+            EXPECT_EQ(units[version].Set(8, 2, 0, format), version == 0 ? first : second) << value;
         }
     }
-    Format wrapped = base[1]; // 4 * channels is 8 only modulo 2^32
+    Format wrapped = base[0]; // 4 * channels is 8 only modulo 2^32
     wrapped.mChannelsPerFrame = 0x40000002;
-    EXPECT_EQ(first.Set(8, 2, 0, wrapped), kBad);
+    EXPECT_EQ(units[0].Set(8, 2, 0, wrapped), kBad);
 }
 
 TEST(Properties, FormatsAreRefusedUnlessTheyAreWritableOrTheSame) {
     const OpenInstrument unit({.inputs = 1, .outputs = 0});
     unit->mFormatWritable = false;
-    Format format = {};
-    EXPECT_EQ(unit.Get(8, 1, 0, format), noErr);
+    auto format = unit.Value<Format>(8, 1);
     EXPECT_EQ(AudioUnitSetProperty(unit, 8, 1, 0, &format, 36), noErr);
     format.mSampleRate = 1;
     EXPECT_EQ(unit.Set(8, 1, 0, format), kAudioUnitErr_PropertyNotWritable);
@@ -384,9 +338,7 @@ TEST(Properties, FormatsAreRefusedUnlessTheyAreWritableOrTheSame) {
     EXPECT_EQ(unit.Set(8, 4, 0, format), kScope);
     unit->mFormatWritable = true;
     EXPECT_EQ(AudioUnitSetProperty(unit, 8, 1, 0, &format, 36), noErr);
-    Float64 rate = 0;
-    EXPECT_EQ(unit.Get(2, 1, 0, rate), noErr);
-    EXPECT_EQ(rate, 1.0);
+    EXPECT_EQ(unit.Value<Float64>(2, 1), 1.0);
 }
 
 TEST(Properties, LayoutsMustHoldWhatTheyCount) {
@@ -410,29 +362,10 @@ TEST(Properties, LayoutsMustHoldWhatTheyCount) {
     EXPECT_EQ(AudioUnitSetProperty(unit, 19, 2, 0, nullptr, 0), kNone);
 }
 
-TEST(Properties, ExternalBuffersAreTakenWhileInitializedAndAligned) {
-    const OpenInstrument unit;
-    alignas(16) static UInt8 memory[2 * 1156 * 4 + 64];
-    const AudioUnitExternalBuffer block = {memory, sizeof memory};
-    const AudioUnitExternalBuffer odd = {memory + 4, sizeof memory - 4};
-    EXPECT_EQ(unit.Set(15, 2, 0, block), kAudioUnitErr_Uninitialized);
-    AudioUnitInitialize(unit);
-    EXPECT_EQ(unit.Set(15, 2, 0, odd), paramErr);
-    EXPECT_EQ(unit.Set(15, 2, 1, block), kAudioUnitErr_InvalidElement);
-    EXPECT_EQ(unit.Set(15, 1, 0, block), kAudioUnitErr_InvalidElement);
-    EXPECT_EQ(unit.Set(15, 2, 0, block), noErr);
-    EXPECT_TRUE(unit->GetOutput(0).GetBuffers().HasExternalMemory());
-}
-
-OSStatus Silence(void*, AudioUnitRenderActionFlags*, const AudioTimeStamp*, UInt32, UInt32,
-                 AudioBufferList*) {
-    return noErr;
-}
-
 TEST(Properties, InputSourcesReachTheInputBus) {
     const OpenInstrument unit({.inputs = 2});
     const OpenInstrument first({.inputs = 2, .interfaceVersion = 1});
-    const AURenderCallbackStruct callback = {Silence, nullptr};
+    const AURenderCallbackStruct callback = {[](auto...) -> OSStatus { return noErr; }, nullptr};
     EXPECT_EQ(unit.Set(23, 1, 1, callback), noErr);
     EXPECT_TRUE(unit->GetInput(1).NeedsBufferSpace());
     EXPECT_EQ(unit.Set(23, 1, 2, callback), kAudioUnitErr_InvalidElement);

@@ -1,11 +1,5 @@
 #include "framework/RenderNotificationList.h"
-
-#include <gtest/gtest.h>
-
-#include <atomic>
-#include <string>
-#include <thread>
-#include <vector>
+#include "framework/tests/TestInstrument.h"
 
 namespace velnor {
 namespace {
@@ -30,34 +24,31 @@ void Notify(RenderNotificationList& list) {
 }
 
 TEST(RenderNotificationList, AppliesRequestsInTheirOrderAndHoldsAPairOnce) {
-    struct Case {
-        const char* requests; // + adds Count, * adds CountTen, - and / remove them
-        int perRender;
-    };
-    for (const Case& c : {Case{"", 0},
-                          {"+", 1},
-                          {"++", 1},
-                          {"+*", 11},
-                          {"++-", 0},
-                          {"-+", 1},
-                          {"+-+", 1},
-                          {"+*-*", 10},
-                          {"*+/", 1},
-                          {"--//", 0}}) {
+    // + adds Count, * adds CountTen, - and / remove them
+    for (const auto& [requests, perRender] : Rows<std::string, int>{{"", 0},
+                                                                    {"+", 1},
+                                                                    {"++", 1},
+                                                                    {"+*", 11},
+                                                                    {"++-", 0},
+                                                                    {"-+", 1},
+                                                                    {"+-+", 1},
+                                                                    {"+*-*", 10},
+                                                                    {"*+/", 1},
+                                                                    {"--//", 0}}) {
         RenderNotificationList list;
         int calls = 0;
-        for (const char request : std::string(c.requests)) {
+        for (const char request : requests) {
             const AURenderCallback proc = request == '+' || request == '-' ? Count : CountTen;
             const bool adds = request == '+' || request == '*';
             EXPECT_EQ(adds ? list.Add(proc, &calls) : list.Remove(proc, &calls), noErr);
         }
         Notify(list);
-        EXPECT_EQ(calls, 0) << c.requests << ": not before the render applies it";
+        EXPECT_EQ(calls, 0) << requests << ": not before the render applies it";
         for (int render = 0; render < 2; ++render) {
             list.ApplyChanges();
             Notify(list);
         }
-        EXPECT_EQ(calls, 2 * c.perRender) << c.requests;
+        EXPECT_EQ(calls, 2 * perRender) << requests;
     }
 }
 

@@ -4,44 +4,31 @@
 
 #include "framework/ComponentEntryPoint.h"
 #include "framework/MusicDeviceBase.h"
-#include "platform/AudioUnit.h"
-#include "platform/CFString.h"
+#include "framework/tests/HostBuffers.h"
+#include "platform/tests/Testing.h"
 
-#include <algorithm>
 #include <array>
 #include <atomic>
 #include <cstring>
 #include <new>
-#include <stdexcept>
-#include <string_view>
-#include <utility>
-#include <vector>
 
 namespace velnor {
 
-enum class Throw { kNothing, kStatus, kError, kBadAlloc, kOther };
-inline constexpr OSStatus kThrownStatus = -70001;
-inline constexpr OSErr kThrownError = -1234;
+using namespace test;
 
-inline void ThrowAs(Throw inThrow) {
-    switch (inThrow) {
-    case Throw::kNothing:
-        return;
-    case Throw::kStatus:
-        throw OSStatus{kThrownStatus};
-    case Throw::kError:
-        throw OSErr{kThrownError};
-    case Throw::kBadAlloc:
-        throw std::bad_alloc();
-    case Throw::kOther:
-        throw std::runtime_error("other");
-    }
-}
+inline constexpr UInt32 kGlobal = kAudioUnitScope_Global, kInput = kAudioUnitScope_Input,
+                        kOutput = kAudioUnitScope_Output, kGroup = kAudioUnitScope_Group;
 
-inline CFRef<CFStringRef> Text(const char* inText) {
-    return CFRef<CFStringRef>(
-        CFStringCreateWithCString(kCFAllocatorDefault, inText, kCFStringEncodingUTF8));
-}
+/// A failure that the test asks for, or none.
+using Raise = void (*)();
+inline void RaiseNothing() {}
+
+/// One of each kind, with the status that a caller gets for it.
+inline constexpr std::pair<Raise, OSStatus> kFailures[] = {
+    {[] { throw OSStatus{-70001}; }, -70001},
+    {[] { throw OSErr{-1234}; }, -1234},
+    {[] { throw std::bad_alloc(); }, memFullErr},
+    {[] { throw std::runtime_error("other"); }, -1}};
 
 /// What an instrument is constructed as.
 struct TestShape {
@@ -51,8 +38,8 @@ struct TestShape {
     UInt32 parts = 0;
     UInt32 interfaceVersion = 2;
     UInt32 indexedParameters = 0; ///< of the global element; 0: held by id
-    Throw inConstructor = Throw::kNothing;
-    Throw inPostConstructor = Throw::kNothing;
+    Raise inConstructor = RaiseNothing;
+    Raise inPostConstructor = RaiseNothing;
 };
 
 class TestInstrument : public MusicDeviceBase {
@@ -75,7 +62,7 @@ public:
         : MusicDeviceBase(inInstance, sShape.inputs, sShape.outputs, sShape.groups, sShape.parts,
                           sShape.interfaceVersion) {
         mSlices.reserve(64);
-        ThrowAs(sShape.inConstructor);
+        sShape.inConstructor();
         ++sLive;
     }
     ~TestInstrument() override { --sLive; }
@@ -84,14 +71,14 @@ public:
         if (sShape.indexedParameters > 0) {
             GetElement(kAudioUnitScope_Global, 0)->UseIndexedParameters(sShape.indexedParameters);
         }
-        ThrowAs(sShape.inPostConstructor);
+        sShape.inPostConstructor();
     }
     ComponentResult Version() override { return 0x00020305; }
 
     OSStatus Initialize() override { return Record("Initialize"), mStatus; }
     void Cleanup() override { ++sCleanups; }
     OSStatus Reset(AudioUnitScope inScope, AudioUnitElement inElement) override {
-        ThrowAs(mThrow);
+        mRaise();
         return Record("Reset", inScope, inElement);
     }
     /// Fails; nobody may look at it.
@@ -111,7 +98,7 @@ public:
     OSStatus GetProperty(AudioUnitPropertyID inID, AudioUnitScope inScope,
                          AudioUnitElement inElement, void* outData) override {
         if (const void* own = OwnProperty(inID)) {
-            ThrowAs(mThrow);
+            mRaise();
             std::memcpy(outData, own, 4);
             return noErr;
         }
@@ -147,7 +134,7 @@ public:
         if (!mOffersAll || inPreset.presetNumber > 2) {
             return MusicDeviceBase::NewFactoryPresetSet(inPreset);
         }
-        SetAFactoryPresetAsCurrent({inPreset.presetNumber, Text("Factory").Get()});
+        SetAFactoryPresetAsCurrent({inPreset.presetNumber, String("Factory").Get()});
         return noErr;
     }
     UInt32 GetNumCustomUIComponents() override {
@@ -216,7 +203,7 @@ public:
     OSStatus Render(AudioUnitRenderActionFlags&, const AudioTimeStamp&,
                     UInt32 inFrames) VELNOR_NONBLOCKING override {
         const int render = ++mRenders;
-        VELNOR_RT_ESCAPE("a failure that the test asks for", ThrowAs(mThrow));
+        VELNOR_RT_ESCAPE("a failure that the test asks for", mRaise());
         if (mStatus != noErr) {
             return mStatus;
         }
@@ -285,7 +272,7 @@ public:
     OSStatus StartNote(MusicDeviceInstrumentID inInstrument, MusicDeviceGroupID inGroup,
                        NoteInstanceID* outNoteInstance, UInt32 inFrame,
                        const MusicDeviceNoteParams& inParams) VELNOR_NONBLOCKING override {
-        VELNOR_RT_ESCAPE("a failure that the test asks for", ThrowAs(mThrow));
+        VELNOR_RT_ESCAPE("a failure that the test asks for", mRaise());
         if (outNoteInstance != nullptr) {
             *outNoteInstance = 1000 + static_cast<NoteInstanceID>(inParams.mPitch);
         }
@@ -310,8 +297,8 @@ public:
 
     bool mOffersAll = true; ///< every optional property
     bool mFormatWritable = true;
-    OSStatus mStatus = noErr;       ///< what Initialize, Render and StartNote answer
-    Throw mThrow = Throw::kNothing; ///< in Reset, Render, StartNote and reads of 6 and 26
+    OSStatus mStatus = noErr;    ///< what Initialize, Render and StartNote answer
+    Raise mRaise = RaiseNothing; ///< in Reset, Render, StartNote and reads of 6 and 26
     std::atomic<int> mRenders{0};
     bool mRendersSlices = false; ///< through ProcessForScheduledParams
     OSStatus mSliceStatus = noErr;
@@ -334,15 +321,15 @@ private:
                                                           : nullptr;
     }
     static CFURLRef NewUrl() {
-        return CFURLCreateWithFileSystemPath(kCFAllocatorDefault, Text("/file").Get(),
+        return CFURLCreateWithFileSystemPath(kCFAllocatorDefault, String("/file").Get(),
                                              kCFURLPOSIXPathStyle, false);
     }
     /// Two names, for the caller to release, unless the place is null.
     static OSStatus GiveNames(CFArrayRef* outNames) {
         if (outNames != nullptr) {
             const auto names = CFArrayCreateMutable(kCFAllocatorDefault, 0, &kCFTypeArrayCallBacks);
-            CFArrayAppendValue(names, Text("off").Get());
-            CFArrayAppendValue(names, Text("on").Get());
+            CFArrayAppendValue(names, String("off").Get());
+            CFArrayAppendValue(names, String("on").Get());
             *outNames = names;
         }
         return noErr;
@@ -395,6 +382,14 @@ public:
         return AudioUnitGetProperty(mUnit, inID, inScope, inElement, static_cast<void*>(&outValue),
                                     &size);
     }
+    /// The value of a property that can be read.
+    template <typename T>
+    T Value(AudioUnitPropertyID inID, AudioUnitScope inScope = kGlobal,
+            AudioUnitElement inElement = 0) const {
+        T value{};
+        EXPECT_EQ(Get(inID, inScope, inElement, value), noErr) << inID;
+        return value;
+    }
     template <typename T>
     OSStatus Set(AudioUnitPropertyID inID, AudioUnitScope inScope, AudioUnitElement inElement,
                  const T& inValue) const {
@@ -402,10 +397,32 @@ public:
                                     static_cast<const void*>(&inValue), sizeof(T));
     }
 
+    /// -1 where the parameter was never set.
+    Float32 Parameter(AudioUnitParameterID inID, AudioUnitScope inScope = kGlobal,
+                      AudioUnitElement inElement = 0) const {
+        Float32 value = -1;
+        AudioUnitGetParameter(mUnit, inID, inScope, inElement, &value);
+        return value;
+    }
+
 private:
     AudioUnit mUnit = nullptr;
     OSStatus mOpenStatus = noErr;
 };
+
+/// The same, initialized, with no calls on its record.
+struct InitializedInstrument : OpenInstrument {
+    explicit InitializedInstrument(const TestShape& inShape = {}) : OpenInstrument(inShape) {
+        EXPECT_EQ(AudioUnitInitialize(*this), noErr);
+        (*this)->TakeCalls();
+    }
+};
+
+/// A property listener that counts in the integer that its user data points to.
+inline void CountChange(void* inCount, AudioUnit, AudioUnitPropertyID, AudioUnitScope,
+                        AudioUnitElement) {
+    ++*static_cast<int*>(inCount);
+}
 
 } // namespace velnor
 

@@ -1,14 +1,11 @@
 #include "support/Alerts.h"
-#include "platform/tests/TempHome.h"
+#include "platform/tests/Testing.h"
 #include "support/Browser.h"
-
-#include <gtest/gtest.h>
 
 #include <unistd.h>
 
+namespace velnor::test {
 namespace {
-
-using namespace velnor::test;
 
 TEST(Alerts, MessageHasTheTitleAndQuestionsAreTrueForYesOnly) {
     AlertRecorder recorder;
@@ -24,7 +21,7 @@ TEST(Alerts, MessageHasTheTitleAndQuestionsAreTrueForYesOnly) {
     const AlertRecorder::Alert& question = recorder.Alerts()[1];
     EXPECT_EQ(question.level, 2);
     EXPECT_EQ(question.header, "Go on?");
-    EXPECT_EQ(question.buttons, (std::array<std::string, 3>{"Yes", "No", ""}));
+    EXPECT_THAT(question.buttons, ElementsAre("Yes", "No", ""));
 }
 
 // The opener writes down what it was started with.
@@ -43,3 +40,4 @@ TEST(Browser, OpensUrlsAndIgnoresOtherText) {
 }
 
 } // namespace
+} // namespace velnor::test

@@ -1,15 +1,10 @@
 #include "support/ConfigStore.h"
-#include "platform/tests/TempHome.h"
+#include "platform/tests/Testing.h"
 
-#include <gmock/gmock.h>
-
+namespace velnor::test {
 namespace {
 
-using namespace velnor;
-using testing::ElementsAre;
-using testing::HasSubstr;
-using velnor::test::ReadFile;
-using Path = std::vector<std::string>;
+using Path = Texts;
 
 const std::string kDomain = "com.Tavo.Tarn 12";
 constexpr auto kUser = CONFIG_LEVEL_USER;
@@ -18,8 +13,8 @@ constexpr auto kSearch = CONFIG_LEVEL_SEARCH;
 class ConfigStore : public testing::Test {
 protected:
     static void store(const std::string& folder, const std::string& entries) {
-        test::WriteFile(folder + "/velnor/" + kDomain + ".plist",
-                        "<plist version=\"1.0\"><dict>" + entries + "</dict></plist>");
+        WriteFile(folder + "/velnor/" + kDomain + ".plist",
+                  "<plist version=\"1.0\"><dict>" + entries + "</dict></plist>");
     }
     std::string stored() const {
         return ReadFile(mHome.ConfigHome() + "/velnor/" + kDomain + ".plist");
@@ -38,7 +33,7 @@ protected:
         return listConfigKeys(kDomain, path, out, kSearch) ? out : Path{"no"};
     }
 
-    const test::TempHome mHome;
+    const TempHome mHome;
 };
 
 TEST_F(ConfigStore, TextAndIntegersAreReadAsWhatTheyAre) {
@@ -125,13 +120,13 @@ TEST_F(ConfigStore, KeyPathWritesGrowTheTreeAndReplaceTextOnly) {
     EXPECT_TRUE(write(Path(256, "d"), "deep"));
     EXPECT_EQ(text(Path(256, "d")), "deep");
     const std::string before = stored();
-    EXPECT_THAT(before, testing::AllOf(HasSubstr("<integer>8<"), HasSubstr("2026-11-16T18:54")));
+    EXPECT_THAT(before, AllOf(HasSubstr("<integer>8<"), HasSubstr("2026-11-16T18:54")));
     for (const Path& path :
          {Path{}, Path(257, "e"), Path{"Plugins"}, Path{"none"}, Path{"Plugins", "A"},
           Path{"Plugins", "A", "B", "deeper"}, Path{"Plugins", "A", "B", "much", "deeper"},
           Path{"number"}, Path{"number", "x"}, Path{"tree", "n"}, Path{"tree", "n", "x"}}) {
-        EXPECT_FALSE(write(path, "no")) << testing::PrintToString(path);
-        EXPECT_EQ(text(path), "-") << testing::PrintToString(path);
+        EXPECT_FALSE(write(path, "no")) << PrintToString(path);
+        EXPECT_EQ(text(path), "-") << PrintToString(path);
     }
     EXPECT_EQ(stored(), before);
     EXPECT_EQ(text({"Plugins", "A", "B"}) + text({"Plugins", "A", "E"}) + text({"K", "L"}), "x2yv");
@@ -153,3 +148,4 @@ TEST_F(ConfigStore, ListsAppendTheKeysOfDictionariesOnly) {
 }
 
 } // namespace
+} // namespace velnor::test

@@ -1,33 +1,35 @@
 #include "support/Files.h"
 #include "platform/Process.h"
-#include "platform/tests/TempHome.h"
+#include "platform/tests/Testing.h"
 #include "support/FileCopy.h"
 #include "support/Folders.h"
 #include "support/UnicodeEncoding.h"
 
-#include <gtest/gtest.h>
-
 #include <unistd.h>
 #include <utime.h>
 
+namespace velnor::test {
 namespace {
 
 namespace fs = std::filesystem;
 using namespace std::string_literals;
-using namespace velnor::test;
 
 TEST(UnicodeEncoding, TheFirstMarkInTheTableWins) {
     const TempFolder folder;
-    const std::tuple<std::string, UNICODE_ENCODING, unsigned long> cases[] = {
-        {"\xEF\xBB\xBFx", UTF_8, 3},         {"\xFE\xFFxx", UTF_16_BE, 2},
-        {"\xFF\xFE\0\0"s, UTF_16_LE, 2},     {"\0\0\xFE\xFF"s, UTF_32_BE, 4},
-        {"\x2B\x2F\x76x", UTF_7, 3},         {"\xF7\x64\x4Cx", UTF_1, 3},
-        {"\xDD\x73\x66\x73", UTF_EBCDIC, 4}, {"\x0E\xFE\xFFx", SCSU, 3},
-        {"\xFB\xEE\x28x", BOCU_1, 3},        {"\xEF\xBB\xBF", NO_BOM, 77},
-        {"\xFE\xFFx", NO_BOM, 77},           {"text", NO_BOM, 77},
-    };
     UNICODE_ENCODING encoding = UTF_8;
-    for (const auto& [bytes, expected, expectedLength] : cases) {
+    for (const auto& [bytes, expected, expectedLength] :
+         Rows<std::string, UNICODE_ENCODING, unsigned long>{{"\xEF\xBB\xBFx", UTF_8, 3},
+                                                            {"\xFE\xFFxx", UTF_16_BE, 2},
+                                                            {"\xFF\xFE\0\0"s, UTF_16_LE, 2},
+                                                            {"\0\0\xFE\xFF"s, UTF_32_BE, 4},
+                                                            {"\x2B\x2F\x76x", UTF_7, 3},
+                                                            {"\xF7\x64\x4Cx", UTF_1, 3},
+                                                            {"\xDD\x73\x66\x73", UTF_EBCDIC, 4},
+                                                            {"\x0E\xFE\xFFx", SCSU, 3},
+                                                            {"\xFB\xEE\x28x", BOCU_1, 3},
+                                                            {"\xEF\xBB\xBF", NO_BOM, 77},
+                                                            {"\xFE\xFFx", NO_BOM, 77},
+                                                            {"text", NO_BOM, 77}}) {
         unsigned long length = 77;
         const std::string path = WriteFile(folder / "marked", bytes);
         EXPECT_EQ(getUnicodeEncoding(path, encoding, length), expected != NO_BOM);
@@ -116,9 +118,10 @@ TEST(Folders, OnesThatDoNotExistAreEmptyAndNotMade) {
 
 TEST(Folders, ProcessNameMayTakeTwoBytesPerUnit) {
     EXPECT_EQ(PGetCurrentApplicationPath(nullptr), "support_tests");
-    const std::pair<const char*, const char*> cases[] = {
-        {"\xC3\xB6\xC3\xB6", "\xC3\xB6\xC3\xB6"}, {"\xE2\x82\xAC\xE2\x82\xAC", ""}, {"", ""}};
-    for (const auto& [name, expected] : cases) {
+    for (const auto& [name, expected] :
+         Rows<const char*, const char*>{{"\xC3\xB6\xC3\xB6", "\xC3\xB6\xC3\xB6"},
+                                        {"\xE2\x82\xAC\xE2\x82\xAC", ""},
+                                        {"", ""}}) {
         PlatformSetProcessName(name);
         EXPECT_EQ(PGetCurrentApplicationPath(nullptr), expected) << name;
     }
@@ -126,3 +129,4 @@ TEST(Folders, ProcessNameMayTakeTwoBytesPerUnit) {
 }
 
 } // namespace
+} // namespace velnor::test

@@ -1,14 +1,12 @@
 #include "support/Listing.h"
-#include "platform/tests/TempFolder.h"
-
-#include <gtest/gtest.h>
+#include "platform/tests/Testing.h"
 
 #include <unistd.h>
 
+namespace velnor::test {
 namespace {
 
 namespace fs = std::filesystem;
-using velnor::test::WriteFile;
 
 class Listing : public testing::Test {
 protected:
@@ -22,7 +20,7 @@ protected:
     // The paths found below the root, each ended by a blank.
     std::string files(const std::string& pattern, bool matchDirectories) const {
         std::set<std::string> out;
-        velnor::FileLister(mFolder.Path(), pattern, out, matchDirectories);
+        FileLister(mFolder.Path(), pattern, out, matchDirectories);
         return below(out);
     }
     std::string below(const std::set<std::string>& paths) const {
@@ -32,33 +30,31 @@ protected:
         return all;
     }
 
-    const velnor::test::TempFolder mFolder;
+    const TempFolder mFolder;
 };
 
 TEST_F(Listing, TakesHiddenEntriesFollowsNoLinksAndMatchesByText) {
     std::set<std::string> out = {mFolder.Path() + "/kept"};
-    velnor::DirectoryLister(mFolder.Path(), out);
+    DirectoryLister(mFolder.Path(), out);
     EXPECT_EQ(below(out), ".h bad d d.wav d/e d/e/f kept ");
     const std::string all = ".h/A.WAV bad/\xFF\xFE d.wav/loop.wav.bak d/e/f/loops d/y.wav d/z.txt "
                             "link x.wav ";
-    const std::tuple<const char*, bool, std::string> cases[] = {
-        {"*.*", false, all},
-        {"*", false, all},
-        {"*.*", true, ".h bad d d.wav link x.wav "},
-        {"*.wav", false, "d.wav/loop.wav.bak d/y.wav x.wav "},
-        {"*.wav", true, "d.wav d/y.wav x.wav "},
-        {"loop", false, "d.wav/loop.wav.bak d/e/f/loops "},
-        {"a*.w*", false, ""},
-    };
-    for (const auto& [pattern, matchDirectories, expected] : cases)
+    for (const auto& [pattern, matchDirectories, expected] :
+         Rows<const char*, bool, std::string>{{"*.*", false, all},
+                                              {"*", false, all},
+                                              {"*.*", true, ".h bad d d.wav link x.wav "},
+                                              {"*.wav", false, "d.wav/loop.wav.bak d/y.wav x.wav "},
+                                              {"*.wav", true, "d.wav d/y.wav x.wav "},
+                                              {"loop", false, "d.wav/loop.wav.bak d/e/f/loops "},
+                                              {"a*.w*", false, ""}})
         EXPECT_EQ(files(pattern, matchDirectories), expected) << pattern;
 }
 
 TEST_F(Listing, WhatCannotBeReadAddsNothing) {
     std::set<std::string> out;
     for (const std::string& root : {mFolder / "none", mFolder / "x.wav", std::string()}) {
-        velnor::DirectoryLister(root, out);
-        velnor::FileLister(root, "*", out, false);
+        DirectoryLister(root, out);
+        FileLister(root, "*", out, false);
     }
     EXPECT_TRUE(out.empty());
     fs::permissions(mFolder / "d", fs::perms::none);
@@ -77,8 +73,9 @@ TEST_F(Listing, PathsPastTheLimitAreLeftOut) {
     WriteFile(fits, "");
     WriteFile(fits + "n", "");
     std::set<std::string> out;
-    velnor::FileLister(mFolder.Path(), "nnn", out, false);
+    FileLister(mFolder.Path(), "nnn", out, false);
     EXPECT_EQ(out, std::set<std::string>{fits});
 }
 
 } // namespace
+} // namespace velnor::test

@@ -11,7 +11,7 @@
 
 namespace velnor::test {
 
-// One text per line of the log: "I" or "E", then the message. Further lines of a message stand as
+// One text per line of the log: "I:" or "E:", then the message. Further lines of a message stand as
 // they are.
 inline std::vector<std::string> logMessages(const std::string& path) {
     std::vector<std::string> messages;
@@ -20,7 +20,7 @@ inline std::vector<std::string> logMessages(const std::string& path) {
         const std::size_t time = line.find(':', 2);
         const std::size_t message = time == std::string::npos ? time : line.find(':', time + 1);
         const bool whole = message != std::string::npos && line[1] == ':';
-        messages.push_back(whole ? line.substr(0, 1) + line.substr(message + 1) : line);
+        messages.push_back(whole ? line.substr(0, 2) + line.substr(message + 1) : line);
     }
     return messages;
 }

@@ -1,19 +1,18 @@
 #include "support/PathStrings.h"
+#include "platform/tests/Testing.h"
 
-#include <gtest/gtest.h>
-
+namespace velnor::test {
 namespace {
 
 TEST(PathStrings, SplitAtTheLastSeparator) {
-    // path, folder, file, stripped, extension, relative
-    const std::tuple<const char*, const char*, const char*, const char*, const char*, bool>
-        cases[] = {{"", "", "", "", "", true},
-                   {"file.txt", ".", "file.txt", "file", "txt", true},
-                   {"/file.txt", "", "file.txt", "/file", "txt", false},
-                   {"a/b/c", "a/b", "c", "a/b/c", "", true},
-                   {"dir/", "dir", "", "dir/", "", true},
-                   {"archive.tar.gz", ".", "archive.tar.gz", "archive.tar", "gz", true}};
-    for (const auto& [path, folder, file, stripped, extension, relative] : cases) {
+    for (const auto& [path, folder, file, stripped, extension, relative] :
+         Rows<const char*, const char*, const char*, const char*, const char*, bool>{
+             {"", "", "", "", "", true},
+             {"file.txt", ".", "file.txt", "file", "txt", true},
+             {"/file.txt", "", "file.txt", "/file", "txt", false},
+             {"a/b/c", "a/b", "c", "a/b/c", "", true},
+             {"dir/", "dir", "", "dir/", "", true},
+             {"archive.tar.gz", ".", "archive.tar.gz", "archive.tar", "gz", true}}) {
         EXPECT_EQ(getPathFromFile(path), folder) << path;
         EXPECT_EQ(getFileFromPath(path), file) << path;
         EXPECT_EQ(stripFileExtension(path), stripped) << path;
@@ -33,3 +32,4 @@ TEST(PathStrings, CleansAndConverts) {
 }
 
 } // namespace
+} // namespace velnor::test

@@ -4,22 +4,15 @@
 #include "support/tests/LogFile.h"
 
 #include "platform/CFPreferences.h"
-#include "platform/tests/TempHome.h"
-
-#include <gmock/gmock.h>
+#include "platform/tests/Testing.h"
 
 #include <dlfcn.h>
 #include <unistd.h>
 
+namespace velnor::test {
 namespace {
 
 namespace fs = std::filesystem;
-using testing::ElementsAre;
-using testing::IsEmpty;
-using velnor::PluginInfo;
-using velnor::test::WriteFile;
-
-using Texts = std::vector<std::string>;
 
 constexpr const char* kVendor = "Tavo";
 constexpr const char* kProduct = "Tarn 12";
@@ -72,7 +65,7 @@ protected:
         auto* call = reinterpret_cast<Register*>(dlsym(mModule, "moduleRegister"));
         const std::string log = mHome.Root() + "/module.log";
         const bool result = call(kVendor, kProduct, type, log.c_str());
-        const Texts lines = velnor::test::logMessages(log);
+        const Texts lines = logMessages(log);
         mLines.assign(lines.begin() + 3, lines.end() - 3);
         return result;
     }
@@ -88,11 +81,11 @@ protected:
         return out;
     }
 
-    const velnor::test::TempHome mHome;
+    const TempHome mHome;
     const std::string mFile = mHome.ConfigHome() + "/velnor/" + kDomain + ".plist";
     const std::string mBundle = mHome.Root() + "/T\xC3\xA4rn.component";
     const std::string mExecutable = mBundle + "/Contents/platform/Tarn";
-    const std::string mFound = "I " + mBundle + "(1.0.3)";
+    const std::string mFound = "I: " + mBundle + "(1.0.3)";
     void* mModule = nullptr;
     Texts mLines;
 };
@@ -108,29 +101,30 @@ TEST_F(Registry, RecordsOnceAndThenOnlyNewVersions) {
     setVersion(text("CFBundleVersion", "1.1"));
     EXPECT_TRUE(registerBundle());
     EXPECT_THAT(mLines,
-                ElementsAre("I " + mBundle + "(1.1)", "I version updated from 1.0.3 to 1.1"));
+                ElementsAre("I: " + mBundle + "(1.1)", "I: version updated from 1.0.3 to 1.1"));
     EXPECT_THAT(entries(), ElementsAre("000 " + mBundle + " 1.1"));
     EXPECT_THAT(entries("VST"), IsEmpty());
     EXPECT_TRUE(registerBundle("VST"));
     std::vector<PluginInfo> both;
-    EXPECT_TRUE(velnor::listVSTPathVersion(kVendor, kProduct, both));
-    EXPECT_TRUE(velnor::listAUPathVersion(kVendor, kProduct, both));
+    EXPECT_TRUE(listVSTPathVersion(kVendor, kProduct, both));
+    EXPECT_TRUE(listAUPathVersion(kVendor, kProduct, both));
     EXPECT_EQ(both.size(), 2U);
 }
 
 TEST_F(Registry, ANewPathGoesBehindTheLastListedSlot) {
-    const std::pair<Texts, std::string> cases[] = {
-        {{"000", "001"}, "002"}, {{"099"}, "100"},
-        {{"999"}, "1000"},       {{"12x"}, "013"},
-        {{"other"}, "001"},      {{"99999999999999999999"}, "1000000000000000000"},
-    };
-    for (const auto& [slots, expected] : cases) {
+    for (const auto& [slots, expected] :
+         Rows<Texts, std::string>{{{"000", "001"}, "002"},
+                                  {{"099"}, "100"},
+                                  {{"999"}, "1000"},
+                                  {{"12x"}, "013"},
+                                  {{"other"}, "001"},
+                                  {{"99999999999999999999"}, "1000000000000000000"}}) {
         std::string list;
         for (const std::string& slot : slots)
             list += entry(slot, "/p" + slot, "1");
         store(dict("Plugins", dict("AU", list)));
         EXPECT_TRUE(registerBundle());
-        EXPECT_THAT(entries(), testing::Contains(expected + " " + mBundle + " 1.0.3"));
+        EXPECT_THAT(entries(), Contains(expected + " " + mBundle + " 1.0.3"));
     }
 }
 
@@ -143,18 +137,16 @@ TEST_F(Registry, IncompleteEntriesAreNotListedAndMatchNothing) {
 }
 
 TEST_F(Registry, EachFailedWriteHasItsMessageAndResult) {
-    const std::string head = "E writeConfigStringValue(" + kDomain + ", Plugins";
+    const std::string head = "E: writeConfigStringValue(" + kDomain + ", Plugins";
     const std::string a = head + ", " + mBundle + ", 1) failed!";
     const std::string b = head + ",1.0.3, 1) failed!";
     const std::string one = entry("000", "/p", "1");
-    const std::tuple<std::string, std::string, bool> cases[] = {
-        {text("Plugins", "x"), a, false},
-        {dict("Plugins", dict("AU", dict("000", number("path")))), a, false},
-        {dict("Plugins", dict("AU", dict("000", number("version")))), b, false},
-        {dict("Plugins", dict("AU", one + dict("001", number("path")))), a, false},
-        {dict("Plugins", dict("AU", one + dict("001", number("version")))), b, true},
-    };
-    for (const auto& [plugins, message, result] : cases) {
+    for (const auto& [plugins, message, result] : Rows<std::string, std::string, bool>{
+             {text("Plugins", "x"), a, false},
+             {dict("Plugins", dict("AU", dict("000", number("path")))), a, false},
+             {dict("Plugins", dict("AU", dict("000", number("version")))), b, false},
+             {dict("Plugins", dict("AU", one + dict("001", number("path")))), a, false},
+             {dict("Plugins", dict("AU", one + dict("001", number("version")))), b, true}}) {
         store(plugins);
         EXPECT_EQ(registerBundle(), result) << plugins;
         EXPECT_THAT(mLines, ElementsAre(mFound, message)) << plugins;
@@ -169,8 +161,8 @@ TEST_F(Registry, AVersionThatCannotBeUpdatedIsReportedAndCountsAsDone) {
     EXPECT_THAT(entries(), ElementsAre("000 " + mBundle + " 0.9"))
         << "slots are the user's own, fields come from the search list";
     EXPECT_TRUE(registerBundle());
-    EXPECT_THAT(mLines, ElementsAre(mFound, "I version updated from 0.9 to 1.0.3",
-                                    "E Error writing Module version"));
+    EXPECT_THAT(mLines, ElementsAre(mFound, "I: version updated from 0.9 to 1.0.3",
+                                    "E: Error writing Module version"));
 }
 
 TEST_F(Registry, BundlesWithoutAReadableVersionSaySo) {
@@ -184,7 +176,7 @@ TEST_F(Registry, BundlesWithoutAReadableVersionSaySo) {
     }
     EXPECT_TRUE(registerBundle());
     EXPECT_THAT(entries(), ElementsAre("000 " + mBundle + " Can't get version."));
-    EXPECT_FALSE(velnor::registerOrmoPlugin(kVendor, kProduct, "AU")) << "a program is no bundle";
+    EXPECT_FALSE(registerOrmoPlugin(kVendor, kProduct, "AU")) << "a program is no bundle";
 }
 
 TEST_F(Registry, AThousandEntriesAreOneParse) {
@@ -198,3 +190,4 @@ TEST_F(Registry, AThousandEntriesAreOneParse) {
 }
 
 } // namespace
+} // namespace velnor::test

@@ -4,18 +4,12 @@
 #include "support/tests/LogFile.h"
 
 #include "platform/SystemQueries.h"
-
-#include <gmock/gmock.h>
+#include "platform/tests/Testing.h"
 
 #include <unistd.h>
 
+namespace velnor::test {
 namespace {
-
-using testing::AllOf;
-using testing::ElementsAre;
-using testing::MatchesRegex;
-using velnor::System;
-using velnor::test::LogFile;
 
 // init works once per process: the case has a process of its own.
 void checkStart() {
@@ -24,34 +18,34 @@ void checkStart() {
     System::getTimefromCPU(seconds);
     EXPECT_EQ(seconds, 0) << "no ticks are known before the start";
     const LogFile log;
-    System::init(static_cast<velnor::TimerMethod_t>(7));
+    System::init(static_cast<TimerMethod_t>(7));
     uint64_t frequency = 0;
     std::size_t size = sizeof frequency;
     const bool hasSpeed = sysctlbyname("hw.cpufrequency", &frequency, &size, nullptr, 0) == 0;
     const std::string number = " (0|1|0\\.[0-9]+|[0-9.]+e-[0-9]+)";
-    std::vector<testing::Matcher<std::string>> expected = {
-        "ETIMER METHOD Unknown !! 7",
-        MatchesRegex("IDetecting CPU speed: [0-9.]+(e\\+[0-9]+)? Mhz"),
-        "IActive CPUs : " + std::to_string(System::activeCores),
-        "IMMX: 1 SSE: 1 SSE2: 1 SSE3: 1",
-        MatchesRegex("IMac OS X : [0-9]+\\.[0-9]+\\.[0-9]+"),
-        MatchesRegex("ITesting random numbers:" + number + number + number + number),
-        "IMath assessments--------",
-        "IMath assessments passed",
-        "IInitialising System Done!"};
+    std::vector<Matcher<std::string>> expected = {
+        "E:TIMER METHOD Unknown !! 7",
+        MatchesRegex("I:Detecting CPU speed: [0-9.]+(e\\+[0-9]+)? Mhz"),
+        "I:Active CPUs : " + std::to_string(System::activeCores),
+        "I:MMX: 1 SSE: 1 SSE2: 1 SSE3: 1",
+        MatchesRegex("I:Mac OS X : [0-9]+\\.[0-9]+\\.[0-9]+"),
+        MatchesRegex("I:Testing random numbers:" + number + number + number + number),
+        "I:Math assessments--------",
+        "I:Math assessments passed",
+        "I:Initialising System Done!"};
     if (!hasSpeed)
-        expected.insert(expected.begin() + 1, "Esysctlbyname - hw.cpufrequency failed");
-    EXPECT_EQ(System::TimerMethod, velnor::TIMER_MACH_ABSOLUTE_TIME);
+        expected.insert(expected.begin() + 1, "E:sysctlbyname - hw.cpufrequency failed");
+    EXPECT_EQ(System::TimerMethod, TIMER_MACH_ABSOLUTE_TIME);
     EXPECT_EQ(System::SecondsPerCPUTick, 1e-9);
     EXPECT_EQ(System::CpuSpeed > 0, hasSpeed);
     EXPECT_FALSE(System::ppc_AltiVec_Support);
     EXPECT_EQ(mti, 624);
 
-    System::init(velnor::TIMER_MICROSECONDS);
-    EXPECT_EQ(System::TimerMethod, velnor::TIMER_MACH_ABSOLUTE_TIME);
-    EXPECT_THAT(log.messages(), testing::ElementsAreArray(expected));
+    System::init(TIMER_MICROSECONDS);
+    EXPECT_EQ(System::TimerMethod, TIMER_MACH_ABSOLUTE_TIME);
+    EXPECT_THAT(log.messages(), ElementsAreArray(expected));
 
-    for (const auto method : {velnor::TIMER_MACH_ABSOLUTE_TIME, velnor::TIMER_MICROSECONDS}) {
+    for (const auto method : {TIMER_MACH_ABSOLUTE_TIME, TIMER_MICROSECONDS}) {
         System::TimerMethod = method;
         const double before = PTimeMilli() / 1000;
         System::getTimefromCPU(seconds);
@@ -61,8 +55,7 @@ void checkStart() {
 }
 
 TEST(System, StartsOnceAndReportsEachFinding) {
-    EXPECT_EXIT((checkStart(), _exit(testing::Test::HasFailure() ? 1 : 0)),
-                testing::ExitedWithCode(0), "");
+    EXPECT_EXIT((checkStart(), _exit(testing::Test::HasFailure() ? 1 : 0)), ExitedWithCode(0), "");
 }
 
 TEST(System, MemoryReportIsOneMessage) {
@@ -74,13 +67,12 @@ TEST(System, MemoryReportIsOneMessage) {
 
     const LogFile log;
     System::logMemoryUsage();
-    EXPECT_THAT(
-        log.messages(),
-        ElementsAre(
-            "I", "Current Memory footprint:",
-            AllOf(testing::SizeIs(63), MatchesRegex(" +[0-9]+ total Mbytes of physical memory\\.")),
-            AllOf(testing::SizeIs(63), MatchesRegex(" +[0-9]+ free  Mbytes of physical memory\\.")),
-            "", ""));
+    const auto line = [](const std::string& kind) {
+        return AllOf(SizeIs(63),
+                     MatchesRegex(" +[0-9]+ " + kind + " Mbytes of physical memory\\."));
+    };
+    EXPECT_THAT(log.messages(), ElementsAre("I:", "Current Memory footprint:", line("total"),
+                                            line("free "), "", ""));
 }
 
 TEST(Timing, ClocksCountTheSameTimeInTheirUnits) {
@@ -96,3 +88,4 @@ TEST(Timing, ClocksCountTheSameTimeInTheirUnits) {
 }
 
 } // namespace
+} // namespace velnor::test

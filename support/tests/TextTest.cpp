@@ -1,30 +1,27 @@
 #include "support/Text.h"
-#include "platform/tests/TempFolder.h"
+#include "platform/tests/Testing.h"
 #include "support/Allocator.h"
 #include "support/Comments.h"
 #include "support/Random.h"
 #include "support/TextFiles.h"
 
-#include <gmock/gmock.h>
-
 #include <cstdlib>
 #include <random>
 #include <sstream>
 
+namespace velnor::test {
 namespace {
 
-using testing::ElementsAre;
-using testing::IsEmpty;
-using testing::Pair;
-using Texts = std::vector<std::string>;
-
 TEST(Text, EachTrimTakesOffItsOwnCharacters) {
-    const std::tuple<void (*)(const std::string&, std::string&), const char*, const char*> cases[] =
-        {{trim, "\x01 \t a b\xA0\t\n", "a b\xA0"}, {trim, "\x1F\r ", ""},
-         {trim_left, " \t a ", "\t a "},           {trim_right, " a\t ", " a\t"},
-         {trim_space_tabs, " \t\n a\t ", "\n a"},  {uppercase, "az\xC3\xA9[", "AZ\xC3\xA9["},
-         {lowercase, "AZ\xC3\x89[", "az\xC3\x89["}};
-    for (const auto& [function, in, expected] : cases) {
+    for (const auto& [function, in, expected] :
+         Rows<void (*)(const std::string&, std::string&), const char*, const char*>{
+             {trim, "\x01 \t a b\xA0\t\n", "a b\xA0"},
+             {trim, "\x1F\r ", ""},
+             {trim_left, " \t a ", "\t a "},
+             {trim_right, " a\t ", " a\t"},
+             {trim_space_tabs, " \t\n a\t ", "\n a"},
+             {uppercase, "az\xC3\xA9[", "AZ\xC3\xA9["},
+             {lowercase, "AZ\xC3\x89[", "az\xC3\x89["}}) {
         std::string text = in;
         function(text, text);
         EXPECT_EQ(text, expected);
@@ -49,19 +46,17 @@ TEST(Text, TokensAreThePiecesBetweenDelimiters) {
 }
 
 TEST(RemoveComments, ErasesBlockThenLineComments) {
-    const std::pair<const char*, const char*> cases[] = {
-        {"a /* b */ c // d\ne", "a  c \ne"},
-        {"a//b\r\nc//d\re", "a\r\nc\re"},
-        {"x //* y */\nz", "x \nz"},
-        {"//**a\n*/b", "\n*/b"},
-        {"/*/ a */b", "b"},
-        {"a/*b*//*c*/d", "ad"},
-        {"/ /*b*/*c*/", "/ *c*/"},
-        {"\"http://x\" y", "\"http:"},
-        {"/", "/"},
-        {"a/* b // c\nd", "a"},
-    };
-    for (const auto& [in, expected] : cases) {
+    for (const auto& [in, expected] :
+         Rows<const char*, const char*>{{"a /* b */ c // d\ne", "a  c \ne"},
+                                        {"a//b\r\nc//d\re", "a\r\nc\re"},
+                                        {"x //* y */\nz", "x \nz"},
+                                        {"//**a\n*/b", "\n*/b"},
+                                        {"/*/ a */b", "b"},
+                                        {"a/*b*//*c*/d", "ad"},
+                                        {"/ /*b*/*c*/", "/ *c*/"},
+                                        {"\"http://x\" y", "\"http:"},
+                                        {"/", "/"},
+                                        {"a/* b // c\nd", "a"}}) {
         std::string text = in;
         std::ostringstream err;
         removeComments(text, &err);
@@ -86,11 +81,10 @@ TEST(GetLine, TakesEveryLineEndAndStopsWhereTheStreamFails) {
 }
 
 TEST(CreateStringMap, LaterLinesOverrideAndBothSidesAreTrimmed) {
-    const velnor::test::TempFolder folder;
+    const TempFolder folder;
     std::map<std::string, std::string> map = {{"kept", "1"}};
     EXPECT_TRUE(createStringMap(
-        velnor::test::WriteFile(folder / "map", " k = v=w \r\nskipped\n=\nn\xC3\xA9=\xC3\xA9\nk=2"),
-        map, '='));
+        WriteFile(folder / "map", " k = v=w \r\nskipped\n=\nn\xC3\xA9=\xC3\xA9\nk=2"), map, '='));
     EXPECT_THAT(map, ElementsAre(Pair("", ""), Pair("k", "2"), Pair("kept", "1"),
                                  Pair("n\xC3\xA9", "\xC3\xA9")));
     EXPECT_FALSE(createStringMap(folder / "none", map, '='));
@@ -122,19 +116,20 @@ TEST(Random, SeedingFillsTheTwisterState) {
 }
 
 TEST(Allocator, BlocksComeFromTheOneThatIsGiven) {
-    struct Counting final : velnor::Allocator {
+    struct Counting final : Allocator {
         void* Allocate(unsigned long size) override { return mAsked = size, &mAsked; }
         void* Reallocate(void*, unsigned long) override { return nullptr; }
         void Free(void* block) override { mFreed = block; }
         unsigned long mAsked = 0;
         void* mFreed = nullptr;
     } allocator;
-    velnor::THEFREE(velnor::THEALLOC(12, &allocator), &allocator);
+    THEFREE(THEALLOC(12, &allocator), &allocator);
     EXPECT_EQ(allocator.mAsked, 12U);
     EXPECT_EQ(allocator.mFreed, &allocator.mAsked);
-    auto* bytes = static_cast<char*>(velnor::THEALLOC(64, nullptr));
+    auto* bytes = static_cast<char*>(THEALLOC(64, nullptr));
     EXPECT_EQ(std::string(bytes, 64), std::string(64, '\0'));
-    velnor::THEFREE(velnor::defaultRealloc(bytes, 4096), nullptr);
+    THEFREE(defaultRealloc(bytes, 4096), nullptr);
 }
 
 } // namespace
+} // namespace velnor::test
