@@ -36,6 +36,7 @@ def preferences_seeds():
         yield name + "_binary", plistlib.dumps(tree, fmt=plistlib.FMT_BINARY)
     yield "nested", plistlib.dumps({"Plugins": {"AU": {"a": {"b": {"c": {"d": "e"}}}}}})
     yield "cut", plistlib.dumps(registry)[:-20]
+    yield "quotes", b"<plist a='>'><array a='\"><array>'><?x \"?><true/><!-- \"?> --></array></plist>"
 
 
 def main():

@@ -13,6 +13,7 @@ namespace {
 
 constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
 constexpr std::string_view kSpace = " \t\n";
+constexpr std::string_view kCharacterData = "<![CDATA[";
 constexpr std::array<std::string_view, 11> kElements = {
     "plist", "dict", "array", "string", "key", "integer", "real", "true", "false", "date", "data"};
 
@@ -20,7 +21,8 @@ bool IsContainer(std::string_view element) {
     return element == "dict" || element == "array";
 }
 
-/* Walks the tags of a document and checks how they stand to each other. */
+/* Walks the tags of a document, checks how they stand to each other, and writes them down again
+ * with nothing between them but text. */
 class Scanner {
 public:
     explicit Scanner(std::string_view text) : mText(text) {}
@@ -34,17 +36,12 @@ public:
         return mOpen.empty() && mRootClosed;
     }
 
-    /* Where each empty <key/> starts and ends, which the library refuses. */
-    struct Span {
-        std::size_t start;
-        std::size_t end;
-    };
-    const std::vector<Span>& EmptyKeys() const { return mEmptyKeys; }
+    std::string TakePlain() { return std::move(mPlain); }
 
 private:
     struct Element {
         std::string_view name;
-        std::size_t content; /* where its content starts */
+        std::size_t content; /* where its content starts in the plain text */
         std::size_t children;
     };
 
@@ -53,21 +50,22 @@ private:
     bool Step() {
         const auto tag = std::min(mText.find('<', mAt), mText.size());
         const auto between = mText.substr(mAt, tag - mAt);
-        if (mOpen.empty() && between.find_first_not_of(kSpace) != between.npos) {
+        if (!TakesText() && between.find_first_not_of(kSpace) != between.npos) {
             return false;
         }
+        mPlain += between;
         mAt = tag;
         if (mAt == mText.size()) {
             return true;
         }
         if (Rest().starts_with("<!--")) {
-            return SkipPast("-->");
+            return SkipPast("<!--", "-->");
         }
         if (Rest().starts_with("<?")) {
-            return SkipPast("?>");
+            return SkipPast("<?", "?>");
         }
-        if (Rest().starts_with("<![CDATA[")) {
-            return !mOpen.empty() && SkipPast("]]>");
+        if (Rest().starts_with(kCharacterData)) {
+            return TakesText() && TakeCharacterData();
         }
         if (Rest().starts_with("<!")) {
             return SkipDocumentType();
@@ -75,8 +73,23 @@ private:
         return Rest().starts_with("</") ? Close() : Open();
     }
 
-    bool SkipPast(std::string_view end) {
-        const auto found = mText.find(end, mAt + 2);
+    bool TakesText() const {
+        return !mOpen.empty() && mOpen.back().name != "plist" && !IsContainer(mOpen.back().name);
+    }
+
+    bool TakeCharacterData() {
+        const auto start = mAt + kCharacterData.size();
+        if (!SkipPast(kCharacterData, "]]>")) {
+            return false;
+        }
+        for (const char c : mText.substr(start, mText.find("]]>", start) - start)) {
+            mPlain += c == '<' ? "&lt;" : c == '&' ? "&amp;" : std::string(1, c);
+        }
+        return true;
+    }
+
+    bool SkipPast(std::string_view start, std::string_view end) {
+        const auto found = mText.find(end, mAt + start.size());
         mAt = found + end.size();
         return found != mText.npos;
     }
@@ -84,13 +97,13 @@ private:
     /* With declarations of its own it is none of a property list. */
     bool SkipDocumentType() {
         const auto head = Rest().substr(0, Rest().find('>'));
-        return mOpen.empty() && head.find('[') == head.npos && SkipPast(">");
+        return mOpen.empty() && head.find('[') == head.npos && SkipPast("<!", ">");
     }
 
     /* The position after the tag's ">", those in quoted attributes left out. */
     std::size_t EndOfTag() const {
         char quote = '\0';
-        for (std::size_t at = mAt; at < mText.size(); ++at) {
+        for (std::size_t at = mAt + 1; at < mText.size() && mText[at] != '<'; ++at) {
             const char c = mText[at];
             if (quote != '\0') {
                 quote = c == quote ? '\0' : quote;
@@ -119,14 +132,9 @@ private:
         if (!MayOpen(name)) {
             return false;
         }
-        mOpen.push_back({name, end, 0});
-        if (!empty) {
-            return true;
-        }
-        if (name == "key") {
-            mEmptyKeys.push_back({start, end});
-        }
-        return CloseTop(end);
+        mPlain.append("<").append(name).append(">");
+        mOpen.push_back({name, mPlain.size(), 0});
+        return !empty || CloseTop();
     }
 
     bool MayOpen(std::string_view name) {
@@ -158,13 +166,19 @@ private:
         auto name = mText.substr(start + 2, end - start - 2);
         name = name.substr(0, name.find_first_of(kSpace));
         mAt = end + 1;
-        return name == mOpen.back().name && CloseTop(start);
+        return name == mOpen.back().name && CloseTop();
     }
 
-    bool CloseTop(std::size_t contentEnd) {
+    bool CloseTop() {
         const Element top = mOpen.back();
         mOpen.pop_back();
         mRootClosed = mOpen.empty();
+        const bool isWhole = IsWhole(top);
+        mPlain.append("</").append(top.name).append(">");
+        return isWhole;
+    }
+
+    bool IsWhole(const Element& top) {
         if (top.name == "plist") {
             return top.children == 1;
         }
@@ -172,13 +186,13 @@ private:
             --mDepth;
             return top.name == "array" || top.children % 2 == 0;
         }
-        return IsXmlLeafText(top.name, mText.substr(top.content, contentEnd - top.content));
+        return IsXmlLeafText(top.name, std::string_view(mPlain).substr(top.content));
     }
 
     std::string_view mText;
     std::size_t mAt = 0;
+    std::string mPlain;
     std::vector<Element> mOpen;
-    std::vector<Span> mEmptyKeys;
     std::size_t mValues = 0;
     int mDepth = 0;
     bool mRootClosed = false;
@@ -212,21 +226,9 @@ std::optional<std::string> PreparedXml(std::string_view document) {
         !Utf16Length(document)) {
         return std::nullopt;
     }
-    std::string text = WithLineFeeds(document);
+    const std::string text = WithLineFeeds(document);
     Scanner scanner(text);
-    if (!scanner.Scan()) {
-        return std::nullopt;
-    }
-    if (scanner.EmptyKeys().empty()) {
-        return text;
-    }
-    std::string prepared;
-    std::size_t done = 0;
-    for (const auto& [start, end] : scanner.EmptyKeys()) {
-        prepared.append(text, done, start - done).append("<key></key>");
-        done = end;
-    }
-    return prepared.append(text, done);
+    return scanner.Scan() ? std::optional(scanner.TakePlain()) : std::nullopt;
 }
 
 bool FitsXml(std::string_view text) {

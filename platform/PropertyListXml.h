@@ -12,8 +12,9 @@
 
 namespace velnor {
 
-/* The document as the library can read it without loss. Nothing when it is not well-formed, whole,
- * UTF-8, and within the limits. */
+/* The document's values in tags and text alone, which the library reads without loss: it ends
+ * attributes, comments and instructions elsewhere than XML does. Nothing when the document is not
+ * well-formed, whole, UTF-8, and within the limits. */
 std::optional<std::string> PreparedXml(std::string_view document);
 
 /* True when XML has a form for every character of the text, which is UTF-8. */

@@ -124,6 +124,11 @@ TEST(PropertyList, ReadsTheLibertiesThatXmlAllows) {
     EXPECT_EQ(Text(Read("\xEF\xBB\xBF" + Xml("<string>a\r\nb</string>")).Get()), "a\nb");
     EXPECT_EQ(Text(Read(Xml("<!-- <dict> --><string>a<![CDATA[<b>]]>&#x41;</string>")).Get()),
               "a<b>A");
+    for (const std::string body :
+         {"<string a='>'>x</string>", "<string a='\"'>x</string>",
+          "<?x \"?><string>x<!-- \"?> --></string>", "<!--> <true/> --><string>x</string>"}) {
+        EXPECT_EQ(Text(Read(Xml(body)).Get()), "x") << body;
+    }
     const auto tree =
         Read(Xml("<dict ><key/>\n<true />\n<key>k</key><integer> -3 </integer></dict >"));
     ASSERT_TRUE(tree);
@@ -155,6 +160,8 @@ TEST(PropertyList, RefusesDocumentsThatAreNone) {
           Xml("<data>!</data>"),
           Xml("<string>&unknown;</string>"),
           Xml("<array></dict>"),
+          Xml("<string a='<'></string>"),
+          Xml("<array>x</array>"),
           Xml("<string>\xFF</string>"),
           latin + "<plist><string>\xE9</string></plist>",
           Xml("<string>&#xD800;</string>"),
