@@ -2,13 +2,9 @@
 
 #include "platform/CFArrayObject.h"
 #include "platform/CFDataObject.h"
-#include "platform/CFDateObject.h"
 #include "platform/CFDictionaryObject.h"
-#include "platform/CFNumberObject.h"
-#include "platform/CFStringObject.h"
-#include "platform/PropertyListLimits.h"
 #include "platform/PropertyListReader.h"
-#include "platform/PropertyListUid.h"
+#include "platform/PropertyListSize.h"
 #include "platform/PropertyListWriter.h"
 
 namespace velnor {
@@ -20,59 +16,40 @@ Copy Adopt(const CFObject* object) {
     return Copy(RefOf<CFTypeRef>(object));
 }
 
+/* Copies a tree of a property list's types. */
 class Copier {
 public:
     explicit Copier(CFOptionFlags options)
         : mMutableContainers(options != kCFPropertyListImmutable),
           mMutableLeaves(options == kCFPropertyListMutableContainersAndLeaves) {}
 
-    Copy Of(CFTypeRef value, int depth) const {
+    Copy Of(CFTypeRef value) const {
         if (const auto* dictionary = CastIf<DictionaryObject>(value)) {
-            return depth < kMaxPropertyListDepth ? OfDictionary(*dictionary, depth) : Copy();
+            return OfDictionary(*dictionary);
         }
         if (const auto* array = CastIf<ArrayObject>(value)) {
-            return depth < kMaxPropertyListDepth ? OfArray(*array, depth) : Copy();
+            return OfArray(*array);
         }
-        if (const auto* data = CastIf<DataObject>(value)) {
-            return OfData(*data);
+        const auto* data = CastIf<DataObject>(value);
+        if (data != nullptr && (mMutableLeaves || data->IsMutable())) {
+            return Adopt(new DataObject(data->Bytes(), mMutableLeaves));
         }
-        return IsUnchanging(value) ? Copy::Retained(value) : Copy();
+        return Copy::Retained(value);
     }
 
 private:
-    static bool IsUnchanging(CFTypeRef value) {
-        return CastIf<StringObject>(value) != nullptr || CastIf<NumberObject>(value) != nullptr ||
-               CastIf<BooleanObject>(value) != nullptr || CastIf<DateObject>(value) != nullptr ||
-               CastIf<UidObject>(value) != nullptr;
-    }
-
-    Copy OfData(const DataObject& data) const {
-        if (!mMutableLeaves && !data.IsMutable()) {
-            return Copy::Retained(RefOf<CFTypeRef>(&data));
-        }
-        return Adopt(new DataObject(data.Bytes(), mMutableLeaves));
-    }
-
-    Copy OfArray(const ArrayObject& array, int depth) const {
+    Copy OfArray(const ArrayObject& array) const {
         ArrayObject::Items items;
         for (const auto& original : array.All()) {
-            Copy item = Of(original.Get(), depth + 1);
-            if (!item) {
-                return {};
-            }
-            items.push_back(std::move(item));
+            items.push_back(Of(original.Get()));
         }
         return Adopt(new ArrayObject(std::move(items), mMutableContainers));
     }
 
-    Copy OfDictionary(const DictionaryObject& dictionary, int depth) const {
+    Copy OfDictionary(const DictionaryObject& dictionary) const {
         DictionaryObject::Entries entries;
         for (const auto& [key, original] : dictionary.All()) {
-            Copy value = Of(original.Get(), depth + 1);
-            if (!value) {
-                return {};
-            }
-            entries.emplace_hint(entries.end(), key.Share(), std::move(value));
+            entries.emplace_hint(entries.end(), key.Share(), Of(original.Get()));
         }
         return Adopt(new DictionaryObject(std::move(entries), mMutableContainers));
     }
@@ -86,7 +63,7 @@ private:
 
 CFPropertyListRef CFPropertyListCreateDeepCopy(CFAllocatorRef, CFPropertyListRef tree,
                                                CFOptionFlags options) {
-    return velnor::Copier(options).Of(tree, 0).Detach();
+    return velnor::SizeOfTree(tree) ? velnor::Copier(options).Of(tree).Detach() : nullptr;
 }
 
 CFDataRef CFPropertyListCreateData(CFAllocatorRef, CFPropertyListRef tree,

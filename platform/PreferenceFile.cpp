@@ -1,7 +1,7 @@
 #include "platform/PreferenceFile.h"
 
-#include "platform/PropertyListLimits.h"
 #include "platform/PropertyListReader.h"
+#include "platform/PropertyListSize.h"
 #include "platform/UniqueFd.h"
 
 #include <atomic>

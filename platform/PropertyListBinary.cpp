@@ -1,6 +1,6 @@
 #include "platform/PropertyListBinary.h"
 
-#include "platform/PropertyListLimits.h"
+#include "platform/PropertyListSize.h"
 
 #include <cstdint>
 #include <optional>
@@ -109,14 +109,15 @@ private:
 
     bool Visit(std::uint64_t number, int depth) {
         const auto object = ReadObject(number);
-        if (!object || ++mValues > kMaxPropertyListValues) {
+        if (!object) {
             return false;
         }
         switch (object->kind) {
         case kArray:
-            return depth < kMaxPropertyListDepth && VisitAll(*object, object->count, depth);
+            return depth < kMaxPropertyListDepth && Count(0) &&
+                   VisitAll(*object, object->count, depth);
         case kDictionary:
-            return depth < kMaxPropertyListDepth && object->count <= mFile.size() &&
+            return depth < kMaxPropertyListDepth && Count(0) && object->count <= mFile.size() &&
                    HasTextKeys(*object) && VisitAll(*object, 2 * object->count, depth);
         default:
             return VisitLeaf(*object);
@@ -156,45 +157,56 @@ private:
     bool VisitLeaf(const Object& object) {
         switch (object.kind) {
         case kSimple:
-            return object.low == 8 || object.low == 9;
+            return (object.low == 8 || object.low == 9) && Count(0);
         case kInteger:
-            return object.low <= 4 && TakeBytes(object, std::uint64_t{1} << object.low) &&
+            return object.low <= 4 && HasNumber(object, std::uint64_t{1} << object.low) &&
                    (object.low < 4 || BigEndian(object.content.substr(0, 8)) == 0);
         case kReal:
             return (object.low == 2 || object.low == 3) &&
-                   TakeBytes(object, std::uint64_t{1} << object.low);
+                   HasNumber(object, std::uint64_t{1} << object.low);
         case kDate:
-            return object.low == 3 && TakeBytes(object, 8);
+            return object.low == 3 && HasNumber(object, 8);
         case kUid:
             return (object.low == 0 || object.low == 1 || object.low == 3 || object.low == 7) &&
-                   TakeBytes(object, object.low + 1U);
+                   HasNumber(object, object.low + 1U);
         case kData:
-            return TakeBytes(object, object.count);
         case kAscii:
-            return TakeBytes(object, object.count) && !HasZero(object, 1);
+            return object.count <= object.content.size() && Count(object.count) &&
+                   (object.kind == kData || !HasZero(object));
         case kUtf16:
-            return object.count <= mFile.size() && TakeBytes(object, 2 * object.count) &&
-                   !HasZero(object, 2);
+            return object.count <= object.content.size() / 2 && Count(2 * object.count) &&
+                   IsUtf16(object);
         default:
             return false;
         }
     }
 
-    bool TakeBytes(const Object& object, std::uint64_t size) {
-        if (size > object.content.size()) {
-            return false;
-        }
-        mBytes += static_cast<std::size_t>(size);
-        return mBytes <= kMaxPropertyListBytes;
+    bool HasNumber(const Object& object, std::uint64_t size) {
+        return size <= object.content.size() && Count(0);
     }
 
-    static bool HasZero(const Object& object, std::size_t unit) {
-        for (std::size_t i = 0; i < object.count; ++i) {
-            if (BigEndian(object.content.substr(i * unit, unit)) == 0) {
-                return true;
+    bool Count(std::uint64_t content) {
+        mSize.Add(static_cast<std::size_t>(content));
+        return mSize.IsBearable();
+    }
+
+    static bool HasZero(const Object& text) {
+        return text.content.substr(0, static_cast<std::size_t>(text.count)).find('\0') !=
+               std::string_view::npos;
+    }
+
+    /* True for text whose surrogates come in pairs and that holds no zero character: the library
+     * drops the one and ends at the other. */
+    static bool IsUtf16(const Object& text) {
+        bool isLowDue = false;
+        for (std::size_t i = 0; i < text.count; ++i) {
+            const auto unit = BigEndian(text.content.substr(2 * i, 2));
+            if (unit == 0 || isLowDue != (unit >= 0xDC00 && unit < 0xE000)) {
+                return false;
             }
+            isLowDue = unit >= 0xD800 && unit < 0xDC00;
         }
-        return false;
+        return !isLowDue;
     }
 
     std::string_view mFile;
@@ -203,8 +215,7 @@ private:
     std::uint64_t mObjects = 0;
     std::uint64_t mTop = 0;
     std::size_t mTable = 0;
-    std::size_t mValues = 0;
-    std::size_t mBytes = 0;
+    PropertyListSize mSize;
 };
 
 } // namespace

@@ -17,7 +17,7 @@ namespace velnor {
 constexpr std::string_view kBinaryPropertyListMagic = "bplist00";
 
 /* True when each reference leads to a whole object of a known kind, the top object expands to no
- * more than the limits allow, and no text holds a zero character. */
+ * more than the limits allow, and no text holds a zero character or a lone surrogate. */
 bool IsSoundBinaryPropertyList(std::string_view file);
 
 } // namespace velnor

@@ -8,6 +8,7 @@
 #include "platform/CFStringObject.h"
 #include "platform/PlistNode.h"
 #include "platform/PropertyListBinary.h"
+#include "platform/PropertyListSize.h"
 #include "platform/PropertyListUid.h"
 #include "platform/PropertyListXml.h"
 
@@ -176,7 +177,10 @@ CFRef<CFTypeRef> ReadPropertyList(std::string_view file, CFOptionFlags options,
         return {};
     }
     auto tree = Reader(options).Read(root.get());
-    if (tree && format != nullptr) {
+    if (!SizeOfTree(tree.Get())) {
+        return {};
+    }
+    if (format != nullptr) {
         *format = isBinary ? kCFPropertyListBinaryFormat_v1_0 : kCFPropertyListXMLFormat_v1_0;
     }
     return tree;

@@ -7,7 +7,7 @@
 #include "platform/CFNumberObject.h"
 #include "platform/CFStringObject.h"
 #include "platform/PlistNode.h"
-#include "platform/PropertyListLimits.h"
+#include "platform/PropertyListSize.h"
 #include "platform/PropertyListUid.h"
 #include "platform/PropertyListXml.h"
 
@@ -20,16 +20,13 @@ namespace {
 constexpr double kFirstXmlDate = -31588531200.0;
 constexpr double kPastXmlDates = 252423993600.0;
 
-/* Makes the library's nodes of values. Each function gives null for what has no place in the
- * form. */
+/* Makes the library's nodes of a tree of bearable size. Each function gives null for what has no
+ * place in the form. */
 class Writer {
 public:
     explicit Writer(bool isXml) : mIsXml(isXml) {}
 
-    PlistNode Write(CFTypeRef value, int depth) {
-        if (++mValues > kMaxPropertyListValues) {
-            return nullptr;
-        }
+    PlistNode Write(CFTypeRef value) const {
         if (const auto* string = CastIf<StringObject>(value)) {
             return WriteString(string->Text());
         }
@@ -40,10 +37,10 @@ public:
             return PlistNode(plist_new_bool(boolean->Value()));
         }
         if (const auto* dictionary = CastIf<DictionaryObject>(value)) {
-            return depth < kMaxPropertyListDepth ? WriteDictionary(*dictionary, depth) : nullptr;
+            return WriteDictionary(*dictionary);
         }
         if (const auto* array = CastIf<ArrayObject>(value)) {
-            return depth < kMaxPropertyListDepth ? WriteArray(*array, depth) : nullptr;
+            return WriteArray(*array);
         }
         if (const auto* data = CastIf<DataObject>(value)) {
             return WriteData(data->Bytes());
@@ -85,10 +82,10 @@ private:
         return hasForm ? DateNode(std::floor(at)) : nullptr;
     }
 
-    PlistNode WriteArray(const ArrayObject& array, int depth) {
+    PlistNode WriteArray(const ArrayObject& array) const {
         PlistNode node(plist_new_array());
         for (const auto& item : array.All()) {
-            PlistNode child = Write(item.Get(), depth + 1);
+            PlistNode child = Write(item.Get());
             if (!child) {
                 return nullptr;
             }
@@ -97,11 +94,11 @@ private:
         return node;
     }
 
-    PlistNode WriteDictionary(const DictionaryObject& dictionary, int depth) {
+    PlistNode WriteDictionary(const DictionaryObject& dictionary) const {
         PlistNode node(plist_new_dict());
         for (const auto& [key, value] : dictionary.All()) {
             const std::string& name = TextOf(key.Get());
-            PlistNode child = Fits(name) ? Write(value.Get(), depth + 1) : nullptr;
+            PlistNode child = Fits(name) ? Write(value.Get()) : nullptr;
             if (!child) {
                 return nullptr;
             }
@@ -111,17 +108,16 @@ private:
     }
 
     bool mIsXml;
-    std::size_t mValues = 0;
 };
 
 } // namespace
 
 std::optional<std::string> WritePropertyList(CFPropertyListRef tree, CFPropertyListFormat format) {
     const bool isXml = format == kCFPropertyListXMLFormat_v1_0;
-    if (tree == nullptr || (!isXml && format != kCFPropertyListBinaryFormat_v1_0)) {
+    if ((!isXml && format != kCFPropertyListBinaryFormat_v1_0) || !SizeOfTree(tree)) {
         return std::nullopt;
     }
-    const PlistNode root = Writer(isXml).Write(tree, 0);
+    const PlistNode root = Writer(isXml).Write(tree);
     if (!root) {
         return std::nullopt;
     }

@@ -1,6 +1,6 @@
 #include "platform/PropertyListXml.h"
 
-#include "platform/PropertyListLimits.h"
+#include "platform/PropertyListSize.h"
 #include "platform/PropertyListXmlLeaf.h"
 #include "platform/Unicode.h"
 

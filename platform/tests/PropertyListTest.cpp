@@ -13,6 +13,8 @@
 namespace velnor::test {
 namespace {
 
+using namespace std::string_literals;
+
 constexpr std::array kFormats = {kCFPropertyListXMLFormat_v1_0, kCFPropertyListBinaryFormat_v1_0};
 
 CFRef<CFTypeRef> Read(std::string_view file, CFOptionFlags options = kCFPropertyListImmutable,
@@ -223,28 +225,73 @@ TEST(PropertyList, NestingEndsAt256) {
               nullptr);
 }
 
-/* Arrays that each hold the next one twice; the last is empty, or holds the first. */
-std::string SharedArrays(int levels, bool cycle) {
+/* A binary list of these objects, the first on top. */
+std::string BinaryList(const std::vector<std::string>& objects) {
     std::string file = "bplist00";
     std::string table;
-    for (int i = 0; i <= levels; ++i) {
+    for (const std::string& object : objects) {
         table.push_back(static_cast<char>(file.size()));
-        if (i < levels) {
-            file += {'\xA2', static_cast<char>(i + 1), static_cast<char>(i + 1)};
-        } else {
-            file += cycle ? std::string("\xA1\0", 2) : std::string("\xA0");
-        }
+        file += object;
     }
     const auto position = static_cast<char>(file.size());
-    file += table + std::string(6, '\0') + "\1\1" + std::string(7, '\0') +
-            static_cast<char>(levels + 1) + std::string(15, '\0') + position;
-    return file;
+    return file + table + std::string(6, '\0') + "\1\1" + std::string(7, '\0') +
+           static_cast<char>(objects.size()) + std::string(15, '\0') + position;
+}
+
+/* Arrays that each hold the next one twice; the last is empty, or holds the first. */
+std::string SharedArrays(int levels, bool cycle) {
+    std::vector<std::string> objects;
+    for (int i = 1; i <= levels; ++i) {
+        objects.push_back({'\xA2', static_cast<char>(i), static_cast<char>(i)});
+    }
+    objects.push_back(cycle ? std::string("\xA1\0", 2) : std::string("\xA0"));
+    return BinaryList(objects);
 }
 
 TEST(PropertyList, SharedObjectsCannotOutgrowMemory) {
     EXPECT_TRUE(Read(SharedArrays(8, false)));
     EXPECT_FALSE(Read(SharedArrays(50, false))) << "2^50 values";
     EXPECT_FALSE(Read(SharedArrays(1, true)));
+    auto tree = Array();
+    for (int level = 0; level < 50; ++level) {
+        const auto outer = Array();
+        CFArrayAppendValue(outer.Get(), tree.Get());
+        CFArrayAppendValue(outer.Get(), tree.Get());
+        tree = CFRef<CFMutableArrayRef>::Retained(outer.Get());
+    }
+    EXPECT_FALSE(CFPropertyListCreateDeepCopy(nullptr, tree.Get(), kCFPropertyListImmutable));
+}
+
+TEST(PropertyList, WhatCanBeWrittenCanBeRead) {
+    const auto entries = Dictionary();
+    for (int i = 0; i < 65535; ++i) {
+        Set(entries.Get(), std::to_string(i), kCFBooleanTrue);
+    }
+    const auto references = Array();
+    const auto text = Value(std::string(1024, 'x'));
+    for (int i = 0; i < 63000; ++i) {
+        CFArrayAppendValue(references.Get(), text.Get());
+    }
+    const std::pair<CFTypeRef, CFPropertyListFormat> cases[] = {{entries.Get(), kFormats[0]},
+                                                                {entries.Get(), kFormats[1]},
+                                                                {references.Get(), kFormats[1]}};
+    for (const bool within : {true, false}) {
+        for (const auto& [tree, format] : cases) {
+            const auto file = Write(tree, format);
+            ASSERT_EQ(bool(file), within);
+            EXPECT_TRUE(!file || Read(Bytes(file.Get())));
+        }
+        Set(entries.Get(), "one more", kCFBooleanTrue);
+        CFArrayAppendValue(references.Get(), Data(std::string(1 << 20, 'x')).Get());
+    }
+}
+
+TEST(PropertyList, SurrogatesComeInPairs) {
+    EXPECT_EQ(Text(Read(BinaryList({"\x62\xD8\x3D\xDE"s + '\0'})).Get()), "\xF0\x9F\x98\x80");
+    for (const std::string& units :
+         {"\x61\xD8\x3D"s, "\x61\xDE\1"s, "\x62\xDE\1\xD8\x3D"s, "\x62\xD8\x3D\1\1"s}) {
+        EXPECT_FALSE(Read(BinaryList({units})));
+    }
 }
 
 TEST(PropertyList, OnlyWhatWasAskedForCanBeChanged) {
