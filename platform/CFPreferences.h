@@ -45,13 +45,16 @@ VELNOR_PLATFORM_API CFPropertyListRef CFPreferencesCopyValue(CFStringRef key, CF
 /* The keys of one file in ascending order; null when it has none. */
 VELNOR_PLATFORM_API CFArrayRef CFPreferencesCopyKeyList(CFStringRef domain, CFStringRef user,
                                                         CFStringRef host);
-/* A null value removes the key. The value is copied. Nothing happens when it is no property list,
- * nests more than 255 deep, or when it or the key holds a zero character. */
+/* A null value removes the key. The value is copied. Nothing happens when no file can hold it:
+ * when a dictionary of this key and value alone is no property list (platform/CFPropertyList.h) or
+ * holds a zero character. */
 VELNOR_PLATFORM_API void CFPreferencesSetValue(CFStringRef key, CFPropertyListRef value,
                                                CFStringRef domain, CFStringRef user,
                                                CFStringRef host);
 /* False when the file could not be written or what is there could not be read: a folder, say, or no
- * permission. The file is untouched then, and the changes stay pending. It gives up on a writer
+ * permission. The file is untouched then, and the changes stay pending. False, too, when the file
+ * with all changes would be larger than a property list may be: those that it has no room for are
+ * dropped then, the others written. It gives up on a writer
  * that holds the lock for more than ten seconds. True at once when there is nothing to write. */
 VELNOR_PLATFORM_API Boolean CFPreferencesSynchronize(CFStringRef domain, CFStringRef user,
                                                      CFStringRef host);

@@ -115,9 +115,9 @@ bool CachedPreferences::Synchronize(bool shared) {
     }
     lock.lock();
     mSettled = false;
-    Learn(std::move(*written));
+    Learn(std::move(written->file));
     mChanges.Forget(list);
-    return true;
+    return written->isWhole;
 }
 
 CachedPreferences& PreferencesAt(const std::string& path) {

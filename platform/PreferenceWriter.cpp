@@ -2,6 +2,7 @@
 
 #include "platform/AtomicFile.h"
 #include "platform/CFStringObject.h"
+#include "platform/PropertyListSize.h"
 #include "platform/PropertyListWriter.h"
 
 #include <algorithm>
@@ -31,23 +32,65 @@ bool Holds(CFDictionaryRef tree, const std::vector<PreferenceChange>& changes) {
     });
 }
 
-CFRef<CFDictionaryRef> Merged(CFDictionaryRef tree, const std::vector<PreferenceChange>& changes) {
+PropertyListSize SizeOfEntry(CFStringRef key, CFTypeRef value) {
+    PropertyListSize size = SizeOfTree(key).value_or(PropertyListSize());
+    size.Add(SizeOfTree(value).value_or(PropertyListSize()));
+    return size;
+}
+
+/* Entries and their size as a dictionary. */
+struct SizedEntries {
     DictionaryObject::Entries entries;
-    if (const auto* dictionary = CastIf<DictionaryObject>(tree)) {
-        for (const auto& [key, value] : dictionary->All()) {
-            entries.emplace_hint(entries.end(), key.Share(), value.Share());
-        }
-    }
-    for (const PreferenceChange& change : changes) {
+    PropertyListSize size;
+
+    /* False, and nothing done, when they would not be bearable with the change. */
+    bool Apply(const PreferenceChange& change) {
         CFRef<CFStringRef> key(CreateString(change.key));
+        PropertyListSize changed = size;
+        if (const auto old = entries.find(key); old != entries.end()) {
+            changed.Subtract(SizeOfEntry(key.Get(), old->second.Get()));
+        }
+        if (change.value) {
+            changed.Add(SizeOfEntry(key.Get(), change.value.Get()));
+        }
+        if (!changed.IsBearable()) {
+            return false;
+        }
         if (change.value) {
             entries.insert_or_assign(std::move(key), change.value.Share());
         } else {
             entries.erase(key);
         }
+        size = changed;
+        return true;
     }
-    return CFRef<CFDictionaryRef>(
-        RefOf<CFDictionaryRef>(new DictionaryObject(std::move(entries), false)));
+};
+
+struct MergedTree {
+    CFRef<CFDictionaryRef> tree;
+    bool isWhole; /* has all the changes; else those that it has room for, removals first */
+};
+
+MergedTree Merged(CFDictionaryRef tree, const std::vector<PreferenceChange>& changes) {
+    SizedEntries merged;
+    if (const auto size = SizeOfTree(tree)) {
+        merged.size = *size;
+    } else {
+        merged.size.Add(0);
+    }
+    if (const auto* dictionary = CastIf<DictionaryObject>(tree)) {
+        for (const auto& [key, value] : dictionary->All()) {
+            merged.entries.emplace_hint(merged.entries.end(), key.Share(), value.Share());
+        }
+    }
+    bool isWhole = true;
+    for (const bool hasValue : {false, true}) {
+        for (const PreferenceChange& change : changes) {
+            isWhole = (bool{change.value} != hasValue || merged.Apply(change)) && isWhole;
+        }
+    }
+    auto* const object = new DictionaryObject(std::move(merged.entries), false);
+    return {CFRef<CFDictionaryRef>(RefOf<CFDictionaryRef>(object)), isWhole};
 }
 
 /* The tree of a file just loaded, from what is known of it where its content is the same. */
@@ -74,19 +117,22 @@ PreferenceWriter::PreferenceWriter(const std::string& path, bool shared) : mShar
     }
 }
 
-std::optional<PreferenceFile> PreferenceWriter::Merge(const std::vector<PreferenceChange>& changes,
-                                                      const PreferenceFile& known) {
-    PreferenceFile file = LoadPreferenceFile(mPath);
+std::optional<PreferenceWriter::Written>
+PreferenceWriter::Merge(const std::vector<PreferenceChange>& changes, const PreferenceFile& known) {
+    Written written{LoadPreferenceFile(mPath), true};
+    PreferenceFile& file = written.file;
     if (file.state == PreferenceFileState::unreadable) {
         return std::nullopt;
     }
     if (file.state == PreferenceFileState::sound) {
         Understand(file, known);
     }
-    if (!Holds(file.tree.Get(), changes) && !Replace(file, Merged(file.tree.Get(), changes))) {
-        return std::nullopt;
+    if (Holds(file.tree.Get(), changes)) {
+        return written;
     }
-    return file;
+    auto merged = Merged(file.tree.Get(), changes);
+    written.isWhole = merged.isWhole;
+    return Replace(file, std::move(merged.tree)) ? std::optional(std::move(written)) : std::nullopt;
 }
 
 bool PreferenceWriter::Replace(PreferenceFile& file, CFRef<CFDictionaryRef> merged) {

@@ -21,12 +21,16 @@ public:
     /* False when there is no folder to write to or the lock cannot be had. */
     bool IsReady() const { return mLock.has_value() && *mLock; }
 
+    struct Written {
+        PreferenceFile file; /* as it is then */
+        bool isWhole;        /* false when the file has no room for some of the changes */
+    };
     /* Merges the changes into the file as it is now. known is the file as it was seen last and
      * spares a parse when nothing changed. A damaged file is kept under another name before it is
-     * replaced, and binary files stay binary. Gives the file as it is then; nothing when it could
-     * not be read or written: it is untouched then. */
-    std::optional<PreferenceFile> Merge(const std::vector<PreferenceChange>& changes,
-                                        const PreferenceFile& known);
+     * replaced, and binary files stay binary. Nothing when the file could not be read or written:
+     * it is untouched then. */
+    std::optional<Written> Merge(const std::vector<PreferenceChange>& changes,
+                                 const PreferenceFile& known);
 
 private:
     bool Replace(PreferenceFile& file, CFRef<CFDictionaryRef> merged);

@@ -127,6 +127,23 @@ TEST_F(Preferences, TextThatXmlCannotHoldIsKeptToo) {
     EXPECT_TRUE(Save("more", Value("y").Get()));
 }
 
+TEST_F(Preferences, WhatHasNoRoomInTheFileKeepsNothingElseOut) {
+    const auto list = Array();
+    for (int i = 0; i < 70000; ++i) {
+        CFArrayAppendValue(list.Get(), kCFBooleanTrue);
+    }
+    Put("half", list.Get());
+    Put("other half", list.Get());
+    EXPECT_FALSE(Save("small", Value("x").Get()));
+    EXPECT_THAT(ReadFile(PathOf()), HasSubstr("<string>x</string>"));
+    EXPECT_THAT(KeyList(), ElementsAre("half", "small"));
+    for (int i = 0; i < 70000; ++i) {
+        CFArrayAppendValue(list.Get(), kCFBooleanTrue);
+    }
+    EXPECT_TRUE(Save("whole", list.Get()));
+    EXPECT_THAT(KeyList(), ElementsAre("half", "small"));
+}
+
 TEST_F(Preferences, DamagedFilesReadAsAbsentAndAreKept) {
     const std::string contents[] = {"", "<plist><dict><key>a</key><tru", PlistFile("<true/>"),
                                     "<plist><array/></plist>"};
