@@ -5,24 +5,13 @@
 #include "host/PlatformText.h"
 #include "platform/CFPreferences.h"
 #include "platform/FileCopy.h"
+#include "platform/Folders.h"
 
-#include <cstdlib>
 #include <filesystem>
-
-#include <pwd.h>
-#include <unistd.h>
 
 namespace velnor::host {
 
 namespace {
-
-std::string homeFolder() {
-    if (const char* home = std::getenv("HOME"); home && *home == '/')
-        return home;
-    if (const passwd* entry = getpwuid(getuid()); entry && entry->pw_dir)
-        return entry->pw_dir;
-    throw JobError("there is no home folder; set HOME");
-}
 
 FSRef resolved(const std::string& path) {
     FSRef ref = {};
@@ -43,8 +32,10 @@ void makeFolder(const std::string& path) {
 } // namespace
 
 std::string dataHome() {
-    const char* folder = std::getenv("XDG_DATA_HOME");
-    return folder && *folder == '/' ? folder : homeFolder() + "/.local/share";
+    FSRef folder;
+    if (PlatformNameDataHome(&folder) != noErr)
+        throw JobError("there is no home folder; set HOME");
+    return folder.path;
 }
 
 std::string componentsFolder() {

@@ -42,3 +42,14 @@ OSErr FSFindFolder(SInt16 domain, OSType type, Boolean createFolder, FSRef* ref)
     *ref = found;
     return noErr;
 }
+
+OSErr PlatformNameDataHome(FSRef* ref) {
+    if (ref == nullptr) {
+        return paramErr;
+    }
+    const auto path = velnor::DataHomeFolder();
+    if (!path) {
+        return fnfErr;
+    }
+    return velnor::AssignPath(*ref, *path) ? noErr : bdNamErr;
+}

@@ -13,10 +13,16 @@ enum {
 };
 
 /* domain is kUserDomain, createFolder false, else paramErr. fnfErr when the folder does not exist,
- * is no folder, or cannot be named because HOME is missing; permErr. Links are followed. Reads the
- * environment at every call. Thread any, concurrent, may block. */
+ * is no folder, or cannot be named because there is no home: neither HOME nor the user database has
+ * one; permErr. Links are followed. Reads the environment at every call. Thread any, concurrent,
+ * may block. */
 VELNOR_PLATFORM_API OSErr FSFindFolder(SInt16 domain, OSType type, Boolean createFolder,
                                        FSRef* ref);
+
+/* Names the application-support folder whether it exists or not (not of the original interface; for
+ * tools that make it). fnfErr without a home, bdNamErr for a path that does not fit. Thread any,
+ * concurrent, may block. */
+VELNOR_PLATFORM_API OSErr PlatformNameDataHome(FSRef* ref);
 
 VELNOR_END_C
 

@@ -3,10 +3,7 @@
 #include "platform/Percent.h"
 #include "platform/XdgFolders.h"
 
-#include <optional>
-#include <pwd.h>
 #include <sys/utsname.h>
-#include <unistd.h>
 
 namespace velnor {
 namespace {
@@ -19,31 +16,11 @@ const std::string& NodeName() {
     return name;
 }
 
-/* The home of a process without HOME. */
-std::optional<std::string> HomeInUserDatabase() {
-    std::vector<char> buffer(16384);
-    passwd entry;
-    passwd* found = nullptr;
-    if (getpwuid_r(getuid(), &entry, buffer.data(), buffer.size(), &found) != 0 ||
-        found == nullptr || found->pw_dir == nullptr || found->pw_dir[0] != '/') {
-        return std::nullopt;
-    }
-    return found->pw_dir;
-}
-
-std::optional<std::string> UserFolder() {
-    if (auto folder = ConfigHomeFolder()) {
-        return folder;
-    }
-    const auto home = HomeInUserDatabase();
-    return home ? std::optional(*home + "/.config") : std::nullopt;
-}
-
 std::vector<std::string> Folders(bool anyUser) {
     if (anyUser) {
         return ConfigFolders();
     }
-    const auto folder = UserFolder();
+    const auto folder = ConfigHomeFolder();
     return folder ? std::vector{*folder} : std::vector<std::string>();
 }
 

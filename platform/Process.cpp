@@ -2,17 +2,15 @@
 
 #include "platform/CFString.h"
 #include "platform/CFStringObject.h"
+#include "platform/UserDatabase.h"
 
-#include <algorithm>
 #include <cerrno>
 #include <cstdlib>
 #include <mutex>
 #include <optional>
-#include <pwd.h>
 #include <string>
 #include <sys/stat.h>
 #include <unistd.h>
-#include <vector>
 
 namespace velnor {
 namespace {
@@ -74,24 +72,10 @@ std::string FullName(const std::string& comment, const std::string& login) {
     return name.empty() ? login : name;
 }
 
-std::optional<UserNames> NamesInUserDatabase(uid_t user) {
-    std::vector<char> buffer(1024);
-    passwd entry{};
-    passwd* found = nullptr;
-    int error = 0;
-    while ((error = getpwuid_r(user, &entry, buffer.data(), buffer.size(), &found)) == ERANGE &&
-           buffer.size() < (std::size_t{1} << 20)) {
-        buffer.resize(buffer.size() * 2);
-    }
-    if (error != 0 || found == nullptr || entry.pw_name == nullptr) {
-        return std::nullopt;
-    }
-    return UserNames{entry.pw_name, FullName(entry.pw_gecos ? entry.pw_gecos : "", entry.pw_name)};
-}
-
 UserNames CurrentUser() {
-    if (const auto names = NamesInUserDatabase(getuid())) {
-        return *names;
+    const auto user = FindUser(getuid());
+    if (user && !user->login.empty()) {
+        return {user->login, FullName(user->comment, user->login)};
     }
     for (const char* variable : {"LOGNAME", "USER"}) {
         const char* value = std::getenv(variable);

@@ -9,7 +9,7 @@
 
 namespace velnor {
 
-/* The XDG_DESKTOP_DIR of the user's user-dirs.dirs, else ~/Desktop; nothing without HOME. */
+/* The XDG_DESKTOP_DIR of the user's user-dirs.dirs, else ~/Desktop; nothing without a home. */
 std::optional<std::string> DesktopFolder();
 
 /* The value that the content of such a file gives a key: lines KEY="$HOME/path" or KEY="/path", a

@@ -1,7 +1,10 @@
 #include "platform/XdgFolders.h"
 
+#include "platform/UserDatabase.h"
+
 #include <cstdlib>
 #include <sstream>
+#include <unistd.h>
 
 namespace velnor {
 namespace {
@@ -29,7 +32,11 @@ std::vector<std::string> SystemFolders(const char* variable, const char* otherwi
 
 std::optional<std::string> HomeFolder() {
     const std::string home = Variable("HOME");
-    return home.starts_with('/') ? std::optional(home) : std::nullopt;
+    if (home.starts_with('/')) {
+        return home;
+    }
+    const auto user = FindUser(getuid());
+    return user && user->home.starts_with('/') ? std::optional(user->home) : std::nullopt;
 }
 
 std::optional<std::string> DataHomeFolder() {

@@ -8,8 +8,7 @@
 
 namespace velnor {
 
-/* HOME, where it is an absolute path. Nothing is looked up elsewhere: a process without it has no
- * user folders. */
+/* HOME, else the home in the user database; either where it is an absolute path. */
 std::optional<std::string> HomeFolder();
 
 /* XDG_DATA_HOME, else ~/.local/share; XDG_CONFIG_HOME, else ~/.config. A relative value counts as

@@ -6,6 +6,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <pwd.h>
 #include <sys/stat.h>
 
 namespace {
@@ -217,10 +218,13 @@ TEST(Folders, ApplicationSupportIsTheDataHomeThatExists) {
         EXPECT_EQ(FolderPath(kApplicationSupportFolderType), "error -43");
     }
     const ScopedEnv noData("XDG_DATA_HOME", nullptr);
-    const ScopedEnv noHome("HOME", nullptr);
-    EXPECT_EQ(FolderPath(kApplicationSupportFolderType), "error -43");
-    EXPECT_EQ(FolderPath(kDesktopFolderType), "error -43");
     FSRef ref;
+    for (const char* useless : {static_cast<const char*>(nullptr), "", "relative/path"}) {
+        const ScopedEnv noHome("HOME", useless);
+        const passwd* user = getpwuid(getuid());
+        ASSERT_EQ(PlatformNameDataHome(&ref), user ? noErr : fnfErr);
+        EXPECT_TRUE(!user || PathOf(ref) == user->pw_dir + std::string("/.local/share"));
+    }
     EXPECT_EQ(FSFindFolder(0, kDesktopFolderType, false, &ref), paramErr);
     EXPECT_EQ(FSFindFolder(kUserDomain, kDesktopFolderType, true, &ref), paramErr);
 }
