@@ -18,6 +18,11 @@ CFObject::CFObject() : mState(kOneReference) {
     gLiveObjects.fetch_add(1);
 }
 
+/* The last Release has counted it down, a constructor that throws has not. */
+CFObject::~CFObject() {
+    Moved(mState.load(std::memory_order_relaxed), 0);
+}
+
 bool CFObject::CountsAsAlive(State state) noexcept {
     return (state & kImmortal) == 0 && References(state) > Caches(state);
 }

@@ -149,13 +149,14 @@ CFBundleRef CreateBundle(const std::string& path) {
     if (!info) {
         return nullptr;
     }
+    auto* const object = new BundleObject(path, std::move(info));
+    CFRef<CFBundleRef> bundle(RefOf<CFBundleRef>(object)); /* takes the table's lock when it goes */
     const std::lock_guard lock(table.mutex);
     if (const CFBundleRef live = FindLive(table, path)) {
         return live;
     }
-    auto* const bundle = new BundleObject(path, std::move(info));
-    table.bundles[path] = bundle;
-    return RefOf<CFBundleRef>(bundle);
+    table.bundles.insert_or_assign(path, object);
+    return bundle.Detach();
 }
 
 } // namespace

@@ -43,7 +43,7 @@ public:
 
 protected:
     CFObject();
-    virtual ~CFObject() = default;
+    virtual ~CFObject();
 
 private:
     /* References, those of caches among them, and how many are those of caches. */

@@ -11,14 +11,19 @@ ComponentInstances& ComponentInstances::Shared() {
 }
 
 OSStatus ComponentInstances::Open(Component component, ComponentInstance* instance) {
-    const ComponentEntry entry = component->AddInstance();
-    if (entry == nullptr) {
+    auto owned = std::make_unique<OpaqueComponentInstance>(
+        OpaqueComponentInstance{nullptr, nullptr, component, false});
+    const ComponentInstance opened = owned.get();
+    opened->entry = component->AddInstance();
+    if (opened->entry == nullptr) {
         return couldNotOpenComponent;
     }
-    auto owned = std::make_unique<OpaqueComponentInstance>(
-        OpaqueComponentInstance{entry, nullptr, component, false});
-    const ComponentInstance opened = owned.get();
-    mInstances.emplace(opened, std::move(owned));
+    try {
+        mInstances.emplace(opened, std::move(owned));
+    } catch (...) {
+        component->RemoveInstance();
+        throw;
+    }
     auto block = encode(kComponentOpenSelect, opened);
     const ComponentResult result = EnterComponent(opened, block.Get());
     if (result != noErr) {

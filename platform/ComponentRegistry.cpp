@@ -80,13 +80,14 @@ OSStatus ComponentRegistry::RegisterBundle(const std::string& path,
 }
 
 void ComponentRegistry::Rescan() {
-    mScanned = true;
-    mFound.clear();
-    for (const std::string& found : FindComponentBundles()) {
-        const std::string path = CanonicalPath(found);
-        Append(mFound, AdoptBundle(path, ReadBundle(path)));
+    std::vector<Component> found;
+    for (const std::string& bundle : FindComponentBundles()) {
+        const std::string path = CanonicalPath(bundle);
+        Append(found, AdoptBundle(path, ReadBundle(path)));
     }
+    mFound = std::move(found);
     Relist();
+    mScanned = true;
 }
 
 const std::vector<Component>& ComponentRegistry::Listed() {
@@ -123,14 +124,15 @@ Component ComponentRegistry::FindOrCreate(const std::string& path,
 }
 
 void ComponentRegistry::Relist() {
-    mListed.clear();
+    std::vector<Component> listed;
     for (const auto* list : {&mRegistered, &mFound}) {
         for (Component component : *list) {
-            if (!IsShadowed(component, mListed)) {
-                mListed.push_back(component);
+            if (!IsShadowed(component, listed)) {
+                listed.push_back(component);
             }
         }
     }
+    mListed = std::move(listed);
 }
 
 } // namespace velnor

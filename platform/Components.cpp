@@ -6,6 +6,7 @@
 #include "platform/ComponentRegistry.h"
 
 #include <algorithm>
+#include <new>
 #include <utility>
 
 using velnor::ComponentInstances;
@@ -21,6 +22,16 @@ bool Matches(const ComponentDescription& description, Component component) {
            same(description.componentManufacturer, own.componentManufacturer) &&
            ((description.componentFlags ^ own.componentFlags) & description.componentFlagsMask) ==
                0;
+}
+
+/* What call answers, or memFullErr. */
+template <class Call>
+OSStatus StatusOf(const Call& call) {
+    try {
+        return call();
+    } catch (const std::bad_alloc&) {
+        return memFullErr;
+    }
 }
 
 bool IsComponent(Component component) {
@@ -74,7 +85,8 @@ OSStatus PlatformRegisterComponentBundle(const char* path, Component* components
     }
     *count = 0;
     std::vector<Component> registered;
-    const OSStatus status = ComponentRegistry::Shared().RegisterBundle(path, registered);
+    const OSStatus status =
+        StatusOf([&] { return ComponentRegistry::Shared().RegisterBundle(path, registered); });
     if (status != noErr) {
         return status;
     }
@@ -100,8 +112,10 @@ OSStatus PlatformOpenComponent(Component component, ComponentInstance* instance)
         return paramErr;
     }
     *instance = nullptr;
-    return IsComponent(component) ? ComponentInstances::Shared().Open(component, instance)
-                                  : invalidComponentID;
+    return StatusOf([&] {
+        return IsComponent(component) ? ComponentInstances::Shared().Open(component, instance)
+                                      : OSStatus{invalidComponentID};
+    });
 }
 
 OSErr OpenAComponent(Component component, ComponentInstance* instance) {

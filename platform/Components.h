@@ -74,7 +74,7 @@ VELNOR_PLATFORM_API SInt32 CountComponents(ComponentDescription* description);
 VELNOR_PLATFORM_API void PlatformRescanComponents(void);
 /* Registers what the bundle at this path lists, and puts up to maximum of its components, in its
  * order, into components; *count is how many it lists. fnfErr: no bundle; paramErr: no readable
- * registrations. The same bundle registers once. */
+ * registrations; memFullErr. The same bundle registers once. */
 VELNOR_PLATFORM_API OSStatus PlatformRegisterComponentBundle(const char* path,
                                                              Component* components, UInt32 maximum,
                                                              UInt32* count);
@@ -83,7 +83,7 @@ VELNOR_PLATFORM_API ComponentInstance OpenComponent(Component component);
 /* couldNotOpenComponent also for a status that does not fit 16 bits. */
 VELNOR_PLATFORM_API OSErr OpenAComponent(Component component, ComponentInstance* instance);
 /* As OpenComponent, with the full 32-bit status: what the open selector answered,
- * couldNotOpenComponent, or invalidComponentID for a pointer that is no component. */
+ * couldNotOpenComponent, memFullErr, or invalidComponentID for a pointer that is no component. */
 VELNOR_PLATFORM_API OSStatus PlatformOpenComponent(Component component,
                                                    ComponentInstance* instance);
 /* Sends the close selector and frees the instance, whatever the selector answers; the answer is

@@ -48,6 +48,7 @@ bool ControlObject::Embed(ControlObject& container) {
     if (IsRoot() || IsWithin(&container, this)) {
         return false;
     }
+    container.mChildren.reserve(container.mChildren.size() + 1);
     LeaveParent();
     mParent = &container;
     container.mChildren.push_back(this);

@@ -22,9 +22,11 @@ OSStatus Create(WindowRef window, const Rect* bounds, std::optional<ControlText>
     if (window != nullptr && GetRootControl(window, &root) != noErr) {
         return paramErr;
     }
-    auto* const made = new ControlObject(velnor::FrameOf(*bounds), std::move(text));
-    *control = made->Ref();
-    return root != nullptr ? EmbedControl(*control, root) : noErr;
+    auto* const object = new ControlObject(velnor::FrameOf(*bounds), std::move(text));
+    CFRef<ControlRef> made(object->Ref());
+    const OSStatus status = root != nullptr ? EmbedControl(made.Get(), root) : noErr;
+    *control = made.Detach();
+    return status;
 }
 
 } // namespace

@@ -1,5 +1,6 @@
 #include "platform/ForeignCodeScope.h"
 
+#include <new>
 #include <utility>
 #include <vector>
 
@@ -31,14 +32,18 @@ ForeignCodeScope::~ForeignCodeScope() {
         ReleasePutOff();
 }
 
-void ReleaseAfterForeignCode(CFTypeRef object) {
+void ReleaseAfterForeignCode(CFTypeRef object) noexcept {
     if (tState.depth == 0) {
         CFRelease(object);
         return;
     }
-    if (tState.putOff == nullptr)
-        tState.putOff = new std::vector<CFTypeRef>;
-    tState.putOff->push_back(object);
+    try {
+        if (tState.putOff == nullptr)
+            tState.putOff = new std::vector<CFTypeRef>;
+        tState.putOff->push_back(object);
+    } catch (const std::bad_alloc&) {
+        /* The code may be running: it stays. */
+    }
 }
 
 } // namespace velnor

@@ -22,8 +22,8 @@ public:
 };
 
 /* Takes over one reference and releases it: at once outside of every scope of this thread, else
- * when the outermost one ends. May block. */
-void ReleaseAfterForeignCode(CFTypeRef object);
+ * when the outermost one ends; never when memory does not suffice to remember it. May block. */
+void ReleaseAfterForeignCode(CFTypeRef object) noexcept;
 
 } // namespace velnor
 

@@ -40,9 +40,8 @@ std::string ObjectOfNode(plist_t node) {
 }
 
 std::string TakeText(char* bytes, std::uint32_t length, void (*release)(char*)) {
-    std::string text = bytes == nullptr ? std::string() : std::string(bytes, length);
-    release(bytes);
-    return text;
+    const std::unique_ptr<char, void (*)(char*)> owner(bytes, release);
+    return bytes == nullptr ? std::string() : std::string(bytes, length);
 }
 
 } // namespace

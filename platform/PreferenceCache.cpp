@@ -31,8 +31,8 @@ const DictionaryObject* CachedPreferences::Tree() const {
 }
 
 void CachedPreferences::Learn(PreferenceFile file) {
-    mStamp = file.stamp;
     mKnown = std::make_shared<const PreferenceFile>(std::move(file));
+    mStamp = mKnown->stamp;
 }
 
 void CachedPreferences::Refresh() {

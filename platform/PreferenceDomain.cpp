@@ -1,5 +1,6 @@
 #include "platform/PreferenceDomain.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <mutex>
 #include <string_view>
@@ -11,18 +12,18 @@ namespace {
 /* The variables that decide where files lie, as they were at one moment. */
 class Environment {
 public:
-    /* Takes the values of now; true when one is another than before. */
-    bool Update() {
-        bool changed = false;
+    bool IsAsNow() const {
+        return std::all_of(mVariables.begin(), mVariables.end(), [](const Variable& variable) {
+            const char* value = std::getenv(variable.name);
+            return variable.isSet == (value != nullptr) && (!value || variable.value == value);
+        });
+    }
+    void Update() {
         for (Variable& variable : mVariables) {
             const char* value = std::getenv(variable.name);
-            if (variable.isSet != (value != nullptr) || (value && variable.value != value)) {
-                variable.isSet = value != nullptr;
-                variable.value = value ? value : "";
-                changed = true;
-            }
+            variable.value = value ? value : "";
+            variable.isSet = value != nullptr;
         }
-        return changed;
     }
 
 private:
@@ -63,8 +64,9 @@ PreferenceDomain::PreferenceDomain(const std::string& name) {
 std::shared_ptr<const PreferenceDomain> FindPreferenceDomain(const std::string& name) {
     Table& table = TheTable();
     const std::lock_guard lock(table.mutex);
-    if (table.environment.Update()) {
+    if (!table.environment.IsAsNow()) {
         table.domains.clear();
+        table.environment.Update();
     }
     auto& domain = table.domains[name];
     if (!domain) {

@@ -50,7 +50,7 @@ enum {
     bdNamErr = -37,           /* a name is empty, too long or not allowed */
     dupFNErr = -48,           /* an object of that name exists already */
     errFSNoMoreItems = -1417, /* a catalog iteration has reached its end */
-    memFullErr = -108,
+    memFullErr = -108, /* out of memory; calls that do not name it throw std::bad_alloc instead */
     kLSApplicationNotFoundErr = -10814
 };
 

@@ -35,9 +35,10 @@ OSStatus CreateNewWindow(WindowAttributes attributes, const Rect* bounds, Window
     auto* const root = new ControlObject(frame, std::nullopt);
     auto owned = std::make_unique<OpaqueWindowRef>(
         OpaqueWindowRef{attributes, CFRef<ControlRef>(root->Ref())});
-    *window = owned.get();
-    root->SetOwnWindow(*window);
-    Windows().emplace(*window, std::move(owned));
+    const WindowRef made = owned.get();
+    root->SetOwnWindow(made);
+    Windows().emplace(made, std::move(owned));
+    *window = made;
     return noErr;
 }
 
