@@ -7,6 +7,7 @@
 
 #include <cstring>
 #include <limits>
+#include <utility>
 
 namespace velnor {
 
@@ -114,11 +115,9 @@ void EngineClient::process(const MIDIEventBlock& events, float* const* channels,
 
 void EngineClient::close() {
     mEngineBundle.Reset();
-    if (isConnected()) {
-        callEngine(mOpcodeProc, mEngineHandle, kOpCloseInstance);
-        mEngineHandle = 0;
-        mOpcodeProc = nullptr;
-    }
+    if (isConnected())
+        callEngine(std::exchange(mOpcodeProc, nullptr), std::exchange(mEngineHandle, 0),
+                   kOpCloseInstance);
 }
 
 } // namespace velnor

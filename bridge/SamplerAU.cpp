@@ -46,7 +46,10 @@ SamplerAU::~SamplerAU() {
         delete g_logger;
         g_logger = nullptr;
     }
-    mEngine.close();
+    StatusOf([this]() -> OSStatus {
+        mEngine.close();
+        return noErr;
+    });
 }
 
 ComponentResult SamplerAU::Version() {

@@ -142,10 +142,10 @@ OSStatus SamplerAU::SaveState(CFPropertyListRef* outState) {
 }
 
 OSStatus SamplerAU::RestoreState(CFPropertyListRef inState) {
+    const CFRef<CFStringRef> key = chunkKey(); /* before anything changes: it takes memory */
     if (const OSStatus status = MusicDeviceBase::RestoreState(inState); status != noErr)
         return status;
-    const CFTypeRef chunk =
-        CFDictionaryGetValue(static_cast<CFDictionaryRef>(inState), chunkKey().Get());
+    const CFTypeRef chunk = CFDictionaryGetValue(static_cast<CFDictionaryRef>(inState), key.Get());
     if (chunk == nullptr || CFGetTypeID(chunk) != CFDataGetTypeID())
         return noErr;
     const auto data = static_cast<CFDataRef>(chunk);

@@ -70,13 +70,13 @@ void SamplerAU::collectEvents() VELNOR_NONBLOCKING {
     const std::size_t received = mPendingEvents.size();
     const std::size_t count = std::min<std::size_t>(received, kOrmoMaxBlockEvents);
     mSorter.sort(mPendingEvents.data(), received);
+    mEventBlock.count = static_cast<UInt32>(count);
+    std::copy_n(mPendingEvents.data(), count, mEventBlock.events);
+    mPendingEvents.clear();
     if (received > count)
         VELNOR_RT_ESCAPE("events are lost, which the log has to say",
                          LogLine(LogSeverity::kInformation,
                                  "Large number of MIDI Events : " + std::to_string(received)));
-    mEventBlock.count = static_cast<UInt32>(count);
-    std::copy_n(mPendingEvents.data(), count, mEventBlock.events);
-    mPendingEvents.clear();
 }
 
 OSStatus SamplerAU::HandleMidiEvent(UInt8 inStatus, UInt8 inChannel, UInt8 inData1, UInt8 inData2,

@@ -48,8 +48,10 @@ SamplerAUView::SamplerAUView(ComponentInstance inInstance)
 
 SamplerAUView::~SamplerAUView() {
     if (mOpcodeProc != nullptr && mEditorHandle != 0) {
-        callEngine(mOpcodeProc, mEngineHandle, kOpDetachEditor, mEditorHandle);
-        callEngine(mOpcodeProc, mEditorHandle, kOpEditorDestroy);
+        StatusOf([this] {
+            return callEngine(mOpcodeProc, mEngineHandle, kOpDetachEditor, mEditorHandle);
+        });
+        StatusOf([this] { return callEngine(mOpcodeProc, mEditorHandle, kOpEditorDestroy); });
     }
     mOpcodeProc = nullptr;
     mEngineHandle = 0;
@@ -132,8 +134,11 @@ void SamplerAUView::showFallback() {
     const CFRef<CFStringRef> text(CFStringCreateWithCString(
         kCFAllocatorDefault, fallbackText().c_str(), kCFStringEncodingASCII));
     ControlRef control = nullptr;
-    if (CreateStaticTextControl(nullptr, &kFallbackBounds, text.Get(), &style, &control) == noErr)
-        EmbedControl(control);
+    if (CreateStaticTextControl(nullptr, &kFallbackBounds, text.Get(), &style, &control) != noErr)
+        return;
+    CFRef<ControlRef> made(control);
+    if (EmbedControl(control) == noErr)
+        static_cast<void>(made.Detach()); /* the pane's from now on */
 }
 
 } // namespace velnor

@@ -60,7 +60,12 @@ void AUBase::DoCleanup() {
     if (!IsInitialized()) {
         return;
     }
-    Cleanup();
+    try {
+        Cleanup();
+    } catch (...) {
+        mInitialized.store(false, std::memory_order_release);
+        throw;
+    }
     mInitialized.store(false, std::memory_order_release);
 }
 

@@ -169,15 +169,20 @@ OSStatus AUBase::RestoreState(CFPropertyListRef inState) {
     if (!IsStateOf(state, description)) {
         return kAudioUnitErr_InvalidPropertyValue;
     }
-    if (const CFDataRef blob = GetData(state, kDataKey); blob != nullptr) {
-        RestoreParameters(*this, blob);
-    }
+    // Reading takes memory, and without it nothing is to change.
+    const CFDataRef blob = GetData(state, kDataKey);
     const CFRef<CFStringRef> untitled = MakeKey(kUntitledPresetName);
     const CFStringRef name = GetString(state, kNameKey);
+    const std::optional<SInt32> quality = GetSInt32(state, kRenderQualityKey);
+    const std::optional<Float32> load = GetFloat32(state, kCPULoadKey);
+    const CFDictionaryRef names = GetDictionary(state, kElementNameKey);
+    if (blob != nullptr) {
+        RestoreParameters(*this, blob);
+    }
     SetCurrentPreset({kNoFactoryPreset, name != nullptr ? name : untitled.Get()});
-    WriteProperty(*this, kAudioUnitProperty_RenderQuality, GetSInt32(state, kRenderQualityKey));
-    WriteProperty(*this, kAudioUnitProperty_CPULoad, GetFloat32(state, kCPULoadKey));
-    if (const CFDictionaryRef names = GetDictionary(state, kElementNameKey); names != nullptr) {
+    WriteProperty(*this, kAudioUnitProperty_RenderQuality, quality);
+    WriteProperty(*this, kAudioUnitProperty_CPULoad, load);
+    if (names != nullptr) {
         RestoreElementNames(*this, names);
     }
     return noErr;

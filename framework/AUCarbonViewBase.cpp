@@ -127,12 +127,13 @@ OSStatus AUCarbonViewBase::CreatePane(ControlRef inParent, const Float32Point& i
     if (status != noErr) {
         return status;
     }
-    mCarbonPane = CFRef<ControlRef>::Retained(pane);
+    CFRef<ControlRef> made(pane);
+    mCarbonPane = made.Share();
     status = ::EmbedControl(pane, inParent);
     if (status != noErr) {
-        DisposeControl(pane);
         return status;
     }
+    static_cast<void>(made.Detach()); // the parent's from now on
     if (mCompositWindow) {
         const HIRect frame = {inLocation, {inSize.x, inSize.y}};
         return HIViewSetFrame(pane, &frame);

@@ -9,6 +9,7 @@
 
 #include <algorithm>
 #include <locale>
+#include <new>
 
 ConsoleLogger* g_logger = nullptr;
 std::fstream* g_pluginStream = nullptr;
@@ -80,8 +81,12 @@ bool ConsoleLogger::init(const std::string& path) {
 }
 
 ConsoleLogger::~ConsoleLogger() {
-    LogLine(LogSeverity::kInformation, separator());
-    LogLine(LogSeverity::kInformation, VLNSConv(mPath) + " closed on: " + VLNSConv(now()));
+    try {
+        LogLine(LogSeverity::kInformation, separator());
+        LogLine(LogSeverity::kInformation, VLNSConv(mPath) + " closed on: " + VLNSConv(now()));
+    } catch (const std::bad_alloc&) {
+        // Lines are dropped; the mark that follows takes no memory.
+    }
     if (g_pluginStream != nullptr && g_pluginStream->is_open())
         g_pluginStream->put(kCleanCloseMark).flush();
     if (g_pluginStream == &mStream)

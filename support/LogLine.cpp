@@ -5,6 +5,7 @@
 
 #include <pthread.h>
 
+#include <new>
 #include <string>
 
 namespace velnor {
@@ -15,10 +16,15 @@ void LogLine(LogSeverity severity, std::string_view message) {
         return;
     const uint64_t time = myMS();
     const auto thread = static_cast<uintptr_t>(pthread_self());
-    std::string line = severity == LogSeverity::kError ? "E:" : "I:";
-    line.append(std::to_string(thread)).append(1, ':').append(std::to_string(time)).append(1, ':');
-    line.append(message).append(1, '\n');
-    stream->write(line.data(), static_cast<std::streamsize>(line.size())).flush();
+    try {
+        std::string line = severity == LogSeverity::kError ? "E:" : "I:";
+        line.append(std::to_string(thread)).append(1, ':');
+        line.append(std::to_string(time)).append(1, ':');
+        line.append(message).append(1, '\n');
+        stream->write(line.data(), static_cast<std::streamsize>(line.size())).flush();
+    } catch (const std::bad_alloc&) {
+        return;
+    }
 }
 
 } // namespace velnor
