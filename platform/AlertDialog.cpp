@@ -91,9 +91,16 @@ Arguments ZenityArguments(const PlatformAlert& alert, const std::vector<Button>&
     return arguments;
 }
 
+/* The answer of a dialog that was closed. One that could not be shown has the same status but
+ * complains, so that it says nothing where there is no choice. */
+std::optional<SInt32> ClosedAnswer(const ProgramResult& result,
+                                   const std::vector<Button>& buttons) {
+    const bool isSeen = buttons.size() > 1 || result.errors.empty();
+    return isSeen ? std::optional(buttons.back().index) : std::nullopt;
+}
+
 /* Status 0 is the first button; 1 is the last one and the closed dialog, but the middle one when
- * its label was printed. A dialog that could not be shown has status 1 too, so that it says nothing
- * where there is no choice. */
+ * its label was printed. */
 std::optional<SInt32> ZenityAnswer(const ProgramResult& result,
                                    const std::vector<Button>& buttons) {
     if (result.status == 0) {
@@ -102,7 +109,7 @@ std::optional<SInt32> ZenityAnswer(const ProgramResult& result,
     if (buttons.size() > 2 && result.output == buttons[1].label + "\n") {
         return buttons[1].index;
     }
-    return buttons.size() > 1 ? std::optional(buttons.back().index) : std::nullopt;
+    return result.status == 1 ? ClosedAnswer(result, buttons) : std::nullopt;
 }
 
 Arguments KdialogArguments(const PlatformAlert& alert, const std::vector<Button>& buttons) {
@@ -126,7 +133,10 @@ Arguments KdialogArguments(const PlatformAlert& alert, const std::vector<Button>
 std::optional<SInt32> KdialogAnswer(const ProgramResult& result,
                                     const std::vector<Button>& buttons) {
     const auto place = static_cast<std::size_t>(result.status);
-    return place < buttons.size() ? buttons[place].index : buttons.back().index;
+    if (place < buttons.size()) {
+        return buttons[place].index;
+    }
+    return result.status <= 2 ? ClosedAnswer(result, buttons) : std::nullopt;
 }
 
 constexpr int kFirstXmessageStatus = 101;
@@ -146,14 +156,14 @@ Arguments XmessageArguments(const PlatformAlert& alert, const std::vector<Button
             list,      "-default", preferred,    " " + WholeText(alert)};
 }
 
-/* Anything but a button's own status is a closed window or a display that could not be opened. */
+/* Buttons have a status of their own; 1 is the closed window. */
 std::optional<SInt32> XmessageAnswer(const ProgramResult& result,
                                      const std::vector<Button>& buttons) {
     const auto place = static_cast<std::size_t>(result.status - kFirstXmessageStatus);
     if (result.status >= kFirstXmessageStatus && place < buttons.size()) {
         return buttons[place].index;
     }
-    return buttons.size() > 1 ? std::optional(buttons.back().index) : std::nullopt;
+    return result.status == 1 ? ClosedAnswer(result, buttons) : std::nullopt;
 }
 
 struct DialogProgram {
@@ -195,7 +205,7 @@ std::optional<SInt32> PresentAsDialog(const PlatformAlert& alert) {
         case ProgramResult::End::TimedOut:
             return kPlatformAlertTimedOut;
         case ProgramResult::End::Unknown:
-            return buttons.size() > 1 ? std::optional(buttons.back().index) : std::nullopt;
+            return ClosedAnswer(result, buttons);
         case ProgramResult::End::Failed:
             break;
         }

@@ -9,12 +9,14 @@
 #include <fcntl.h>
 #include <spawn.h>
 #include <sys/stat.h>
+#include <sys/syscall.h>
 #include <sys/wait.h>
 
 namespace velnor {
 namespace {
 
 constexpr std::size_t kMaximumOutput = 4096;
+constexpr std::size_t kPipeCapacity = 65536;
 constexpr int kFirstInheritedFile = 3;
 
 /* The argument list in the form that the system takes, borrowing the texts. */
@@ -57,14 +59,14 @@ private:
     posix_spawnattr_t mAttributes;
 };
 
-/* Standard input and error from and to nowhere, standard output to a pipe, nothing else. */
+/* Standard input from nowhere, the standard outputs to these, nothing else. */
 class SpawnFiles {
 public:
-    explicit SpawnFiles(int output) {
+    SpawnFiles(int output, int errors) {
         posix_spawn_file_actions_init(&mActions);
         posix_spawn_file_actions_addopen(&mActions, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
         posix_spawn_file_actions_adddup2(&mActions, output, STDOUT_FILENO);
-        posix_spawn_file_actions_addopen(&mActions, STDERR_FILENO, "/dev/null", O_WRONLY, 0);
+        posix_spawn_file_actions_adddup2(&mActions, errors, STDERR_FILENO);
         posix_spawn_file_actions_addclosefrom_np(&mActions, kFirstInheritedFile);
     }
     ~SpawnFiles() { posix_spawn_file_actions_destroy(&mActions); }
@@ -76,22 +78,63 @@ private:
     posix_spawn_file_actions_t mActions;
 };
 
-/* Reads to the end, keeping the first bytes; false when the deadline came first. */
-bool ReadOutput(int fd, const Deadline& deadline, std::string& output) {
-    char block[512];
-    while (deadline.WaitToRead(fd)) {
-        const ssize_t got = read(fd, block, sizeof block);
-        if (got == 0) {
-            return true;
+/* What a program writes to one of its standard outputs. */
+class Output {
+public:
+    Output() {
+        int ends[2];
+        if (pipe2(ends, O_CLOEXEC) == 0) {
+            mRead.Reset(ends[0]);
+            mWrite.Reset(ends[1]);
+            fcntl(ends[0], F_SETFL, O_NONBLOCK);
         }
-        if (got > 0 && output.size() < kMaximumOutput) {
-            output.append(block, static_cast<std::size_t>(got));
+    }
+
+    /* The program's end; below 0 when there is none. */
+    int Writer() const { return mWrite.Get(); }
+    void CloseWriter() { mWrite.Reset(); }
+
+    /* This process's end; below 0 after the last byte. */
+    int Reader() const { return mRead.Get(); }
+    /* Takes what is there, at most what a pipe holds, and keeps the first bytes. */
+    void Read() {
+        char block[512];
+        for (std::size_t taken = 0; taken < kPipeCapacity && mRead; taken += sizeof block) {
+            const ssize_t got = read(mRead.Get(), block, sizeof block);
+            if (got < 0 && (errno == EAGAIN || errno == EINTR)) {
+                return;
+            }
+            if (got <= 0) {
+                mRead.Reset();
+            } else if (mText.size() < kMaximumOutput) {
+                mText.append(block, static_cast<std::size_t>(got));
+            }
         }
-        if (got < 0 && errno != EINTR) {
+    }
+    std::string TakeText() { return std::move(mText); }
+
+private:
+    UniqueFd mRead;
+    UniqueFd mWrite;
+    std::string mText;
+};
+
+/* Reads until the program has ended; its own children may hold the outputs open for longer. On a
+ * system that cannot tell, until both outputs are closed. False when the deadline came first. */
+bool ReadToEnd(pid_t child, Output& output, Output& errors, const Deadline& deadline) {
+    const UniqueFd end(static_cast<int>(syscall(SYS_pidfd_open, child, 0)));
+    for (;;) {
+        pollfd waits[] = {
+            {end.Get(), POLLIN, 0}, {output.Reader(), POLLIN, 0}, {errors.Reader(), POLLIN, 0}};
+        if (!deadline.Wait(waits)) {
+            return false;
+        }
+        output.Read();
+        errors.Read();
+        if (waits[0].revents != 0 || (!end && output.Reader() < 0 && errors.Reader() < 0)) {
             return true;
         }
     }
-    return false;
 }
 
 /* Collects the child's status. */
@@ -140,22 +183,21 @@ std::optional<std::string> FindProgram(const std::string& name) {
 
 ProgramResult RunProgram(const std::string& path, const std::vector<std::string>& arguments,
                          const Deadline& deadline) {
-    ProgramResult result{ProgramResult::End::Failed, 0, {}};
-    int ends[2];
-    if (pipe2(ends, O_CLOEXEC) != 0) {
-        return result;
-    }
-    const UniqueFd output(ends[0]);
-    UniqueFd input(ends[1]);
+    ProgramResult result{ProgramResult::End::Failed, 0, {}, {}};
+    Output output;
+    Output errors;
     pid_t child = 0;
-    const int error =
-        posix_spawn(&child, path.c_str(), SpawnFiles(input.Get()).Get(), SpawnAttributes().Get(),
-                    ArgumentPointers(path, arguments).data(), environ);
-    if (error != 0) {
+    if (output.Writer() < 0 || errors.Writer() < 0 ||
+        posix_spawn(&child, path.c_str(), SpawnFiles(output.Writer(), errors.Writer()).Get(),
+                    SpawnAttributes().Get(), ArgumentPointers(path, arguments).data(),
+                    environ) != 0) {
         return result;
     }
-    input.Reset();
-    const bool ended = ReadOutput(output.Get(), deadline, result.output);
+    output.CloseWriter();
+    errors.CloseWriter();
+    const bool ended = ReadToEnd(child, output, errors, deadline);
+    result.output = output.TakeText();
+    result.errors = errors.TakeText();
     if (!ended) {
         kill(child, SIGKILL);
     }

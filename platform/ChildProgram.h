@@ -23,10 +23,11 @@ struct ProgramResult {
     End end;
     int status;
     std::string output; /* the first bytes of its standard output */
+    std::string errors; /* the first bytes of its standard error, which is not shown */
 };
 
-/* Runs a program to its end. It reads nothing, inherits nothing but the environment, and its
- * standard error is not shown. */
+/* Runs a program to its end, not to that of what it leaves running. It reads nothing and inherits
+ * nothing but the environment. */
 ProgramResult RunProgram(const std::string& path, const std::vector<std::string>& arguments,
                          const Deadline& deadline);
 

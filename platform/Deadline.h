@@ -8,6 +8,7 @@
 #include <climits>
 #include <cmath>
 #include <poll.h>
+#include <span>
 
 namespace velnor {
 
@@ -22,11 +23,16 @@ public:
     /* Waits until the descriptor can be read or is at its end; false when the deadline came first
      * or the wait failed. */
     bool WaitToRead(int fd) const {
+        pollfd wait{fd, POLLIN, 0};
+        return Wait({&wait, 1}) && (wait.revents & POLLNVAL) == 0;
+    }
+
+    /* The same for one of several, those below 0 left out; revents says which. */
+    bool Wait(std::span<pollfd> waits) const {
         for (;;) {
-            pollfd wait{fd, POLLIN, 0};
-            const int ready = poll(&wait, 1, Milliseconds());
+            const int ready = poll(waits.data(), waits.size(), Milliseconds());
             if (ready > 0) {
-                return (wait.revents & POLLNVAL) == 0;
+                return true;
             }
             if (HasPassed() || (ready < 0 && errno != EINTR)) {
                 return false;
