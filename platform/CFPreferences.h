@@ -1,16 +1,16 @@
 /* Per-domain settings, one XML property list each.
  *
  * A domain's files, in the order in which a search looks:
- *   user, this host   $XDG_CONFIG_HOME/velnor/DOMAIN.HOST.plist
+ *   user, this host   $XDG_CONFIG_HOME/velnor/ByHost/DOMAIN.HOST.plist
  *   user, any host    $XDG_CONFIG_HOME/velnor/DOMAIN.plist
- *   all users, host   DIR/velnor/DOMAIN.HOST.plist, for each DIR of $XDG_CONFIG_DIRS
+ *   all users, host   DIR/velnor/ByHost/DOMAIN.HOST.plist, for each DIR of $XDG_CONFIG_DIRS
  *   all users         DIR/velnor/DOMAIN.plist, likewise
  * The files that several DIR hold for one scope count as one: the first that has a key gives its
  * value, and the first is the one that is written.
  *
- * HOST is the machine's node name; in file names every "/", "%" and control character of a domain
- * is percent-encoded. $XDG_CONFIG_HOME defaults to ~/.config and $XDG_CONFIG_DIRS to /etc/xdg; the
- * home is $HOME, else the user database's.
+ * HOST is the machine's node name; in file names every "/", "%" and control character of both and
+ * every "." of HOST is percent-encoded. $XDG_CONFIG_HOME defaults to ~/.config and $XDG_CONFIG_DIRS
+ * to /etc/xdg; the home is $HOME, else the user database's.
  *
  * A write takes effect in this process at once and in the file with CFPreferencesSynchronize, which
  * holds a lock file, reads the file again, merges the keys that changed here, writes a temporary

@@ -24,16 +24,20 @@ std::vector<std::string> Folders(bool anyUser) {
     return folder ? std::vector{*folder} : std::vector<std::string>();
 }
 
-/* A domain cannot lead out of the folder: it has no separator left. */
+bool IsPlain(unsigned char byte) {
+    return byte >= 0x20 && byte != 0x7F && byte != '/' && byte != '%';
+}
+
+/* Below the domains' folder. A domain cannot lead out of it: it has no separator left. A host has
+ * no
+ * "." left, so that no two pairs have one name. */
 std::string FileName(std::string_view domain, bool anyHost) {
-    const auto keep = [](unsigned char byte) {
-        return byte >= 0x20 && byte != 0x7F && byte != '/' && byte != '%';
-    };
-    std::string name = PercentEncode(domain, keep);
-    if (!anyHost) {
-        name += '.' + PercentEncode(NodeName(), keep);
+    const std::string name = PercentEncode(domain, IsPlain);
+    if (anyHost) {
+        return name + ".plist";
     }
-    return name + ".plist";
+    const auto keep = [](unsigned char byte) { return IsPlain(byte) && byte != '.'; };
+    return "ByHost/" + name + "." + PercentEncode(NodeName(), keep) + ".plist";
 }
 
 } // namespace

@@ -6,6 +6,7 @@
 
 #include <pwd.h>
 #include <sys/stat.h>
+#include <sys/utsname.h>
 #include <thread>
 #include <unistd.h>
 
@@ -42,6 +43,9 @@ TEST_F(Preferences, TheSearchPrefersTheUserAndThenTheHost) {
         EXPECT_EQ(Search("key"), path) << "the later ones hide the earlier ones";
         EXPECT_EQ(Text(Load("key", kDomain, scope).Get()), path);
     }
+    utsname system{};
+    ASSERT_EQ(uname(&system), 0);
+    EXPECT_EQ(Search("key", std::string(kDomain) + "." + system.nodename), "<none>");
     Put("key", nullptr, kDomain, scopes[3]);
     EXPECT_EQ(Search("key"), PathOf(kDomain, scopes[2])) << "a removal counts before it is written";
     EXPECT_EQ(CFPreferencesCopyValue(String("key").Get(), String(kDomain).Get(),
