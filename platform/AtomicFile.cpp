@@ -31,16 +31,12 @@ bool WriteAll(int fd, std::string_view content) {
     return true;
 }
 
-/* The new file looks like the old one. Only the administrator can give it to the same owner. */
+/* The new file looks like the old one. */
 bool TakeAttributes(int fd, const std::string& path, mode_t mode) {
     struct stat old;
-    if (stat(path.c_str(), &old) != 0) {
-        return fchmod(fd, mode) == 0;
-    }
-    if (geteuid() == 0 && fchown(fd, old.st_uid, old.st_gid) != 0) {
-        return false;
-    }
-    return fchmod(fd, old.st_mode & kPermissions) == 0;
+    const bool replaces = stat(path.c_str(), &old) == 0;
+    return TakeOwner(fd, replaces ? path : FolderOf(path)) &&
+           fchmod(fd, replaces ? old.st_mode & kPermissions : mode) == 0;
 }
 
 void FlushFolder(const std::string& folder) {
@@ -116,10 +112,21 @@ bool KeepUnderOtherName(const std::string& path) {
     return false;
 }
 
+bool TakeOwner(int fd, const std::string& model) {
+    struct stat info;
+    return geteuid() != 0 ||
+           (stat(model.c_str(), &info) == 0 && fchown(fd, info.st_uid, info.st_gid) == 0);
+}
+
 bool MakeFolders(const std::string& path, mode_t mode) {
     for (std::size_t end = 1; end != std::string::npos && !IsFolder(path);) {
         end = path.find('/', end + 1);
-        mkdir(path.substr(0, end).c_str(), mode);
+        const std::string folder = path.substr(0, end);
+        if (mkdir(folder.c_str(), mode) == 0) {
+            const UniqueFd made(
+                open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
+            TakeOwner(made.Get(), folder + "/..");
+        }
     }
     return IsFolder(path);
 }

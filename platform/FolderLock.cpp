@@ -1,5 +1,7 @@
 #include "platform/FolderLock.h"
 
+#include "platform/AtomicFile.h"
+
 #include <algorithm>
 #include <cerrno>
 #include <fcntl.h>
@@ -11,6 +13,19 @@ namespace {
 
 using std::chrono::milliseconds;
 using std::chrono::steady_clock;
+
+/* Only a file that is made here may be given away: another name of somebody else's file may wait
+ * there. */
+UniqueFd OpenOrMake(const std::string& folder, const std::string& path) {
+    constexpr int kFlags = O_RDWR | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK;
+    UniqueFd file(open(path.c_str(), kFlags | O_CREAT | O_EXCL, S_IRUSR | S_IWUSR));
+    if (file) {
+        TakeOwner(file.Get(), folder);
+    } else if (errno == EEXIST) {
+        file.Reset(open(path.c_str(), kFlags));
+    }
+    return file;
+}
 
 /* A waiter asks again at growing intervals, so that a stopped holder cannot stop it for good. */
 bool LockWithin(int fd, milliseconds patience) {
@@ -29,8 +44,7 @@ bool LockWithin(int fd, milliseconds patience) {
 } // namespace
 
 FolderLock::FolderLock(const std::string& folder, milliseconds patience)
-    : mFile(open((folder + "/.velnor-preferences.lock").c_str(),
-                 O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK, S_IRUSR | S_IWUSR)),
+    : mFile(OpenOrMake(folder, folder + "/.velnor-preferences.lock")),
       mHeld(mFile && LockWithin(mFile.Get(), patience)) {}
 
 FolderLock::~FolderLock() {

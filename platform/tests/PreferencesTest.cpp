@@ -195,6 +195,20 @@ TEST_F(Preferences, LinksAreFollowedNotReplaced) {
     EXPECT_FALSE(Save("a", Value("x").Get(), "circle"));
 }
 
+TEST_F(Preferences, WhatTheAdministratorMakesBelongsToTheHomesOwner) {
+    if (geteuid() != 0) {
+        GTEST_SKIP() << "only the administrator can give files away";
+    }
+    constexpr uid_t kUser = 65534;
+    ASSERT_EQ(chown(mHome.Home().c_str(), kUser, kUser), 0);
+    EXPECT_TRUE(Save("k", Value("v").Get()));
+    for (const auto& entry : std::filesystem::recursive_directory_iterator(mHome.ConfigHome())) {
+        struct stat info{};
+        EXPECT_EQ(stat(entry.path().c_str(), &info), 0);
+        EXPECT_EQ(info.st_uid, kUser) << entry.path();
+    }
+}
+
 TEST_F(Preferences, DomainsCannotLeadOutOfTheFolder) {
     const std::string folder = mHome.ConfigHome() + "/velnor/";
     struct Case {
