@@ -12,9 +12,9 @@ namespace velnor {
 /* Gives the path the content: readers see the old file or the new one at every moment, and so does
  * the disk. The new file stands in the path's folder under the name ".velnor-preferences.new"
  * before it takes its place, so that writers of one folder must exclude each other. It has the old
- * file's permissions, else mode; made by the administrator, it belongs to the old file's owner, else
- * to the folder's. Gives what the new file is known by; nothing, with the old file untouched, when
- * the file system refuses. */
+ * file's permissions, else mode; made by the administrator, it belongs to the old file's owner,
+ * else to the folder's. Gives what the new file is known by; nothing, with the old file untouched,
+ * when the file system refuses. */
 std::optional<struct stat> ReplaceFile(const std::string& path, std::string_view content,
                                        mode_t mode);
 

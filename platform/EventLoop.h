@@ -15,7 +15,8 @@ typedef void (*EventLoopTimerProc)(EventLoopTimerRef timer, void* userData);
 
 VELNOR_PLATFORM_API EventLoopRef GetMainEventLoop(void);
 /* Fires first after fireDelay, then every interval (0: once; below 0.001 counts as 0.001). A late
- * loop skips missed ticks. *timer is the caller's to remove, a spent one too. paramErr: a null
+ * loop skips missed ticks. A timer does not fire inside its own action, also where that runs the
+ * loop. *timer is the caller's to remove, a spent one too. paramErr: a null
  * argument other than userData, a time below 0. */
 VELNOR_PLATFORM_API OSStatus InstallEventLoopTimer(EventLoopRef loop, EventTimerInterval fireDelay,
                                                    EventTimerInterval interval,

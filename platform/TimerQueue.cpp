@@ -39,7 +39,7 @@ void TimerQueue::SetManualTime(Duration time) {
 
 EventLoopTimerRef TimerQueue::Install(Duration delay, Duration interval, EventLoopTimerProc proc,
                                       void* userData) {
-    mTimers.push_back(std::make_unique<OpaqueEventLoopTimerRef>(
+    mTimers.push_back(std::make_shared<OpaqueEventLoopTimerRef>(
         OpaqueEventLoopTimerRef{AddSaturated(Now(), delay), interval, proc, userData}));
     return mTimers.back().get();
 }
@@ -48,23 +48,26 @@ bool TimerQueue::Remove(EventLoopTimerRef timer) {
     return std::erase_if(mTimers, [timer](const auto& held) { return held.get() == timer; }) > 0;
 }
 
-OpaqueEventLoopTimerRef* TimerQueue::Earliest() const {
-    const auto earliest =
-        std::min_element(mTimers.begin(), mTimers.end(),
-                         [](const auto& a, const auto& b) { return a->due < b->due; });
-    return earliest == mTimers.end() ? nullptr : earliest->get();
+TimerQueue::Timer TimerQueue::Earliest() const {
+    Timer earliest;
+    for (const Timer& timer : mTimers) {
+        if (!timer->isRunning && timer->due != kNever &&
+            (earliest == nullptr || timer->due < earliest->due))
+            earliest = timer;
+    }
+    return earliest;
 }
 
-// The action may remove the timer: nothing touches it afterwards.
 void TimerQueue::Fire(OpaqueEventLoopTimerRef& timer, Duration now) {
     timer.due = NextTick(timer.due, timer.interval, now);
+    timer.isRunning = true;
     const ForeignCodeScope scope;
     timer.proc(&timer, timer.userData);
+    timer.isRunning = false;
 }
 
 void TimerQueue::FireDue(Duration limit) {
-    for (auto* timer = Earliest(); timer != nullptr && timer->due <= limit && timer->due != kNever;
-         timer = Earliest())
+    for (auto timer = Earliest(); timer != nullptr && timer->due <= limit; timer = Earliest())
         Fire(*timer, limit);
 }
 
@@ -79,7 +82,7 @@ void TimerQueue::Run(Duration timeout) {
         FireDue(Now());
         if (real >= end)
             return;
-        const auto* next = Earliest();
+        const auto next = Earliest();
         const Duration wait = next != nullptr ? next->due - Now() : kNever;
         std::this_thread::sleep_for(std::clamp(wait, Duration::zero(), end - real));
     }
@@ -88,10 +91,9 @@ void TimerQueue::Run(Duration timeout) {
 void TimerQueue::Advance(Duration step) {
     const Duration target = AddSaturated(Now(), step);
     SetManualTime(Now());
-    for (auto* timer = Earliest(); timer != nullptr && timer->due <= target && timer->due != kNever;
-         timer = Earliest()) {
+    for (auto timer = Earliest(); timer != nullptr && timer->due <= target; timer = Earliest()) {
         SetManualTime(timer->due);
-        Fire(*timer, timer->due);
+        Fire(*timer, Now());
     }
     SetManualTime(target);
 }

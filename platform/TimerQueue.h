@@ -13,6 +13,7 @@ struct OpaqueEventLoopTimerRef {
     std::chrono::nanoseconds interval; /* 0: once */
     EventLoopTimerProc proc;
     void* userData;
+    bool isRunning = false; /* its action has not returned */
 };
 
 namespace velnor {
@@ -28,7 +29,7 @@ public:
     bool Remove(EventLoopTimerRef timer);
 
     /* Fires what falls due in so much real time, sleeping in between. A timer that is late fires
-     * once and skips the ticks that it missed. */
+     * once and skips the ticks that it missed. One whose action is running waits for its end. */
     void Run(Duration timeout);
 
     /* Moves the clock on and fires what falls due, each at its own time. From the first call on the
@@ -38,11 +39,12 @@ public:
 private:
     Duration Now() const;
     void SetManualTime(Duration time);
-    OpaqueEventLoopTimerRef* Earliest() const;
+    using Timer = std::shared_ptr<OpaqueEventLoopTimerRef>; /* its action may remove it */
+    Timer Earliest() const;
     void FireDue(Duration limit);
     static void Fire(OpaqueEventLoopTimerRef& timer, Duration now);
 
-    std::vector<std::unique_ptr<OpaqueEventLoopTimerRef>> mTimers;
+    std::vector<Timer> mTimers;
     bool mManual = false;
     Duration mManualTime{0};
 };

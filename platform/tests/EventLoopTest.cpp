@@ -15,7 +15,8 @@ struct Tick {
     char name;
     EventLoopTimerRef timer = nullptr;
     int removeAfter = -1;
-    EventTimerInterval work = 0; // seconds of real time
+    EventTimerInterval work = 0;  // seconds of real time
+    EventTimerInterval modal = 0; // seconds that it runs the loop for
 
     static void Action(EventLoopTimerRef timer, void* userData) {
         auto& tick = *static_cast<Tick*>(userData);
@@ -23,6 +24,7 @@ struct Tick {
         tick.log->push_back(tick.name);
         if (tick.work > 0)
             std::this_thread::sleep_for(std::chrono::duration<double>(tick.work));
+        PlatformAdvanceEventLoop(tick.modal);
         if (--tick.removeAfter == 0) {
             EXPECT_EQ(RemoveEventLoopTimer(timer), noErr);
         }
@@ -72,6 +74,19 @@ TEST_F(EventLoop, TimerRemovedInItsOwnActionIsGone) {
     PlatformAdvanceEventLoop(0.4);
     EXPECT_EQ(log, "aabb");
     EXPECT_EQ(RemoveEventLoopTimer(other.timer), noErr);
+}
+
+TEST_F(EventLoop, OthersFireInsideAnActionThatRunsTheLoop) {
+    Tick modal{&log, 'm'}, other{&log, 'o'};
+    modal.modal = 0.25;
+    ASSERT_EQ(modal.Install(0.1, 0.1), noErr);
+    ASSERT_EQ(other.Install(0.16, 0.1), noErr);
+    PlatformAdvanceEventLoop(0.12);
+    EXPECT_EQ(log, "moo");
+    PlatformAdvanceEventLoop(0.04);
+    EXPECT_EQ(log, "moomooo") << "the ticks missed meanwhile are skipped";
+    for (const Tick& tick : {modal, other})
+        EXPECT_EQ(RemoveEventLoopTimer(tick.timer), noErr);
 }
 
 TEST_F(EventLoop, RunningSleepsAndALateTimerFiresOnceInItsPhase) {
