@@ -2,6 +2,8 @@
 
 #include <charconv>
 #include <fstream>
+#include <string_view>
+#include <sys/stat.h>
 
 namespace velnor {
 namespace {
@@ -21,7 +23,7 @@ std::optional<std::string> PathOfLine(const std::string& line, uintptr_t address
     if (address < first || address >= last || path == std::string::npos) {
         return std::nullopt;
     }
-    return line.substr(path);
+    return WithoutDeletedMark(line.substr(path));
 }
 
 } // namespace
@@ -34,6 +36,13 @@ std::optional<std::string> MappedFilePath(uintptr_t address) {
         }
     }
     return std::nullopt;
+}
+
+std::string WithoutDeletedMark(const std::string& path) {
+    constexpr std::string_view kMark = " (deleted)";
+    struct stat info;
+    const bool isMarked = path.ends_with(kMark) && lstat(path.c_str(), &info) != 0;
+    return isMarked ? path.substr(0, path.size() - kMark.size()) : path;
 }
 
 } // namespace velnor

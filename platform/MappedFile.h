@@ -12,6 +12,10 @@ namespace velnor {
  * when it is no file's. */
 std::optional<std::string> MappedFilePath(uintptr_t address);
 
+/* A path that the kernel shows, without the mark that it puts behind that of a file that is gone.
+ */
+std::string WithoutDeletedMark(const std::string& path);
+
 } // namespace velnor
 
 #endif

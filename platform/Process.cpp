@@ -2,6 +2,7 @@
 
 #include "platform/CFString.h"
 #include "platform/CFStringObject.h"
+#include "platform/MappedFile.h"
 #include "platform/UserDatabase.h"
 
 #include <cerrno>
@@ -9,7 +10,6 @@
 #include <mutex>
 #include <optional>
 #include <string>
-#include <sys/stat.h>
 #include <unistd.h>
 
 namespace velnor {
@@ -27,14 +27,6 @@ ProcessName& Replacement() {
 
 std::string BaseName(const std::string& path) {
     return path.substr(path.rfind('/') + 1);
-}
-
-/* The kernel marks the path of a program whose file is gone. */
-std::string WithoutDeletedMark(const std::string& path) {
-    constexpr std::string_view kMark = " (deleted)";
-    struct stat info;
-    const bool isMarked = path.ends_with(kMark) && lstat(path.c_str(), &info) != 0;
-    return isMarked ? path.substr(0, path.size() - kMark.size()) : path;
 }
 
 std::string ExecutableName() {

@@ -157,11 +157,14 @@ TEST(LoadedImages, AnImageLoadedByARelativePathHasAnAbsoluteName) {
     std::filesystem::current_path(before);
     ASSERT_NE(image, nullptr) << dlerror();
     const auto* header = PlatformImageHeaderForAddress(dlsym(image, "TestEntry"));
-    std::string name;
-    for (UInt32 i = 1; i < _dyld_image_count(); ++i) {
-        name = _dyld_get_image_header(i) == header ? _dyld_get_image_name(i) : name;
+    for (const bool isThere : {true, false}) {
+        std::string name;
+        for (UInt32 i = 1; i < _dyld_image_count(); ++i) {
+            name = _dyld_get_image_header(i) == header ? _dyld_get_image_name(i) : name;
+        }
+        EXPECT_EQ(name, folder / "relative.so");
+        EXPECT_EQ(std::filesystem::remove(folder / "relative.so"), isThere);
     }
-    EXPECT_EQ(name, folder / "relative.so");
     dlclose(image);
 }
 
