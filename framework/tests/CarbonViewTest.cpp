@@ -1,6 +1,5 @@
 #include "framework/AUCarbonViewBase.h"
 #include "framework/ComponentEntryPoint.h"
-#include "platform/tests/FourCharCode.h"
 #include "platform/tests/Testing.h"
 
 #include <functional>

@@ -1,21 +1,11 @@
 #include "platform/LaunchServices.h"
-#include "platform/tests/TempHome.h"
 #include "platform/tests/Terminal.h"
-#include "platform/tests/Values.h"
-
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
+#include "platform/tests/Testing.h"
 
 #include <sys/stat.h>
-#include <unistd.h>
 
+namespace velnor::test {
 namespace {
-
-using namespace velnor::test;
-using testing::ElementsAre;
-using testing::EndsWith;
-using testing::HasSubstr;
-using velnor::CFRef;
 
 struct Shown {
     SInt32 result;
@@ -207,18 +197,14 @@ TEST_F(Dialogs, UrlsGoToTheOpenerAsOneArgument) {
 }
 
 TEST(AlertsAtATerminal, AnswersAreReadAndQuestionsRepeated) {
-    struct Case {
-        const char* typed;
-        SInt16 defaultButton;
-        int answer;
-    };
-    const Case cases[] = {{"\n", 1, 1},  {"\n", 2, 2},         {"yes\n", 2, 1},   {"n\n", 1, 2},
-                          {"2\n", 1, 2}, {"maybe\n1\n", 2, 1}, {"3\nNO\n", 1, 2}, {"\x04", 1, 2}};
-    for (const auto& c : cases) {
-        const auto session = InTerminal(c.typed, [&] { return AskYesNo(c.defaultButton); });
-        EXPECT_EQ(session.result, c.answer) << c.typed;
-        EXPECT_THAT(session.screen, HasSubstr("Sure?")) << c.typed;
-        EXPECT_THAT(session.screen, HasSubstr("1: Yes  2: No")) << c.typed;
+    const std::tuple<const char*, SInt16, int> cases[] = {
+        {"\n", 1, 1},  {"\n", 2, 2},         {"yes\n", 2, 1},   {"n\n", 1, 2},
+        {"2\n", 1, 2}, {"maybe\n1\n", 2, 1}, {"3\nNO\n", 1, 2}, {"\x04", 1, 2}};
+    for (const auto& [typed, defaultButton, answer] : cases) {
+        const auto session =
+            InTerminal(typed, [button = defaultButton] { return AskYesNo(button); });
+        EXPECT_EQ(session.result, answer) << typed;
+        EXPECT_THAT(session.screen, AllOf(HasSubstr("Sure?"), HasSubstr("1: Yes  2: No"))) << typed;
     }
 }
 
@@ -253,3 +239,4 @@ TEST(AlertsAtATerminal, NobodyIsAskedThroughAPipe) {
 }
 
 } // namespace
+} // namespace velnor::test

@@ -1,29 +1,16 @@
 #include "platform/CFBundle.h"
 #include "platform/LoadedImages.h"
-#include "platform/tests/TempFolder.h"
-#include "platform/tests/Values.h"
+#include "platform/tests/Testing.h"
 
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
-#include <dlfcn.h>
 #include <sys/stat.h>
-#include <thread>
 
+namespace velnor::test {
 namespace {
-
-using namespace velnor::test;
-using testing::HasSubstr;
-using testing::StartsWith;
-using velnor::CFRef;
 
 const std::string kExecutableFolder = "/Contents/" VELNOR_PLATFORM_FOLDER "/";
 
-std::string WriteInfo(const std::string& bundle, const std::string& entries) {
-    WriteFile(bundle + "/Contents/Info.plist",
-              "<?xml version=\"1.0\" encoding=\"UTF-8\"?><plist version=\"1.0\"><dict>" + entries +
-                  "</dict></plist>");
-    return bundle;
+void WriteInfo(const std::string& bundle, const std::string& entries) {
+    WriteFile(bundle + "/Contents/Info.plist", PlistFile(entries));
 }
 
 std::string Executable(const std::string& name) {
@@ -38,20 +25,7 @@ std::string MakeGoodBundle(const std::string& path) {
 }
 
 CFRef<CFBundleRef> Open(const std::string& path) {
-    const CFRef<CFURLRef> url(CFURLCreateFromFileSystemRepresentation(
-        nullptr, reinterpret_cast<const UInt8*>(path.data()), static_cast<CFIndex>(path.size()),
-        true));
-    return CFRef<CFBundleRef>(CFBundleCreate(nullptr, url.Get()));
-}
-
-bool IsLoaded(const std::string& path) {
-    for (UInt32 i = 0; i < _dyld_image_count(); ++i) {
-        const char* name = _dyld_get_image_name(i);
-        if (name != nullptr && path == name) {
-            return true;
-        }
-    }
-    return false;
+    return CFRef<CFBundleRef>(CFBundleCreate(nullptr, FileUrl(path, true).Get()));
 }
 
 class Bundle : public testing::Test {
@@ -86,11 +60,8 @@ TEST_F(Bundle, OneObjectLivesForEachDirectory) {
     EXPECT_EQ(CFGetRetainCount(first.Get()), 2);
     EXPECT_EQ(CFGetTypeID(first.Get()), CFBundleGetTypeID());
 
-    const auto text = CFRef(static_cast<CFTypeRef>(CFBundleCopyBundleURL(first.Get())));
-    UInt8 path[4096];
-    ASSERT_TRUE(CFURLGetFileSystemRepresentation(static_cast<CFURLRef>(text.Get()), true, path,
-                                                 sizeof path));
-    EXPECT_EQ(reinterpret_cast<char*>(path), mFolder / "a.bundle");
+    const CFRef<CFURLRef> url(CFBundleCopyBundleURL(first.Get()));
+    EXPECT_EQ(Text(CFURLGetString(url.Get())), "file://" + mFolder / "a.bundle/");
     EXPECT_EQ(Text(CFBundleGetValueForInfoDictionaryKey(first.Get(), kCFBundleVersionKey)), "1.2");
     EXPECT_EQ(CFBundleGetValueForInfoDictionaryKey(first.Get(), String("none").Get()), nullptr);
 }
@@ -120,29 +91,23 @@ TEST_F(Bundle, WhatDoesNotLoadSaysWhy) {
     WriteFile(bundle + kExecutableFolder + "garbage", "not an ELF file");
     std::filesystem::create_directory(bundle + kExecutableFolder + "folder");
     WriteFile(mFolder / "outside", "");
-    struct Case {
-        std::string entries;
-        std::string error;
-    };
-    const Case cases[] = {
-        {"", bundle + ": Contents/Info.plist has no CFBundleExecutable"},
-        {"<key>CFBundleExecutable</key><integer>1</integer>", bundle + ": CFBundleExecutable"},
-        {Executable("../../../outside"), bundle + ": CFBundleExecutable"},
-        {Executable("/bin/true"), bundle + ": CFBundleExecutable"},
-        {Executable(".."), bundle + ": CFBundleExecutable"},
-        {Executable(""), bundle + ": CFBundleExecutable"},
-        {Executable("gone"), "no executable for " VELNOR_PLATFORM_FOLDER ": " + bundle +
-                                 kExecutableFolder + "gone: No such file"},
-        {Executable("folder"), "no executable for " VELNOR_PLATFORM_FOLDER},
-        {Executable("garbage"), bundle + kExecutableFolder + "garbage"},
-    };
-    for (const auto& c : cases) {
-        WriteInfo(bundle, c.entries);
+    for (const auto& [entries, error] : Rows<std::string, std::string>{
+             {"", bundle + ": Contents/Info.plist has no CFBundleExecutable"},
+             {"<key>CFBundleExecutable</key><integer>1</integer>", bundle + ": CFBundleExecutable"},
+             {Executable("../../../outside"), bundle + ": CFBundleExecutable"},
+             {Executable("/bin/true"), bundle + ": CFBundleExecutable"},
+             {Executable(".."), bundle + ": CFBundleExecutable"},
+             {Executable(""), bundle + ": CFBundleExecutable"},
+             {Executable("gone"), "no executable for " VELNOR_PLATFORM_FOLDER ": " + bundle +
+                                      kExecutableFolder + "gone: No such file"},
+             {Executable("folder"), "no executable for " VELNOR_PLATFORM_FOLDER},
+             {Executable("garbage"), bundle + kExecutableFolder + "garbage"}}) {
+        WriteInfo(bundle, entries);
         const auto opened = Open(bundle);
-        ASSERT_TRUE(opened) << c.entries;
+        ASSERT_TRUE(opened) << entries;
         EXPECT_STREQ(PlatformBundleGetLoadError(opened.Get()), "");
         EXPECT_FALSE(CFBundleLoadExecutable(opened.Get()));
-        EXPECT_THAT(PlatformBundleGetLoadError(opened.Get()), StartsWith(c.error));
+        EXPECT_THAT(PlatformBundleGetLoadError(opened.Get()), StartsWith(error));
         EXPECT_EQ(CFBundleGetFunctionPointerForName(opened.Get(), String("TestEntry").Get()),
                   nullptr);
     }
@@ -150,19 +115,14 @@ TEST_F(Bundle, WhatDoesNotLoadSaysWhy) {
 
 TEST_F(Bundle, ThreadsMayOpenLoadAndReleaseTheSameOne) {
     MakeGoodBundle(mFolder / "a.bundle");
-    std::vector<std::thread> threads;
-    for (int i = 0; i < 4; ++i) {
-        threads.emplace_back([this] {
-            for (int round = 0; round < 200; ++round) {
-                const auto bundle = Open(mFolder / "a.bundle");
-                EXPECT_TRUE(bundle && CFBundleLoadExecutable(bundle.Get()));
-            }
-        });
-    }
-    for (auto& thread : threads) {
-        thread.join();
-    }
+    InThreads(4, [this](int) {
+        for (int round = 0; round < 200; ++round) {
+            const auto bundle = Open(mFolder / "a.bundle");
+            EXPECT_TRUE(bundle && CFBundleLoadExecutable(bundle.Get()));
+        }
+    });
     EXPECT_FALSE(IsLoaded(mFolder / "a.bundle" + kExecutableFolder + "code"));
 }
 
 } // namespace
+} // namespace velnor::test

@@ -1,25 +1,11 @@
-#include "platform/CFRef.h"
-#include "platform/CFString.h"
 #include "platform/ComponentParameterBlock.h"
-#include "platform/tests/FourCharCode.h"
-#include "platform/tests/TempHome.h"
+#include "platform/tests/Testing.h"
 #include "platform/tests/component/TestComponent.h"
 
-#include <gtest/gtest.h>
-
 #include <array>
-#include <dlfcn.h>
-#include <filesystem>
 
+namespace velnor::test {
 namespace {
-
-using velnor::CFRef;
-using velnor::encode;
-using velnor::test::Code;
-using velnor::test::ScopedEnv;
-using velnor::test::TempFolder;
-using velnor::test::TempHome;
-using velnor::test::WriteFile;
 
 std::string Registration(const std::string& subType, const std::string& entry = "TestEntry") {
     return "<dict><key>type</key><string>aumu</string><key>subtype</key><string>" + subType +
@@ -35,9 +21,9 @@ std::string ExecutableOf(const std::string& bundle) {
 // Makes a bundle that holds the test component and lists these registrations.
 std::string MakeBundle(const std::string& path, const std::string& registrations) {
     WriteFile(path + "/Contents/Info.plist",
-              "<?xml version=\"1.0\" encoding=\"UTF-8\"?><plist version=\"1.0\"><dict>"
-              "<key>CFBundleExecutable</key><string>test</string><key>VelnorComponents</key>" +
-                  registrations + "</dict></plist>");
+              PlistFile("<key>CFBundleExecutable</key><string>test</string>"
+                        "<key>VelnorComponents</key>" +
+                        registrations));
     std::filesystem::create_directories(std::filesystem::path(ExecutableOf(path)).parent_path());
     std::filesystem::copy_file(VELNOR_TEST_COMPONENT, ExecutableOf(path));
     return path;
@@ -55,21 +41,8 @@ Component RegisterOne(const std::string& path) {
     return component;
 }
 
-std::string Text(CFStringRef adopted) {
-    const CFRef<CFStringRef> string(adopted);
-    char text[4096] = "";
-    if (string) {
-        CFStringGetCString(string.Get(), text, sizeof text, kCFStringEncodingUTF8);
-    }
-    return text;
-}
-
-bool IsLoaded(const std::string& bundle) {
-    void* image = dlopen(ExecutableOf(bundle).c_str(), RTLD_NOLOAD | RTLD_NOW);
-    if (image != nullptr) {
-        dlclose(image);
-    }
-    return image != nullptr;
+std::string Adopted(CFStringRef text) {
+    return Text(CFRef(text).Get());
 }
 
 ComponentDescription Codes(OSType subType) {
@@ -77,34 +50,27 @@ ComponentDescription Codes(OSType subType) {
 }
 
 TEST(ComponentRegistration, EntriesOfTheWrongTypeAreLeftOut) {
-    struct Case {
-        std::string registrations;
-        OSStatus status;
-        UInt32 count;
-    };
     const std::string good = Registration("wrng");
     const std::string noCodes = "<dict><key>entry</key><string>TestEntry</string></dict>";
     const std::string longCode = Registration("wrngs");
     const std::string numberCode =
         "<dict><key>type</key><integer>5</integer><key>subtype</key><string>abcd</string><key>"
         "manufacturer</key><string>VELN</string><key>entry</key><string>E</string></dict>";
-    const Case cases[] = {
-        {"<array>" + good + "</array>", noErr, 1},
-        {"<array><string>x</string><integer>1</integer>" + good + "</array>", noErr, 1},
-        {"<array>" + noCodes + longCode + numberCode + Registration("none", "") + "</array>",
-         paramErr, 0},
-        {"<array/>", paramErr, 0},
-        {"<string>aumu</string>", paramErr, 0},
-        {good, paramErr, 0},
-        {"<broken", paramErr, 0},
-    };
-    for (const Case& test : cases) {
-        SCOPED_TRACE(test.registrations);
+    for (const auto& [registrations, status, expected] : Rows<std::string, OSStatus, UInt32>{
+             {"<array>" + good + "</array>", noErr, 1},
+             {"<array><string>x</string><integer>1</integer>" + good + "</array>", noErr, 1},
+             {"<array>" + noCodes + longCode + numberCode + Registration("none", "") + "</array>",
+              paramErr, 0},
+             {"<array/>", paramErr, 0},
+             {"<string>aumu</string>", paramErr, 0},
+             {good, paramErr, 0},
+             {"<broken", paramErr, 0}}) {
+        SCOPED_TRACE(registrations);
         const TempFolder folder;
-        const std::string bundle = MakeBundle(folder / "a.component", test.registrations);
+        const std::string bundle = MakeBundle(folder / "a.component", registrations);
         UInt32 count = 99;
-        EXPECT_EQ(PlatformRegisterComponentBundle(bundle.c_str(), nullptr, 0, &count), test.status);
-        EXPECT_EQ(count, test.count);
+        EXPECT_EQ(PlatformRegisterComponentBundle(bundle.c_str(), nullptr, 0, &count), status);
+        EXPECT_EQ(count, expected);
     }
     UInt32 count = 99;
     EXPECT_EQ(PlatformRegisterComponentBundle("/nowhere.component", nullptr, 0, &count), fnfErr);
@@ -124,8 +90,8 @@ TEST(ComponentRegistration, ABundleRegistersOnceWhateverItsPathLooksLike) {
     EXPECT_EQ(count, 2u);
     EXPECT_EQ(again[0], first[0]);
     EXPECT_EQ(again[1], nullptr);
-    EXPECT_EQ(Text(PlatformComponentCopyBundlePath(first[1])), path);
-    EXPECT_EQ(Text(PlatformComponentCopyName(first[1])), "Test onc2");
+    EXPECT_EQ(Adopted(PlatformComponentCopyBundlePath(first[1])), path);
+    EXPECT_EQ(Adopted(PlatformComponentCopyName(first[1])), "Test onc2");
     EXPECT_EQ(PlatformComponentRegisteredVersion(first[1]), 7);
 }
 
@@ -142,7 +108,7 @@ TEST(ComponentSearch, FirstFolderWinsAndABundleThatIsGoneIsNotFound) {
 
     ComponentDescription wanted = Codes(Code("srch"));
     const Component found = FindNextComponent(nullptr, &wanted);
-    EXPECT_EQ(Text(PlatformComponentCopyBundlePath(found)), first);
+    EXPECT_EQ(Adopted(PlatformComponentCopyBundlePath(found)), first);
     EXPECT_EQ(FindNextComponent(found, &wanted), nullptr);
     EXPECT_EQ(CountComponents(&wanted), 1);
 
@@ -158,16 +124,17 @@ TEST(ComponentSearch, FirstFolderWinsAndABundleThatIsGoneIsNotFound) {
 
     std::filesystem::remove_all(first);
     PlatformRescanComponents();
-    EXPECT_EQ(Text(PlatformComponentCopyBundlePath(FindNextComponent(nullptr, &wanted))), second);
+    EXPECT_EQ(Adopted(PlatformComponentCopyBundlePath(FindNextComponent(nullptr, &wanted))),
+              second);
     EXPECT_EQ(OpenComponent(found), nullptr);
-    EXPECT_NE(Text(PlatformComponentCopyOpenError(found)).find(first), std::string::npos);
+    EXPECT_THAT(Adopted(PlatformComponentCopyOpenError(found)), HasSubstr(first));
 }
 
 TEST(ComponentInstance, CodeIsHeldFromTheFirstOpenToTheLastClose) {
     const TempFolder folder;
     const std::string bundle = MakeBundleWith(folder / "a.component", "life");
     const Component component = RegisterOne(bundle);
-    EXPECT_FALSE(IsLoaded(bundle));
+    EXPECT_FALSE(IsLoaded(ExecutableOf(bundle)));
     const CFIndex before = PlatformLiveObjectCount();
     const ComponentInstance one = OpenComponent(component);
     const ComponentInstance two = OpenComponent(component);
@@ -190,9 +157,9 @@ TEST(ComponentInstance, CodeIsHeldFromTheFirstOpenToTheLastClose) {
     char* text = nullptr;
     EXPECT_EQ(GetComponentInfo(self, &codes, &text, nullptr, nullptr), paramErr);
     EXPECT_EQ(CloseComponent(one), noErr);
-    EXPECT_TRUE(IsLoaded(bundle));
+    EXPECT_TRUE(IsLoaded(ExecutableOf(bundle)));
     EXPECT_EQ(CloseComponent(two), noErr);
-    EXPECT_FALSE(IsLoaded(bundle));
+    EXPECT_FALSE(IsLoaded(ExecutableOf(bundle)));
     EXPECT_EQ(CountComponentInstances(component), 0);
     EXPECT_EQ(PlatformLiveObjectCount(), before);
 }
@@ -204,7 +171,7 @@ TEST(ComponentInstance, ClosedInsideItsOwnCallReturnsThroughCodeThatIsStillThere
     ASSERT_NE(instance, nullptr);
     auto close = encode(kCloseSelect);
     EXPECT_EQ(CallComponentDispatch(instance, close.Get()), kClosedAnswer);
-    EXPECT_FALSE(IsLoaded(bundle));
+    EXPECT_FALSE(IsLoaded(ExecutableOf(bundle)));
     EXPECT_EQ(CloseComponent(instance), badComponentInstance);
 }
 
@@ -227,10 +194,9 @@ TEST(ComponentInstance, FailedOpenKeepsTheStatusAndNothingElse) {
     }
     EXPECT_EQ(CountComponentInstances(components[0]), 0);
     EXPECT_EQ(PlatformOpenComponent(components[1], &instance), couldNotOpenComponent);
-    EXPECT_NE(Text(PlatformComponentCopyOpenError(components[1])).find("NoSuchEntry"),
-              std::string::npos);
+    EXPECT_THAT(Adopted(PlatformComponentCopyOpenError(components[1])), HasSubstr("NoSuchEntry"));
     EXPECT_EQ(PlatformComponentCopyOpenError(components[0]), nullptr);
-    EXPECT_FALSE(IsLoaded(bundle));
+    EXPECT_FALSE(IsLoaded(ExecutableOf(bundle)));
     EXPECT_EQ(PlatformLiveObjectCount(), before);
     ASSERT_EQ(OpenAComponent(components[0], &instance), noErr);
     EXPECT_EQ(CloseComponent(instance), noErr);
@@ -257,3 +223,4 @@ TEST(ComponentInstance, ForeignPointersAreRefusedWithoutAnAccess) {
 }
 
 } // namespace
+} // namespace velnor::test

@@ -1,23 +1,15 @@
 #include "platform/Controls.h"
+#include "platform/tests/Testing.h"
 
-#include "platform/CFRef.h"
-
-#include <gtest/gtest.h>
-
+#include <array>
+#include <bit>
 #include <cmath>
-#include <ostream>
-#include <string>
 
-static bool operator==(const Rect& a, const Rect& b) {
-    return a.top == b.top && a.left == b.left && a.bottom == b.bottom && a.right == b.right;
-}
-static std::ostream& operator<<(std::ostream& out, const Rect& r) {
-    return out << r.left << "," << r.top << " - " << r.right << "," << r.bottom;
-}
-
+namespace velnor::test {
 namespace {
 
-using velnor::CFRef;
+/* Top, left, bottom and right, as they stand in a Rect. */
+using Sides = std::array<SInt16, 4>;
 
 constexpr Rect kBounds = {10, 20, 60, 120}; // at (20, 10), 100 by 50
 
@@ -40,9 +32,9 @@ protected:
         }
         return pane;
     }
-    static Rect Bounds(ControlRef control) {
+    static Sides Bounds(ControlRef control) {
         Rect bounds = {};
-        return *GetControlBounds(control, &bounds);
+        return std::bit_cast<Sides>(*GetControlBounds(control, &bounds));
     }
     static int Count(ControlRef control) {
         UInt16 count = 0;
@@ -114,17 +106,17 @@ TEST_F(Controls, IntegerCallsSpeakOfTheWindowUnlessItIsCompositing) {
         OpenWindow(attributes);
         const ControlRef pane = Pane(root);
         const ControlRef child = Pane(pane, {1, 2, 11, 32});
-        const Rect place = Bounds(child);
-        EXPECT_EQ(place, compositing ? (Rect{1, 2, 11, 32}) : (Rect{11, 22, 21, 52}));
+        const auto place = std::bit_cast<Rect>(Bounds(child));
+        EXPECT_EQ(Bounds(child), compositing ? (Sides{1, 2, 11, 32}) : (Sides{11, 22, 21, 52}));
         MoveControl(child, 40, 30);
         SizeControl(child, 7, -1);
-        EXPECT_EQ(Bounds(child), (Rect{30, 40, 30, 47}));
+        EXPECT_EQ(Bounds(child), (Sides{30, 40, 30, 47}));
         HIRect frame = {};
         EXPECT_EQ(HIViewGetFrame(child, &frame), noErr);
         EXPECT_EQ(frame.origin.x, compositing ? 40 : 20);
         EXPECT_EQ(frame.origin.y, compositing ? 30 : 20);
         SetControlBounds(child, &place);
-        EXPECT_EQ(Bounds(child), place);
+        EXPECT_EQ(Bounds(child), std::bit_cast<Sides>(place));
         DisposeWindow(window);
     }
 }
@@ -133,29 +125,26 @@ TEST_F(Controls, FramesAreCutToIntegersAndMustBeFinite) {
     const CFRef<ControlRef> pane(Pane(nullptr));
     const HIRect odd = {{1.9f, -2.9f}, {10.2f, 1e9f}};
     EXPECT_EQ(HIViewSetFrame(pane.Get(), &odd), noErr);
-    EXPECT_EQ(Bounds(pane.Get()), (Rect{-2, 1, 32767, 12}));
+    EXPECT_EQ(Bounds(pane.Get()), (Sides{-2, 1, 32767, 12}));
     for (const HIRect& bad :
          {HIRect{{NAN, 0}, {1, 1}}, HIRect{{0, 0}, {INFINITY, 1}}, HIRect{{0, 0}, {1, -1}}}) {
         EXPECT_EQ(HIViewSetFrame(pane.Get(), &bad), paramErr);
     }
-    EXPECT_EQ(Bounds(pane.Get()), (Rect{-2, 1, 32767, 12}));
+    EXPECT_EQ(Bounds(pane.Get()), (Sides{-2, 1, 32767, 12}));
 }
 
 TEST_F(Controls, StaticTextKeepsItsTextAndFont) {
-    const CFRef<CFStringRef> first(
-        CFStringCreateWithCString(nullptr, "first", kCFStringEncodingASCII));
-    const CFRef<CFStringRef> second(
-        CFStringCreateWithCString(nullptr, "second", kCFStringEncodingASCII));
     ControlFontStyleRec style = {};
     style.flags = kControlUseFontMask;
     style.font = kControlFontSmallSystemFont;
     CFRef<ControlRef> text, pane(Pane(nullptr));
-    ASSERT_EQ(CreateStaticTextControl(nullptr, &kBounds, first.Get(), &style, text.Out()), noErr);
+    ASSERT_EQ(CreateStaticTextControl(nullptr, &kBounds, String("first").Get(), &style, text.Out()),
+              noErr);
     EXPECT_EQ(PlatformControlGetFontStyle(text.Get()).font, kControlFontSmallSystemFont);
-    EXPECT_TRUE(CFEqual(CFRef(PlatformControlCopyText(text.Get())).Get(), first.Get()));
-    EXPECT_EQ(PlatformControlSetText(text.Get(), second.Get()), noErr);
-    EXPECT_TRUE(CFEqual(CFRef(PlatformControlCopyText(text.Get())).Get(), second.Get()));
-    EXPECT_EQ(PlatformControlSetText(pane.Get(), second.Get()), paramErr);
+    EXPECT_EQ(Text(CFRef(PlatformControlCopyText(text.Get())).Get()), "first");
+    EXPECT_EQ(PlatformControlSetText(text.Get(), String("second").Get()), noErr);
+    EXPECT_EQ(Text(CFRef(PlatformControlCopyText(text.Get())).Get()), "second");
+    EXPECT_EQ(PlatformControlSetText(pane.Get(), String("second").Get()), paramErr);
     EXPECT_EQ(PlatformControlCopyText(pane.Get()), nullptr);
 }
 
@@ -176,3 +165,4 @@ TEST_F(Controls, PointersThatAreNoControlAreRefused) {
 }
 
 } // namespace
+} // namespace velnor::test

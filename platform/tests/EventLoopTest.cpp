@@ -1,13 +1,10 @@
 #include "platform/EventLoop.h"
-
-#include <gtest/gtest.h>
+#include "platform/tests/Testing.h"
 
 #include <chrono>
 #include <limits>
-#include <string>
-#include <thread>
-#include <vector>
 
+namespace velnor::test {
 namespace {
 
 struct Tick {
@@ -122,3 +119,4 @@ TEST_F(EventLoop, BadArgumentsInstallNothing) {
 }
 
 } // namespace
+} // namespace velnor::test

@@ -1,19 +1,15 @@
 #include "platform/Catalog.h"
 #include "platform/Folders.h"
 #include "platform/tests/Refs.h"
-#include "platform/tests/TempHome.h"
-
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
+#include "platform/tests/Testing.h"
 
 #include <pwd.h>
-#include <sys/stat.h>
 
+namespace velnor::test {
 namespace {
 
-using namespace velnor::test;
-using testing::ElementsAre;
-using testing::UnorderedElementsAre;
+namespace fs = std::filesystem;
+using namespace std::string_literals;
 
 OSStatus Resolve(const std::string& path) {
     FSRef ref;
@@ -32,27 +28,25 @@ OSErr MakeFolder(const FSRef& parent, const std::u16string& name, FSRef* made = 
 TEST(FileRef, FailedLookupsTellWhatIsMissing) {
     const TempFolder folder;
     WriteFile(folder / "file", "");
-    std::filesystem::create_symlink(folder / "nowhere", folder / "dangling");
-    std::filesystem::create_symlink(folder / "loop", folder / "loop");
-    const std::pair<std::string, OSStatus> cases[] = {
-        {folder / "none", fnfErr},
-        {folder / "dangling", fnfErr},
-        {folder / "none/below", dirNFErr},
-        {folder / "file/below", dirNFErr},
-        {folder / "loop", ioErr},
-        {folder / std::string(300, 'n'), bdNamErr},
-        {folder.Path() + std::string(5000, '/'), bdNamErr},
-        {"", fnfErr},
-    };
-    for (const auto& [path, status] : cases) {
+    fs::create_symlink(folder / "nowhere", folder / "dangling");
+    fs::create_symlink(folder / "loop", folder / "loop");
+    for (const auto& [path, status] :
+         Rows<std::string, OSStatus>{{folder / "none", fnfErr},
+                                     {folder / "dangling", fnfErr},
+                                     {folder / "none/below", dirNFErr},
+                                     {folder / "file/below", dirNFErr},
+                                     {folder / "loop", ioErr},
+                                     {folder / std::string(300, 'n'), bdNamErr},
+                                     {folder.Path() + std::string(5000, '/'), bdNamErr},
+                                     {"", fnfErr}}) {
         EXPECT_EQ(Resolve(path), status) << path.substr(0, 80);
     }
 }
 
 TEST(FileRef, PathsResolveToTheRealObject) {
     const TempFolder folder;
-    std::filesystem::create_directories(folder / "real/deep");
-    std::filesystem::create_directory_symlink("real", folder / "link");
+    fs::create_directories(folder / "real/deep");
+    fs::create_directory_symlink("real", folder / "link");
     Boolean isDirectory = false;
     FSRef ref;
     const std::string path = folder / "link/../link//deep/";
@@ -73,21 +67,14 @@ TEST(FileRef, PathsResolveToTheRealObject) {
 TEST(FileRef, NamesThatAreNoSingleEntryAreRefused) {
     const TempFolder folder;
     const FSRef parent = RefTo(folder.Path());
-    const std::u16string names[] = {u"",
-                                    u".",
-                                    u"..",
-                                    u"a/b",
-                                    {u'a', 0, u'b'},
-                                    {0xD800},
-                                    {0xDC00, u'a'},
-                                    std::u16string(256, u'n'),
-                                    std::u16string(255, u'\u20AC')};
-    for (const auto& name : names) {
+    for (const std::u16string& name : {u""s, u"."s, u".."s, u"a/b"s, u"a\0b"s,
+                                       std::u16string{0xD800}, std::u16string{0xDC00, u'a'},
+                                       std::u16string(256, u'n'), std::u16string(255, u'\u20AC')}) {
         FSRef child;
         EXPECT_EQ(MakeFolder(parent, name), bdNamErr) << name.size();
         EXPECT_EQ(FindChild(parent, name, &child), bdNamErr) << name.size();
     }
-    EXPECT_TRUE(std::filesystem::is_empty(folder.Path()));
+    EXPECT_TRUE(fs::is_empty(folder.Path()));
 }
 
 TEST(FileRef, FoldersAreMadeOnceAndFound) {
@@ -103,9 +90,9 @@ TEST(FileRef, FoldersAreMadeOnceAndFound) {
     EXPECT_EQ(PathOf(found), PathOf(made));
     EXPECT_EQ(MakeFolder(parent, name), dupFNErr);
 
-    std::filesystem::remove(PathOf(made));
+    fs::remove(PathOf(made));
     EXPECT_EQ(MakeFolder(made, u"below"), dirNFErr);
-    std::filesystem::create_directory_symlink(folder / "target", folder / "link");
+    fs::create_directory_symlink(folder / "target", folder / "link");
     EXPECT_EQ(FindChild(parent, u"link", &found), noErr);
     EXPECT_EQ(PathOf(found), folder / "link");
 }
@@ -143,8 +130,8 @@ std::vector<Entry> List(const std::string& path, UInt32 step, OSErr* end) {
 
 TEST(Catalog, EntriesComeWithNameKindAndPathInAnyStep) {
     const TempFolder folder;
-    std::filesystem::create_directories(folder / "sub/deeper");
-    std::filesystem::create_directory_symlink("sub", folder / "link");
+    fs::create_directories(folder / "sub/deeper");
+    fs::create_directory_symlink("sub", folder / "link");
     WriteFile(folder / ".hidden", "");
     WriteFile(folder / "\xC3\xA9", "");
     WriteFile(folder / "bad\xFF", "");
@@ -162,20 +149,20 @@ TEST(Catalog, EntriesComeWithNameKindAndPathInAnyStep) {
 
 TEST(Catalog, AnEntryWhosePathDoesNotFitEndsTheListing) {
     const TempFolder folder;
-    const std::filesystem::path before = std::filesystem::current_path();
-    std::filesystem::current_path(folder.Path());
+    const fs::path before = fs::current_path();
+    fs::current_path(folder.Path());
     std::string path = folder.Path();
     const std::string part(250, 'd');
     while (path.size() + 1 + part.size() < sizeof(FSRef::path)) {
         path += "/" + part;
-        std::filesystem::create_directory(part);
-        std::filesystem::current_path(part);
+        fs::create_directory(part);
+        fs::current_path(part);
     }
     WriteFile("./" + part, "");
     OSErr end = noErr;
     EXPECT_THAT(List(path, 1, &end), ElementsAre());
     EXPECT_EQ(end, bdNamErr);
-    std::filesystem::current_path(before);
+    fs::current_path(before);
 }
 
 TEST(Catalog, OnlyReadableFoldersOpen) {
@@ -186,10 +173,10 @@ TEST(Catalog, OnlyReadableFoldersOpen) {
     FSIterator iterator = nullptr;
     EXPECT_EQ(FSOpenIterator(&file, kFSIterateFlat, &iterator), dirNFErr);
     EXPECT_EQ(FSOpenIterator(&root, 1, &iterator), paramErr);
-    std::filesystem::create_directory(folder / "closed");
+    fs::create_directory(folder / "closed");
     const FSRef closed = RefTo(folder / "closed");
-    std::filesystem::permissions(folder / "closed", std::filesystem::perms::none);
-    std::filesystem::permissions(folder.Path(), std::filesystem::perms(0755));
+    fs::permissions(folder / "closed", fs::perms::none);
+    fs::permissions(folder.Path(), fs::perms(0755));
     {
         const OrdinaryUser user;
         EXPECT_EQ(FSOpenIterator(&closed, kFSIterateFlat, &iterator), permErr);
@@ -232,21 +219,20 @@ TEST(Folders, ApplicationSupportIsTheDataHomeThatExists) {
 TEST(Folders, DesktopIsWhatUserDirsSaysAndNoShellReadsIt) {
     const TempHome home;
     for (const char* name : {"Desktop", "Schreib tisch", "quo\"te", "$(touch x)"}) {
-        std::filesystem::create_directories(home.Home() + "/" + name);
+        fs::create_directories(home.Home() + "/" + name);
     }
-    const std::pair<const char*, std::string> cases[] = {
-        {"", "/Desktop"},
-        {"# XDG_DESKTOP_DIR=\"$HOME/Schreib tisch\"\n", "/Desktop"},
-        {"XDG_DOWNLOAD_DIR=\"/\"\n  XDG_DESKTOP_DIR = \"$HOME/Schreib tisch\" # mine\n",
-         "/Schreib tisch"},
-        {"XDG_DESKTOP_DIR=\"$HOME/quo\\\"te\"", "/quo\"te"},
-        {"XDG_DESKTOP_DIR=\"$HOME/$(touch x)\"", "/$(touch x)"},
-        {"XDG_DESKTOP_DIR=\"$HOME/\"", ""},
-        {"XDG_DESKTOP_DIR=\"/\"\nXDG_DESKTOP_DIR=\"$HOME/Desktop\"\n", "/Desktop"},
-        {"XDG_DESKTOP_DIR=\"relative\"\nXDG_DESKTOP_DIR=\"$HOMEless/x\"", "/Desktop"},
-        {"XDG_DESKTOP_DIR=\"$HOME/open\nXDG_DESKTOP_DIR=$HOME\nXDG_DESKTOP_DIR=\"\\", "/Desktop"},
-    };
-    for (const auto& [content, below] : cases) {
+    for (const auto& [content, below] : Rows<const char*, std::string>{
+             {"", "/Desktop"},
+             {"# XDG_DESKTOP_DIR=\"$HOME/Schreib tisch\"\n", "/Desktop"},
+             {"XDG_DOWNLOAD_DIR=\"/\"\n  XDG_DESKTOP_DIR = \"$HOME/Schreib tisch\" # mine\n",
+              "/Schreib tisch"},
+             {"XDG_DESKTOP_DIR=\"$HOME/quo\\\"te\"", "/quo\"te"},
+             {"XDG_DESKTOP_DIR=\"$HOME/$(touch x)\"", "/$(touch x)"},
+             {"XDG_DESKTOP_DIR=\"$HOME/\"", ""},
+             {"XDG_DESKTOP_DIR=\"/\"\nXDG_DESKTOP_DIR=\"$HOME/Desktop\"\n", "/Desktop"},
+             {"XDG_DESKTOP_DIR=\"relative\"\nXDG_DESKTOP_DIR=\"$HOMEless/x\"", "/Desktop"},
+             {"XDG_DESKTOP_DIR=\"$HOME/open\nXDG_DESKTOP_DIR=$HOME\nXDG_DESKTOP_DIR=\"\\",
+              "/Desktop"}}) {
         WriteFile(home.ConfigHome() + "/user-dirs.dirs", content);
         EXPECT_EQ(FolderPath(kDesktopFolderType), home.Home() + below) << content;
     }
@@ -255,3 +241,4 @@ TEST(Folders, DesktopIsWhatUserDirsSaysAndNoShellReadsIt) {
 }
 
 } // namespace
+} // namespace velnor::test

@@ -3,8 +3,7 @@
 #define VELNOR_PLATFORM_TESTS_PREFERENCESHOME_H
 
 #include "platform/CFPreferences.h"
-#include "platform/tests/TempHome.h"
-#include "platform/tests/Values.h"
+#include "platform/tests/Testing.h"
 
 namespace velnor::test {
 
@@ -42,20 +41,13 @@ inline std::string PathOf(std::string_view domain = kDomain, Scope scope = {}) {
                     PlatformPreferencesCopyPath(String(domain).Get(), scope.user, scope.host))
                     .Get());
 }
-inline std::vector<std::string> KeyList(Scope scope = {}) {
+inline Texts KeyList(Scope scope = {}) {
     const CFRef<CFArrayRef> list(
         CFPreferencesCopyKeyList(String(kDomain).Get(), scope.user, scope.host));
-    std::vector<std::string> keys;
-    for (CFIndex i = 0; list && i < CFArrayGetCount(list.Get()); ++i) {
+    Texts keys;
+    for (CFIndex i = 0; list && i < CFArrayGetCount(list.Get()); ++i)
         keys.push_back(Text(CFArrayGetValueAtIndex(list.Get(), i)));
-    }
     return keys;
-}
-
-/* An XML property list with that dictionary. */
-inline std::string PlistFile(std::string_view entries) {
-    return "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<plist version=\"1.0\"><dict>" +
-           std::string(entries) + "</dict></plist>\n";
 }
 
 } // namespace velnor::test

@@ -1,24 +1,15 @@
 #include "platform/CFPropertyList.h"
 #include "platform/tests/PreferencesHome.h"
 
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
 #include <pwd.h>
 #include <sys/stat.h>
 #include <sys/utsname.h>
-#include <thread>
 #include <unistd.h>
 
 namespace velnor::test {
 namespace {
 
-using testing::ElementsAre;
-using testing::HasSubstr;
-using testing::IsEmpty;
-
-class Preferences : public testing::Test {
-protected:
+struct Preferences : Test {
     TempHome mHome;
 };
 
@@ -149,10 +140,10 @@ TEST_F(Preferences, WhatHasNoRoomInTheFileKeepsNothingElseOut) {
 }
 
 TEST_F(Preferences, DamagedFilesReadAsAbsentAndAreKept) {
-    const std::string contents[] = {"", "<plist><dict><key>a</key><tru", PlistFile("<true/>"),
-                                    "<plist><array/></plist>"};
     int number = 0;
-    for (const std::string& content : contents) {
+    for (const std::string& content :
+         {std::string(), std::string("<plist><dict><key>a</key><tru"), PlistFile("<true/>"),
+          std::string("<plist><array/></plist>")}) {
         WriteFile(PathOf(), content);
         EXPECT_EQ(Search("a"), "<none>");
         EXPECT_TRUE(Save("a", nullptr));
@@ -211,18 +202,15 @@ TEST_F(Preferences, WhatTheAdministratorMakesBelongsToTheHomesOwner) {
 
 TEST_F(Preferences, DomainsCannotLeadOutOfTheFolder) {
     const std::string folder = mHome.ConfigHome() + "/velnor/";
-    struct Case {
-        std::string domain;
-        std::string file;
-    };
-    for (const Case& c : {Case{"../x", "..%2Fx.plist"},
-                          {"/etc/passwd", "%2Fetc%2Fpasswd.plist"},
-                          {"a%2Fb\n\x7F", "a%252Fb%0A%7F.plist"},
-                          {"..", "...plist"},
-                          {"\u00E9 x", "\u00E9 x.plist"}}) {
-        EXPECT_EQ(PathOf(c.domain), folder + c.file);
-        EXPECT_TRUE(Save("k", Value("v").Get(), c.domain)) << c.domain;
-        EXPECT_TRUE(std::filesystem::exists(folder + c.file)) << c.domain;
+    for (const auto& [domain, file] :
+         Rows<std::string, std::string>{{"../x", "..%2Fx.plist"},
+                                        {"/etc/passwd", "%2Fetc%2Fpasswd.plist"},
+                                        {"a%2Fb\n\x7F", "a%252Fb%0A%7F.plist"},
+                                        {"..", "...plist"},
+                                        {"\u00E9 x", "\u00E9 x.plist"}}) {
+        EXPECT_EQ(PathOf(domain), folder + file);
+        EXPECT_TRUE(Save("k", Value("v").Get(), domain)) << domain;
+        EXPECT_TRUE(std::filesystem::exists(folder + file)) << domain;
     }
     EXPECT_TRUE(Save("k", Value("v").Get(), std::string(249, 'd')));
     EXPECT_FALSE(Save("k", Value("v").Get(), std::string(250, 'd')));
@@ -294,22 +282,14 @@ TEST_F(Preferences, ValuesHandedOutAreCountedAndOutliveTheCache) {
 }
 
 TEST_F(Preferences, ThreadsShareOneDomain) {
-    constexpr int kThreads = 4;
-    constexpr int kRounds = 15;
-    std::vector<std::thread> threads;
-    for (int t = 0; t < kThreads; ++t) {
-        threads.emplace_back([t] {
-            for (int round = 0; round < kRounds; ++round) {
-                const std::string key = std::to_string(t) + "-" + std::to_string(round);
-                EXPECT_TRUE(Save(key, Value(key).Get()));
-                EXPECT_EQ(Search(key), key);
-            }
-        });
-    }
-    for (auto& thread : threads) {
-        thread.join();
-    }
-    EXPECT_EQ(KeyList().size(), std::size_t{kThreads * kRounds});
+    InThreads(4, [](int thread) {
+        for (int round = 0; round < 15; ++round) {
+            const std::string key = std::to_string(thread) + "-" + std::to_string(round);
+            EXPECT_TRUE(Save(key, Value(key).Get()));
+            EXPECT_EQ(Search(key), key);
+        }
+    });
+    EXPECT_EQ(KeyList().size(), 60u);
 }
 
 } // namespace

@@ -1,13 +1,9 @@
 #include "platform/CFDate.h"
 #include "platform/CFPropertyList.h"
-#include "platform/tests/TempFolder.h"
-#include "platform/tests/Values.h"
-
-#include <gtest/gtest.h>
+#include "platform/tests/Testing.h"
 
 #include <array>
 #include <cmath>
-#include <cstdlib>
 #include <limits>
 
 namespace velnor::test {
@@ -44,22 +40,17 @@ CFRef<CFMutableDictionaryRef> EveryType() {
     const auto add = [&list](const CFRef<CFTypeRef>& value) {
         CFArrayAppendValue(list.Get(), value.Get());
     };
-    for (const SInt64 n :
-         {SInt64{0}, SInt64{-1}, SInt64{255}, SInt64{256}, SInt64{-129},
-          std::numeric_limits<SInt64>::min(), std::numeric_limits<SInt64>::max()}) {
+    for (const SInt64 n : {SInt64{0}, SInt64{-1}, SInt64{255}, SInt64{256}, SInt64{-129},
+                           std::numeric_limits<SInt64>::min(), std::numeric_limits<SInt64>::max()})
         add(Value(n));
-    }
     for (const double n : {0.1, -0.5, 1e-300, 1.7976931348623157e308, 4e-320, 3.0, 1234567.891,
-                           static_cast<double>(HUGE_VAL), std::nan("")}) {
+                           static_cast<double>(HUGE_VAL), std::nan("")})
         add(Value(n));
-    }
-    for (const double at : {0.0, -1.0, 730902896.0, -31588531200.0, 252423993599.0}) {
+    for (const double at : {0.0, -1.0, 730902896.0, -31588531200.0, 252423993599.0})
         add(Date(at));
-    }
     for (const std::string_view text : {"", " blanks \t\n ", "&<>\"']]>&amp;", "line\r\nend\r",
-                                        "\u00E9\u0416\u4E2D", "\xF0\x9F\x98\x80\xF4\x8F\xBF\xBD"}) {
+                                        "\u00E9\u0416\u4E2D", "\xF0\x9F\x98\x80\xF4\x8F\xBF\xBD"})
         add(Value(text));
-    }
     Set(tree.Get(), "list", list.Get());
     Set(tree.Get(), "", kCFBooleanTrue);
     Set(tree.Get(), "a&<b>\u00E9", kCFBooleanFalse);
@@ -84,22 +75,17 @@ TEST(PropertyList, EveryTypeComesBackFromBothForms) {
 }
 
 TEST(PropertyList, TheFormThatCannotHoldAValueSaysSo) {
-    struct Case {
-        CFRef<CFTypeRef> value;
-        bool xml;
-        bool binary;
-    };
-    const Case cases[] = {{Value(std::string_view("a\0b", 3)), false, false},
-                          {Value("bell \a"), false, true},
-                          {Value("\uFFFE"), false, true},
-                          {Date(-31588531201.0), false, true},
-                          {Date(252423993600.0), false, true},
-                          {Date(std::nan("")), false, true},
-                          {CFRef<CFTypeRef>(CFTypeRef{nullptr}), false, false}};
-    for (const Case& c : cases) {
-        EXPECT_EQ(bool(Write(c.value.Get(), kCFPropertyListXMLFormat_v1_0)), c.xml);
-        const auto binary = Write(c.value.Get(), kCFPropertyListBinaryFormat_v1_0);
-        EXPECT_EQ(bool(binary), c.binary);
+    for (const auto& [value, inXml, inBinary] :
+         Rows<CFRef<CFTypeRef>, bool, bool>{{Value(std::string_view("a\0b", 3)), false, false},
+                                            {Value("bell \a"), false, true},
+                                            {Value("\uFFFE"), false, true},
+                                            {Date(-31588531201.0), false, true},
+                                            {Date(252423993600.0), false, true},
+                                            {Date(std::nan("")), false, true},
+                                            {CFRef<CFTypeRef>(CFTypeRef{nullptr}), false, false}}) {
+        EXPECT_EQ(bool(Write(value.Get(), kCFPropertyListXMLFormat_v1_0)), inXml);
+        const auto binary = Write(value.Get(), kCFPropertyListBinaryFormat_v1_0);
+        EXPECT_EQ(bool(binary), inBinary);
         EXPECT_TRUE(!binary || Read(Bytes(binary.Get())));
     }
     const auto half = Read(Bytes(Write(Date(-0.5).Get(), kCFPropertyListXMLFormat_v1_0).Get()));
@@ -139,37 +125,34 @@ TEST(PropertyList, ReadsTheLibertiesThatXmlAllows) {
 }
 
 TEST(PropertyList, RefusesDocumentsThatAreNone) {
-    const std::string latin = "<?xml version=\"1.0\" encoding=\"ISO-8859-1\"?>";
+    for (const char* body : {"",
+                             "<true/><false/>",
+                             "<unknown/>",
+                             "<dict><true/></dict>",
+                             "<dict><key>a</key></dict>",
+                             "<array><key>a</key></array>",
+                             "<string><string>a</string></string>",
+                             "<integer>12a</integer>",
+                             "<integer></integer>",
+                             "<integer>99999999999999999999</integer>",
+                             "<real>x</real>",
+                             "<date>yesterday</date>",
+                             "<date>2024-13-01T00:00:00Z</date>",
+                             "<data>!</data>",
+                             "<string>&unknown;</string>",
+                             "<array></dict>",
+                             "<string a='<'></string>",
+                             "<array>x</array>",
+                             "<string>\xFF</string>",
+                             "<string>&#xD800;</string>",
+                             "<array><plist><true/></plist></array>"}) {
+        EXPECT_FALSE(Read(Xml(body))) << body;
+    }
+    const std::string good = Xml("<true/>");
     for (const std::string& file :
-         {std::string(),
-          std::string("text"),
-          std::string("<dict/>"),
-          Xml(""),
-          Xml("<true/><false/>"),
-          Xml("<true/>") + "x",
-          Xml("<true/>") + Xml("<true/>"),
-          Xml("<unknown/>"),
-          Xml("<dict><true/></dict>"),
-          Xml("<dict><key>a</key></dict>"),
-          Xml("<array><key>a</key></array>"),
-          Xml("<string><string>a</string></string>"),
-          Xml("<integer>12a</integer>"),
-          Xml("<integer></integer>"),
-          Xml("<integer>99999999999999999999</integer>"),
-          Xml("<real>x</real>"),
-          Xml("<date>yesterday</date>"),
-          Xml("<date>2024-13-01T00:00:00Z</date>"),
-          Xml("<data>!</data>"),
-          Xml("<string>&unknown;</string>"),
-          Xml("<array></dict>"),
-          Xml("<string a='<'></string>"),
-          Xml("<array>x</array>"),
-          Xml("<string>\xFF</string>"),
-          latin + "<plist><string>\xE9</string></plist>",
-          Xml("<string>&#xD800;</string>"),
-          Xml("<array><plist><true/></plist></array>"),
-          std::string("<!DOCTYPE plist [<!ENTITY a \"b\">]><plist><true/></plist>"),
-          std::string("bplist00")}) {
+         {""s, "text"s, "<dict/>"s, good + "x", good + good,
+          "<?xml version=\"1.0\" encoding=\"ISO-8859-1\"?><plist><string>\xE9</string></plist>"s,
+          "<!DOCTYPE plist [<!ENTITY a \"b\">]><plist><true/></plist>"s, "bplist00"s}) {
         EXPECT_FALSE(Read(file)) << file;
     }
 }
@@ -296,30 +279,24 @@ TEST(PropertyList, SurrogatesComeInPairs) {
 
 TEST(PropertyList, OnlyWhatWasAskedForCanBeChanged) {
     const std::string file = Xml("<dict><key>l</key><array/><key>d</key><data>AA==</data></dict>");
-    struct Case {
-        CFOptionFlags options;
-        bool containers;
-        bool leaves;
-    };
-    for (const Case& c : {Case{kCFPropertyListImmutable, false, false},
-                          {kCFPropertyListMutableContainers, true, false},
-                          {kCFPropertyListMutableContainersAndLeaves, true, true}}) {
+    for (const auto& [options, containers, leaves] :
+         Rows<CFOptionFlags, bool, bool>{{kCFPropertyListImmutable, false, false},
+                                         {kCFPropertyListMutableContainers, true, false},
+                                         {kCFPropertyListMutableContainersAndLeaves, true, true}}) {
         const auto source = Read(file);
-        const CFRef<CFTypeRef> copied(
-            CFPropertyListCreateDeepCopy(nullptr, source.Get(), c.options));
-        const auto read = Read(file, c.options);
+        const CFRef<CFTypeRef> copied(CFPropertyListCreateDeepCopy(nullptr, source.Get(), options));
+        const auto read = Read(file, options);
         for (const CFTypeRef tree : {copied.Get(), read.Get()}) {
             auto* map = static_cast<CFMutableDictionaryRef>(const_cast<void*>(tree));
             auto* list = static_cast<CFMutableArrayRef>(const_cast<void*>(Get(tree, "l")));
             auto* data = static_cast<CFMutableDataRef>(const_cast<void*>(Get(tree, "d")));
             CFArrayAppendValue(list, kCFBooleanTrue);
-            EXPECT_EQ(CFArrayGetCount(list), c.containers ? 1 : 0);
+            EXPECT_EQ(CFArrayGetCount(list), containers ? 1 : 0);
             CFDataAppendBytes(data, reinterpret_cast<const UInt8*>("x"), 1);
-            EXPECT_EQ(CFDataGetLength(data), c.leaves ? 2 : 1);
+            EXPECT_EQ(CFDataGetLength(data), leaves ? 2 : 1);
             Set(map, "new", kCFBooleanTrue);
             CFDictionaryRemoveValue(map, String("l").Get());
-            EXPECT_EQ(Keys(map), c.containers ? (std::vector<std::string>{"d", "new"})
-                                              : (std::vector<std::string>{"d", "l"}));
+            EXPECT_THAT(Keys(map), ElementsAre("d", containers ? "new" : "l"));
         }
         EXPECT_TRUE(CFEqual(source.Get(), Read(file).Get()));
     }

@@ -1,6 +1,4 @@
-#include "platform/tests/Values.h"
-
-#include <gtest/gtest.h>
+#include "platform/tests/Testing.h"
 
 #include <array>
 
@@ -30,9 +28,8 @@ TEST(String, CountsAndCopiesUtf16Units) {
     std::array<UniChar, 5> copy{};
     CFStringGetCharacters(text.Get(), CFRangeMake(0, 5), copy.data());
     EXPECT_EQ(copy, units);
-    std::array<UniChar, 2> middle{};
-    CFStringGetCharacters(text.Get(), CFRangeMake(3, 2), middle.data());
-    EXPECT_EQ(middle, (std::array<UniChar, 2>{0xDE00, 'z'}));
+    CFStringGetCharacters(text.Get(), CFRangeMake(3, 2), copy.data());
+    EXPECT_THAT(copy, ElementsAre(0xDE00, 'z', 0xD83D, 0xDE00, 'z'));
 
     const CFRef<CFStringRef> back(CFStringCreateWithCharacters(nullptr, units.data(), 5));
     EXPECT_TRUE(CFEqual(back.Get(), text.Get()));
@@ -61,24 +58,20 @@ TEST(String, ConvertsTheLegacyEncodingBothWays) {
 }
 
 TEST(String, FillsTheBufferOnlyWhenAllOfItFits) {
-    struct Case {
-        std::string_view text;
-        CFIndex size;
-        CFStringEncoding encoding;
-        bool fits;
-    };
-    for (const Case& c : {Case{"abc", 4, kCFStringEncodingUTF8, true},
-                          {"abc", 3, kCFStringEncodingUTF8, false},
-                          {"", 1, kCFStringEncodingUTF8, true},
-                          {"", 0, kCFStringEncodingUTF8, false},
-                          {"\u00E9", 3, kCFStringEncodingUTF8, true},
-                          {"\u00E9", 2, kCFStringEncodingUTF8, false},
-                          {"\u00E9", 2, kCFStringEncodingMacRoman, true},
-                          {"\u00E9", 9, kCFStringEncodingASCII, false},
-                          {std::string_view("a\0b", 3), 9, kCFStringEncodingUTF8, false}}) {
+    for (const auto& [text, size, encoding, fits] :
+         Rows<std::string_view, CFIndex, CFStringEncoding, bool>{
+             {"abc", 4, kCFStringEncodingUTF8, true},
+             {"abc", 3, kCFStringEncodingUTF8, false},
+             {"", 1, kCFStringEncodingUTF8, true},
+             {"", 0, kCFStringEncodingUTF8, false},
+             {"\u00E9", 3, kCFStringEncodingUTF8, true},
+             {"\u00E9", 2, kCFStringEncodingUTF8, false},
+             {"\u00E9", 2, kCFStringEncodingMacRoman, true},
+             {"\u00E9", 9, kCFStringEncodingASCII, false},
+             {std::string_view("a\0b", 3), 9, kCFStringEncodingUTF8, false}}) {
         char buffer[16];
-        EXPECT_EQ(CFStringGetCString(String(c.text).Get(), buffer, c.size, c.encoding), c.fits)
-            << c.text << " in " << c.size;
+        EXPECT_EQ(CFStringGetCString(String(text).Get(), buffer, size, encoding), fits)
+            << text << " in " << size;
     }
     EXPECT_EQ(CFStringCreateWithCString(nullptr, "\x80", kCFStringEncodingASCII), nullptr);
 }

@@ -3,27 +3,18 @@
 #include "platform/LoadedImages.h"
 #include "platform/Process.h"
 #include "platform/SystemQueries.h"
-#include "platform/tests/TempHome.h"
-#include "platform/tests/Values.h"
-
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
+#include "platform/tests/Testing.h"
 
 #include <cerrno>
 #include <chrono>
-#include <dlfcn.h>
 #include <pwd.h>
 #include <sys/utsname.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
+namespace velnor::test {
 namespace {
 
-using namespace velnor::test;
-using testing::AllOf;
-using testing::Ge;
-using testing::Le;
-using velnor::CFRef;
+namespace fs = std::filesystem;
 
 UInt64 Whole(UnsignedWide wide) {
     return (UInt64{wide.hi} << 32) | wide.lo;
@@ -77,8 +68,6 @@ TEST(SystemQueries, NamedValuesComeInTheirWidthOrFail) {
 }
 
 TEST(SystemQueries, KernelTextsAreReadWithCare) {
-    using velnor::ClockOfCpuInfo;
-    using velnor::MemoryField;
     EXPECT_EQ(ClockOfCpuInfo("processor\t: 0\ncpu MHz\t\t: 2399.998\ncpu MHz\t\t: 800.0\n"),
               2'399'998'000U);
     for (const char* text :
@@ -94,7 +83,7 @@ TEST(SystemQueries, MemoryIsWhatTheKernelSays) {
     host_basic_info_data_t host{};
     mach_msg_type_number_t count = HOST_BASIC_INFO_COUNT;
     ASSERT_EQ(host_info(mach_host_self(), HOST_BASIC_INFO, &host, &count), KERN_SUCCESS);
-    const auto total = velnor::MemoryField(ReadFile("/proc/meminfo"), "MemTotal");
+    const auto total = MemoryField(ReadFile("/proc/meminfo"), "MemTotal");
     ASSERT_TRUE(total);
     EXPECT_NEAR(static_cast<double>(host.max_mem), static_cast<double>(*total),
                 static_cast<double>(*total) / 100);
@@ -120,7 +109,7 @@ TEST(SystemQueries, TheSystemVersionIsTheKernelsRelease) {
     utsname names{};
     ASSERT_EQ(uname(&names), 0);
     const std::string version = std::to_string(numbers[0]) + "." + std::to_string(numbers[1]);
-    EXPECT_THAT(names.release, testing::StartsWith(version));
+    EXPECT_THAT(names.release, StartsWith(version));
     EXPECT_GE(numbers[2], 0);
     EXPECT_EQ(Gestalt(VELNOR_FOUR_CHAR_CODE('n', 'o', 'n', 'e'), &numbers[0]),
               gestaltUndefSelectorErr);
@@ -133,15 +122,15 @@ TEST(LoadedImages, ImagesAreFoundByTheirOwnAddresses) {
     ASSERT_NE(self, nullptr);
     ASSERT_NE(library, nullptr);
     EXPECT_EQ(self, _dyld_get_image_header(0));
-    EXPECT_EQ(_dyld_get_image_name(0), std::filesystem::canonical("/proc/self/exe"));
+    EXPECT_EQ(_dyld_get_image_name(0), fs::canonical("/proc/self/exe"));
     EXPECT_EQ(std::string_view(reinterpret_cast<const char*>(library), 4), "\177ELF");
     std::vector<std::string> found;
     for (UInt32 i = 0; i < _dyld_image_count(); ++i) {
         if (_dyld_get_image_header(i) == library) {
-            found.push_back(std::filesystem::path(_dyld_get_image_name(i)).filename());
+            found.push_back(fs::path(_dyld_get_image_name(i)).filename());
         }
     }
-    EXPECT_THAT(found, testing::ElementsAre(testing::StartsWith("libvelnorplatform.so")));
+    EXPECT_THAT(found, ElementsAre(StartsWith("libvelnorplatform.so")));
     EXPECT_EQ(_dyld_get_image_name(_dyld_image_count()), nullptr);
     EXPECT_EQ(_dyld_get_image_header(_dyld_image_count()), nullptr);
     int onTheStack = 0;
@@ -150,11 +139,11 @@ TEST(LoadedImages, ImagesAreFoundByTheirOwnAddresses) {
 
 TEST(LoadedImages, AnImageLoadedByARelativePathHasAnAbsoluteName) {
     const TempFolder folder;
-    std::filesystem::copy_file(VELNOR_TEST_COMPONENT, folder / "relative.so");
-    const auto before = std::filesystem::current_path();
-    std::filesystem::current_path(folder.Path());
+    fs::copy_file(VELNOR_TEST_COMPONENT, folder / "relative.so");
+    const auto before = fs::current_path();
+    fs::current_path(folder.Path());
     void* const image = dlopen("./relative.so", RTLD_NOW | RTLD_LOCAL);
-    std::filesystem::current_path(before);
+    fs::current_path(before);
     ASSERT_NE(image, nullptr) << dlerror();
     const auto* header = PlatformImageHeaderForAddress(dlsym(image, "TestEntry"));
     for (const bool isThere : {true, false}) {
@@ -176,7 +165,7 @@ std::string ProcessName() {
 }
 
 TEST(Process, TheNameIsTheWholeBaseNameOfTheExecutable) {
-    const auto program = std::filesystem::canonical("/proc/self/exe");
+    const auto program = fs::canonical("/proc/self/exe");
     EXPECT_EQ(ProcessName(), program.filename());
     PlatformSetProcessName("Studio 2.5");
     EXPECT_EQ(ProcessName(), "Studio 2.5");
@@ -189,35 +178,23 @@ TEST(Process, TheNameIsTheWholeBaseNameOfTheExecutable) {
     EXPECT_EQ(CopyProcessName(&other, &name), paramErr);
 }
 
-// Runs the test of that name in the program; true when it passes.
-bool Passes(const std::string& program, const char* test) {
-    const std::string filter = std::string("--gtest_filter=") + test;
-    const pid_t child = fork();
-    if (child == 0) {
-        execl(program.c_str(), "argv0", filter.c_str(), "--gtest_brief=1", nullptr);
-        _exit(127);
-    }
-    int status = -1;
-    return waitpid(child, &status, 0) == child && status == 0;
-}
-
 TEST(Process, ADeletedExecutableAndALegacyNameHaveTheirNames) {
     if (const char* self = std::getenv("VELNOR_TEST_PROGRAM")) {
-        EXPECT_TRUE(std::filesystem::remove(self));
+        EXPECT_TRUE(fs::remove(self));
         EXPECT_EQ(ProcessName(), std::getenv("VELNOR_TEST_NAME"));
         return;
     }
     const TempFolder folder;
-    const std::pair<const char*, const char*> cases[] = {
-        {"A host with a long name 2.5", "A host with a long name 2.5"},
-        {"caf\x8E", "caf\u00E9"},
-    };
-    for (const auto& [file, name] : cases) {
+    for (const auto& [file, name] : Rows<const char*, const char*>{
+             {"A host with a long name 2.5", "A host with a long name 2.5"},
+             {"caf\x8E", "caf\u00E9"}}) {
         const std::string program = folder / file;
-        std::filesystem::copy_file("/proc/self/exe", program);
+        fs::copy_file("/proc/self/exe", program);
         const ScopedEnv path("VELNOR_TEST_PROGRAM", program.c_str());
         const ScopedEnv expected("VELNOR_TEST_NAME", name);
-        EXPECT_TRUE(Passes(program, "Process.ADeletedExecutable*")) << name;
+        EXPECT_EXIT(execl(program.c_str(), "argv0", "--gtest_brief=1",
+                          "--gtest_filter=Process.ADeletedExecutable*", nullptr),
+                    ExitedWithCode(0), "");
     }
 }
 
@@ -232,3 +209,4 @@ TEST(Process, TheUserIsTheOneOfTheSystemsDatabase) {
 }
 
 } // namespace
+} // namespace velnor::test

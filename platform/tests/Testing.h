@@ -8,6 +8,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <dlfcn.h>
 #include <initializer_list>
 #include <thread>
 #include <tuple>
@@ -20,6 +21,21 @@ using Texts = std::vector<std::string>;
 /* A table of cases: for (const auto& [in, out] : Rows<int, int>{{1, 2}, {3, 4}}). */
 template <typename... Columns>
 using Rows = std::initializer_list<std::tuple<Columns...>>;
+
+/* Runs work(0), work(1), ... in threads of their own, to their ends. */
+template <typename Work>
+void InThreads(int count, const Work& work) {
+    std::vector<std::thread> threads;
+    for (int i = 0; i < count; ++i)
+        threads.emplace_back([&work, i] { work(i); });
+    for (std::thread& thread : threads)
+        thread.join();
+}
+
+inline bool IsLoaded(const std::string& image) {
+    void* const found = dlopen(image.c_str(), RTLD_NOLOAD | RTLD_NOW);
+    return found != nullptr && dlclose(found) == 0;
+}
 
 } // namespace velnor::test
 

@@ -1,8 +1,5 @@
 #include "platform/CFURL.h"
-#include "platform/tests/TempFolder.h"
-#include "platform/tests/Values.h"
-
-#include <gtest/gtest.h>
+#include "platform/tests/Testing.h"
 
 namespace velnor::test {
 namespace {
@@ -13,12 +10,6 @@ Url OfBytes(std::string_view text) {
     return Url(CFURLCreateWithBytes(nullptr, reinterpret_cast<const UInt8*>(text.data()),
                                     static_cast<CFIndex>(text.size()), kCFStringEncodingASCII,
                                     nullptr));
-}
-
-Url OfPath(std::string_view path, bool isDirectory = false) {
-    return Url(CFURLCreateFromFileSystemRepresentation(
-        nullptr, reinterpret_cast<const UInt8*>(path.data()), static_cast<CFIndex>(path.size()),
-        isDirectory));
 }
 
 std::string PathOf(const Url& url) {
@@ -47,30 +38,26 @@ TEST(Url, TakesUrlsWithASchemeAndNothingElse) {
 
 TEST(Url, PathsBecomeFileUrlsAndComeBack) {
     const std::string here = std::filesystem::current_path().string();
-    struct Case {
-        std::string path;
-        bool isDirectory;
-        std::string url;
-        std::string back;
-    };
-    for (const Case& c : {Case{"/", true, "file:///", "/"},
-                          {"/a b/%", false, "file:///a%20b/%25", "/a b/%"},
-                          {"/dir//", true, "file:///dir/", "/dir"},
-                          {"/\xFF?#", false, "file:///%FF%3F%23", "/\xFF?#"}}) {
-        const Url url = OfPath(c.path, c.isDirectory);
-        EXPECT_EQ(Text(CFURLGetString(url.Get())), c.url);
-        EXPECT_EQ(PathOf(url), c.back);
-        EXPECT_EQ(PathOf(OfBytes(c.url)), c.back);
+    for (const auto& [path, isDirectory, text, back] :
+         Rows<std::string, bool, std::string, std::string>{
+             {"/", true, "file:///", "/"},
+             {"/a b/%", false, "file:///a%20b/%25", "/a b/%"},
+             {"/dir//", true, "file:///dir/", "/dir"},
+             {"/\xFF?#", false, "file:///%FF%3F%23", "/\xFF?#"}}) {
+        const Url url = FileUrl(path, isDirectory);
+        EXPECT_EQ(Text(CFURLGetString(url.Get())), text);
+        EXPECT_EQ(PathOf(url), back);
+        EXPECT_EQ(PathOf(OfBytes(text)), back);
     }
-    EXPECT_EQ(PathOf(OfPath("x")), here + "/x");
+    EXPECT_EQ(PathOf(FileUrl("x")), here + "/x");
     EXPECT_EQ(PathOf(OfBytes("FILE://localhost/a")), "/a");
     for (const char* other : {"file://host/a", "http://x/a", "file:a", "file:///a%00b"}) {
         EXPECT_EQ(PathOf(OfBytes(other)), "<none>") << other;
     }
-    EXPECT_FALSE(OfPath(""));
-    EXPECT_FALSE(OfPath(std::string_view("/a\0b", 4)));
+    EXPECT_FALSE(FileUrl(""));
+    EXPECT_FALSE(FileUrl(std::string_view("/a\0b", 4)));
     UInt8 small[2];
-    EXPECT_FALSE(CFURLGetFileSystemRepresentation(OfPath("/a").Get(), true, small, 2));
+    EXPECT_FALSE(CFURLGetFileSystemRepresentation(FileUrl("/a").Get(), true, small, 2));
 }
 
 TEST(Url, ResolvesWhatExists) {
@@ -81,7 +68,7 @@ TEST(Url, ResolvesWhatExists) {
         CFURLCreateWithFileSystemPath(nullptr, String(file).Get(), kCFURLPOSIXPathStyle, true));
     ASSERT_TRUE(CFURLGetFSRef(url.Get(), &ref)) << "of whatever kind it is";
     EXPECT_EQ(std::string(ref.path), file);
-    EXPECT_FALSE(CFURLGetFSRef(OfPath(folder / "absent").Get(), &ref));
+    EXPECT_FALSE(CFURLGetFSRef(FileUrl(folder / "absent").Get(), &ref));
     EXPECT_FALSE(CFURLGetFSRef(OfBytes("http://x/").Get(), &ref));
 }
 

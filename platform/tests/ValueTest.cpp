@@ -1,11 +1,8 @@
 #include "platform/CFDate.h"
-#include "platform/tests/Values.h"
-
-#include <gtest/gtest.h>
+#include "platform/tests/Testing.h"
 
 #include <cmath>
 #include <limits>
-#include <thread>
 
 namespace velnor::test {
 namespace {
@@ -33,19 +30,13 @@ TEST(Value, CountsSurviveSharingBetweenThreads) {
     const CFIndex before = PlatformLiveObjectCount();
     {
         const auto shared = Value("shared");
-        std::vector<std::thread> threads;
-        for (int i = 0; i < 4; ++i) {
-            threads.emplace_back([&shared] {
-                for (int round = 0; round < 5000; ++round) {
-                    const auto mine = shared.Share();
-                    const auto list = Array();
-                    CFArrayAppendValue(list.Get(), mine.Get());
-                }
-            });
-        }
-        for (auto& thread : threads) {
-            thread.join();
-        }
+        InThreads(4, [&shared](int) {
+            for (int round = 0; round < 5000; ++round) {
+                const auto mine = shared.Share();
+                const auto list = Array();
+                CFArrayAppendValue(list.Get(), mine.Get());
+            }
+        });
         EXPECT_EQ(CFGetRetainCount(shared.Get()), 1);
     }
     EXPECT_EQ(PlatformLiveObjectCount(), before);
@@ -59,24 +50,18 @@ std::pair<bool, T> Convert(CFTypeRef number, CFNumberType type) {
 }
 
 TEST(Number, ConvertsToThirtyTwoBitsWithoutLossOrSaysSo) {
-    struct Case {
-        CFRef<CFTypeRef> number;
-        bool exact;
-        SInt32 value;
-    };
-    const Case cases[] = {{Value(SInt64{Limits32::max()}), true, Limits32::max()},
-                          {Value(SInt64{Limits32::max()} + 1), false, Limits32::max()},
-                          {Value(SInt64{Limits32::min()}), true, Limits32::min()},
-                          {Value(Limits64::min()), false, Limits32::min()},
-                          {Value(-7.0), true, -7},
-                          {Value(2.75), false, 3},
-                          {Value(2147483647.75), false, Limits32::max()},
-                          {Value(-2147483648.0), true, Limits32::min()},
-                          {Value(-1e300), false, Limits32::min()},
-                          {Value(std::nan("")), false, 0}};
-    for (const Case& c : cases) {
-        EXPECT_EQ((Convert<SInt32>(c.number.Get(), kCFNumberSInt32Type)),
-                  std::pair(c.exact, c.value));
+    for (const auto& [number, exact, value] : Rows<CFRef<CFTypeRef>, bool, SInt32>{
+             {Value(SInt64{Limits32::max()}), true, Limits32::max()},
+             {Value(SInt64{Limits32::max()} + 1), false, Limits32::max()},
+             {Value(SInt64{Limits32::min()}), true, Limits32::min()},
+             {Value(Limits64::min()), false, Limits32::min()},
+             {Value(-7.0), true, -7},
+             {Value(2.75), false, 3},
+             {Value(2147483647.75), false, Limits32::max()},
+             {Value(-2147483648.0), true, Limits32::min()},
+             {Value(-1e300), false, Limits32::min()},
+             {Value(std::nan("")), false, 0}}) {
+        EXPECT_EQ((Convert<SInt32>(number.Get(), kCFNumberSInt32Type)), std::pair(exact, value));
     }
 }
 
@@ -110,8 +95,7 @@ TEST(Dictionary, IteratesInByteOrderAndAddKeepsWhatIsThere) {
     for (const char* key : {"b", "\u00E9", "B", "", "a\xF0\x9F\x98\x80", "a"}) {
         Set(map.Get(), key, kCFBooleanTrue);
     }
-    EXPECT_EQ(Keys(map.Get()),
-              (std::vector<std::string>{"", "B", "a", "a\xF0\x9F\x98\x80", "b", "\u00E9"}));
+    EXPECT_THAT(Keys(map.Get()), ElementsAre("", "B", "a", "a\xF0\x9F\x98\x80", "b", "\u00E9"));
     CFDictionaryAddValue(map.Get(), String("a").Get(), Value("new").Get());
     EXPECT_EQ(Get(map.Get(), "a"), static_cast<CFTypeRef>(kCFBooleanTrue));
     CFDictionarySetValue(map.Get(), kCFBooleanTrue, kCFBooleanTrue);

@@ -8,6 +8,7 @@
 #include "platform/CFNumber.h"
 #include "platform/CFRef.h"
 #include "platform/CFString.h"
+#include "platform/CFURL.h"
 
 #include <string>
 #include <string_view>
@@ -75,6 +76,22 @@ inline std::string Text(CFTypeRef value) {
 inline std::string Bytes(CFDataRef data) {
     return {reinterpret_cast<const char*>(CFDataGetBytePtr(data)),
             static_cast<std::size_t>(CFDataGetLength(data))};
+}
+
+inline CFRef<CFURLRef> FileUrl(std::string_view path, bool isDirectory = false) {
+    return CFRef<CFURLRef>(CFURLCreateFromFileSystemRepresentation(
+        nullptr, reinterpret_cast<const UInt8*>(path.data()), static_cast<CFIndex>(path.size()),
+        isDirectory));
+}
+
+/* An XML property list with that dictionary. */
+inline std::string PlistFile(std::string_view entries) {
+    return "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<plist version=\"1.0\"><dict>" +
+           std::string(entries) + "</dict></plist>\n";
+}
+
+constexpr OSType Code(const char (&text)[5]) {
+    return VELNOR_FOUR_CHAR_CODE(text[0], text[1], text[2], text[3]);
 }
 
 inline std::vector<std::string> Keys(CFDictionaryRef dictionary) {

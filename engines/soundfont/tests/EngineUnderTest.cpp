@@ -1,12 +1,6 @@
 #include "engines/soundfont/tests/EngineUnderTest.h"
 
-#include <algorithm>
-#include <cmath>
-#include <cstdlib>
 #include <dlfcn.h>
-#include <fstream>
-#include <gtest/gtest.h>
-#include <memory>
 #include <random>
 
 #if defined(__SANITIZE_THREAD__)
@@ -22,12 +16,9 @@ namespace {
 
 OrmoOpcodeProc loadEntry() {
     void* engine = ::dlopen(SOUNDFONT_ENGINE_FILE, RTLD_NOW | RTLD_LOCAL);
-    void* entry = engine != nullptr ? ::dlsym(engine, ORMO_ENTRY_NAME) : nullptr;
-    if (entry == nullptr) {
-        std::fprintf(stderr, "%s\n", ::dlerror());
-        std::abort();
-    }
-    return reinterpret_cast<OrmoOpcodeProc>(entry);
+    if (engine == nullptr)
+        throw std::runtime_error(::dlerror());
+    return reinterpret_cast<OrmoOpcodeProc>(::dlsym(engine, ORMO_ENTRY_NAME));
 }
 
 OrmoWord word(const void* address) {
@@ -43,44 +34,20 @@ int32_t call(uint32_t target, uint32_t opcode, const void* ptr1, const void* ptr
                  word(ptr2), word(ptr3), val1, val2, 0, 0);
 }
 
-Folder::Folder() {
-    std::string name = std::filesystem::temp_directory_path() / "soundfont-test-XXXXXX";
-    if (::mkdtemp(name.data()) == nullptr) {
-        std::abort();
-    }
-    mPath = name;
-}
-
-Folder::~Folder() {
-    std::filesystem::remove_all(mPath);
-}
-
-void Folder::write(const std::string& name, const std::string& content) const {
-    std::ofstream(mPath / name, std::ios::binary) << content;
-}
-
-void Folder::linkFont(const std::string& name) const {
-    std::filesystem::create_symlink(kFontFile, mPath / name);
-}
-
-Engine::Engine(const Setup& setup) : mDataDir(mFolder.path()) {
-    mFolder.linkFont("font.sf2");
+Engine::Engine(const Setup& setup) {
+    std::filesystem::create_symlink(kFontFile, mFolder / "font.sf2");
     mBlock.channelCount = setup.channels;
     mBlock.compatSlots = setup.compatSlots;
-    mBlock.dataDir = mDataDir.c_str();
+    mBlock.dataDir = mFolder.Path().c_str();
     EXPECT_EQ(call(0, kOpOpenInstance, &mBlock, &mHandle), 0);
     EXPECT_NE(mHandle, 0U);
     call(mHandle, kOpSetRateAndBlockSize, nullptr, nullptr, nullptr, setup.rate, 4096);
-    call(mHandle, kOpResume, nullptr, nullptr, nullptr, setup.offline ? 1 : 0);
-}
-
-Engine::~Engine() {
-    call(mHandle, kOpCloseInstance);
+    callWith(mHandle, kOpResume, setup.offline ? 1 : 0);
 }
 
 void Engine::restart(bool offline) const {
     EXPECT_EQ(call(mHandle, kOpSuspend), 0);
-    EXPECT_EQ(call(mHandle, kOpResume, nullptr, nullptr, nullptr, offline ? 1 : 0), 0);
+    EXPECT_EQ(callWith(mHandle, kOpResume, offline ? 1 : 0), 0);
 }
 
 Channels Engine::render(const std::vector<TimedEvent>& events, int frames, int block) const {
@@ -91,9 +58,8 @@ Channels Engine::render(const std::vector<TimedEvent>& events, int frames, int b
     for (int start = 0; start < frames; start += block) {
         const int count = std::min(block, frames - start);
         std::vector<float*> buffers;
-        for (auto& channel : out) {
+        for (auto& channel : out)
             buffers.push_back(channel.data() + start);
-        }
         slots->count = 0;
         for (; next != events.end() && next->frame < start + count; ++next) {
             MIDIEvent& event = slots->events[slots->count++];
@@ -115,48 +81,39 @@ std::vector<uint8_t> Engine::chunk() const {
     return std::vector<uint8_t>(bytes, bytes + size);
 }
 
-int32_t Engine::setChunk(const std::vector<uint8_t>& bytes) const {
-    return call(mHandle, kOpSetChunk, bytes.data(), nullptr, nullptr,
-                static_cast<OrmoWord>(bytes.size()));
-}
-
 std::vector<TimedEvent> busyPiece(int64_t frames) {
     std::mt19937 random(7);
     const auto below = [&](unsigned limit) { return static_cast<uint8_t>(random() % limit); };
     std::vector<TimedEvent> piece;
-    for (uint8_t channel = 0; channel < 16; ++channel) {
-        piece.push_back({0, static_cast<uint8_t>(0xC0 | channel), below(128), 0});
-        piece.push_back({0, static_cast<uint8_t>(0xB0 | channel), 10, below(128)});
+    uint8_t channel = 0;
+    const auto add = [&](int64_t frame, int kind, int data1, int data2) {
+        piece.push_back({frame, static_cast<uint8_t>(kind | channel), static_cast<uint8_t>(data1),
+                         static_cast<uint8_t>(data2)});
+    };
+    for (; channel < 16; ++channel) {
+        add(0, 0xC0, below(128), 0);
+        add(0, 0xB0, 10, below(128));
     }
     for (int64_t frame = 0; frame < frames; frame += below(200)) {
-        const uint8_t channel = below(16);
-        const auto status = [&](int kind) { return static_cast<uint8_t>(kind | channel); };
-        piece.push_back({frame, status(0x90), static_cast<uint8_t>(30 + below(60)), below(128)});
-        switch (below(8)) {
-        case 0:
-            piece.push_back({frame, status(0xE0), below(128), below(128)});
-            break;
-        case 1:
-            piece.push_back({frame, status(0xB0), static_cast<uint8_t>(1 + below(11)), below(128)});
-            break;
-        case 2:
-            piece.push_back({frame, status(0xD0), below(128), 0});
-            break;
-        case 3:
-            piece.push_back({frame, status(0xB0), 123, 0});
-            break;
-        default:
-            break;
-        }
+        channel = below(16);
+        add(frame, 0x90, 30 + below(60), below(128));
+        const int kind = below(8);
+        if (kind == 0)
+            add(frame, 0xE0, below(128), below(128));
+        else if (kind == 1)
+            add(frame, 0xB0, 1 + below(11), below(128));
+        else if (kind == 2)
+            add(frame, 0xD0, below(128), 0);
+        else if (kind == 3)
+            add(frame, 0xB0, 123, 0);
     }
     return piece;
 }
 
 float peak(const std::vector<float>& samples) {
     float result = 0;
-    for (const float sample : samples) {
+    for (const float sample : samples)
         result = std::max(result, std::isfinite(sample) ? std::fabs(sample) : INFINITY);
-    }
     return result;
 }
 

@@ -2,34 +2,25 @@
 #pragma once
 
 #include "bridge/OrmoEngine.h"
+#include "platform/tests/Testing.h"
 
-#include <cstdint>
-#include <filesystem>
-#include <string>
-#include <vector>
+#include <cmath>
+#include <cstring>
+#include <memory>
 
 namespace velnor::soundfont {
+
+using namespace test;
 
 inline constexpr char kFontFile[] = "/usr/share/sounds/sf2/TimGM6mb.sf2";
 
 int32_t call(uint32_t target, uint32_t opcode, const void* ptr1 = nullptr,
              const void* ptr2 = nullptr, const void* ptr3 = nullptr, OrmoWord val1 = 0,
              OrmoWord val2 = 0);
-
-// A temporary folder, removed with everything in it.
-class Folder {
-public:
-    Folder();
-    ~Folder();
-    Folder(const Folder&) = delete;
-    Folder& operator=(const Folder&) = delete;
-    void write(const std::string& name, const std::string& content) const;
-    void linkFont(const std::string& name) const;
-    std::string path() const { return mPath.string(); }
-
-private:
-    std::filesystem::path mPath;
-};
+// An operation whose first value alone counts.
+inline int32_t callWith(uint32_t target, uint32_t opcode, OrmoWord val1) {
+    return call(target, opcode, nullptr, nullptr, nullptr, val1);
+}
 
 struct TimedEvent {
     int64_t frame;
@@ -49,7 +40,7 @@ struct Setup {
 class Engine {
 public:
     explicit Engine(const Setup& setup = {});
-    ~Engine();
+    ~Engine() { call(mHandle, kOpCloseInstance); }
     Engine(const Engine&) = delete;
     Engine& operator=(const Engine&) = delete;
 
@@ -57,7 +48,10 @@ public:
     // From the engine's present position on; events count from there.
     Channels render(const std::vector<TimedEvent>& events, int frames, int block = 512) const;
     std::vector<uint8_t> chunk() const;
-    int32_t setChunk(const std::vector<uint8_t>& bytes) const;
+    int32_t setChunk(const std::vector<uint8_t>& bytes) const {
+        return call(mHandle, kOpSetChunk, bytes.data(), nullptr, nullptr,
+                    static_cast<OrmoWord>(bytes.size()));
+    }
     template <class Value>
     int32_t property(uint32_t id, Value& value) const {
         static_assert(sizeof value == 4);
@@ -66,8 +60,7 @@ public:
     void restart(bool offline = false) const;
 
 private:
-    Folder mFolder;
-    std::string mDataDir;
+    TempFolder mFolder;
     EngineOpenBlock mBlock{};
     uint32_t mHandle = 0;
 };

@@ -1,46 +1,22 @@
 #include "engines/soundfont/tests/EngineUnderTest.h"
 
-#include <cmath>
 #include <fluidsynth.h>
-#include <gtest/gtest.h>
-#include <memory>
 
 namespace velnor::soundfont {
 namespace {
 
 constexpr int kFrames = 60000;
 
-void sendDirect(fluid_synth_t* synth, const TimedEvent& event) {
-    const int channel = event.status & 0x0F;
-    switch (event.status & 0xF0) {
-    case 0x90:
-        fluid_synth_noteon(synth, channel, event.data1, event.data2);
-        break;
-    case 0xB0:
-        fluid_synth_cc(synth, channel, event.data1, event.data2);
-        break;
-    case 0xC0:
-        fluid_synth_program_change(synth, channel, event.data1);
-        break;
-    case 0xD0:
-        fluid_synth_channel_pressure(synth, channel, event.data1);
-        break;
-    case 0xE0:
-        fluid_synth_pitch_bend(synth, channel, event.data1 | event.data2 << 7);
-        break;
-    default:
-        FAIL();
-    }
-}
+template <class T>
+using Owned = std::unique_ptr<T, void (*)(T*)>;
 
 // What FluidSynth renders by itself, fetched up to each event.
 Channels renderDirect(const std::vector<TimedEvent>& events, int frames, int rate, bool highest) {
     fluid_set_log_function(FLUID_WARN, nullptr, nullptr);
-    std::unique_ptr<fluid_settings_t, decltype(&delete_fluid_settings)> settings(
-        new_fluid_settings(), delete_fluid_settings);
+    const Owned<fluid_settings_t> settings(new_fluid_settings(), delete_fluid_settings);
     fluid_settings_setnum(settings.get(), "synth.sample-rate", rate);
-    std::unique_ptr<fluid_synth_t, decltype(&delete_fluid_synth)> synth(
-        new_fluid_synth(settings.get()), delete_fluid_synth);
+    const Owned<fluid_synth_t> synth(new_fluid_synth(settings.get()), delete_fluid_synth);
+    const Owned<fluid_midi_event_t> message(new_fluid_midi_event(), delete_fluid_midi_event);
     fluid_synth_sfload(synth.get(), kFontFile, 1);
     fluid_synth_set_interp_method(synth.get(), -1, highest ? 7 : 4);
     Channels out(2, std::vector<float>(static_cast<size_t>(frames)));
@@ -54,7 +30,14 @@ Channels renderDirect(const std::vector<TimedEvent>& events, int frames, int rat
         if (event.frame > position) {
             renderTo(static_cast<int>(event.frame));
         }
-        sendDirect(synth.get(), event);
+        fluid_midi_event_set_type(message.get(), event.status & 0xF0);
+        fluid_midi_event_set_channel(message.get(), event.status & 0x0F);
+        fluid_midi_event_set_key(message.get(), event.data1);
+        fluid_midi_event_set_velocity(message.get(), event.data2);
+        if ((event.status & 0xF0) == 0xE0) {
+            fluid_midi_event_set_pitch(message.get(), event.data1 | event.data2 << 7);
+        }
+        fluid_synth_handle_midi_event(synth.get(), message.get());
     }
     renderTo(frames);
     return out;
@@ -83,21 +66,15 @@ TEST(Render, IsTheSameInEveryBlockSize) {
 }
 
 TEST(Render, AnEventCountsFromTheFirst64FrameBlockThatIsNotComputedYet) {
-    const struct {
-        int64_t event, first;
-    } cases[] = {{0, 0}, {1, 64}, {63, 64}, {64, 64}, {65, 128}, {1000, 1024}, {1024, 1024}};
-    for (const auto& test : cases) {
+    for (const auto& [event, first] : Rows<int64_t, int64_t>{
+             {0, 0}, {1, 64}, {63, 64}, {64, 64}, {65, 128}, {1000, 1024}, {1024, 1024}}) {
         Engine engine;
         float off = 0;
         engine.property(0x10004, off); // the reverb is never quite silent
         engine.property(0x10006, off);
-        const auto out = engine.render({{test.event, 0x99, 42, 127}}, 2048, 100);
-        size_t first = 0;
-        while (first < out[0].size() && out[0][first] == 0.0F) {
-            ++first;
-        }
-        EXPECT_GE(first, static_cast<size_t>(test.first)) << test.event;
-        EXPECT_LT(first, static_cast<size_t>(test.first) + 4) << test.event;
+        const auto left = engine.render({{event, 0x99, 42, 127}}, 2048, 100)[0];
+        const auto sound = std::ranges::find_if(left, [](float sample) { return sample != 0; });
+        EXPECT_THAT(sound - left.begin(), AllOf(Ge(first), Lt(first + 4))) << event;
     }
 }
 
@@ -224,8 +201,7 @@ TEST(Lifecycle, ALaterRateSoundsLikeAnEngineOpenedAtIt) {
     engine.render(piece, kFrames);
     for (const int rate : {96000, 22050}) {
         call(engine.handle(), kOpSuspend);
-        EXPECT_EQ(call(engine.handle(), kOpSetRateAndBlockSize, nullptr, nullptr, nullptr, rate),
-                  0);
+        EXPECT_EQ(callWith(engine.handle(), kOpSetRateAndBlockSize, rate), 0);
         call(engine.handle(), kOpResume);
         const Engine fresh({2, 0, rate});
         const auto expected = fresh.render(piece, kFrames);
@@ -239,13 +215,11 @@ TEST(Lifecycle, ARateThatCannotBeIsRefusedAndSilent) {
     const std::vector<TimedEvent> note = {{0, 0x90, 60, 100}};
     for (const int rate : {0, -1, 7999, 96001}) {
         testing::internal::CaptureStderr();
-        EXPECT_NE(call(engine.handle(), kOpSetRateAndBlockSize, nullptr, nullptr, nullptr, rate),
-                  0);
-        EXPECT_NE(testing::internal::GetCapturedStderr().find(std::to_string(rate)),
-                  std::string::npos);
+        EXPECT_NE(callWith(engine.handle(), kOpSetRateAndBlockSize, rate), 0);
+        EXPECT_THAT(testing::internal::GetCapturedStderr(), HasSubstr(std::to_string(rate)));
         EXPECT_EQ(peak(engine.render(note, 512)[0]), 0.0F);
     }
-    EXPECT_EQ(call(engine.handle(), kOpSetRateAndBlockSize, nullptr, nullptr, nullptr, 44100), 0);
+    EXPECT_EQ(callWith(engine.handle(), kOpSetRateAndBlockSize, 44100), 0);
     EXPECT_GT(peak(engine.render(note, 4096)[0]), 0.001F);
 }
 

@@ -1,53 +1,13 @@
 #include "engines/soundfont/SoundFontProperties.h"
 #include "engines/soundfont/tests/EngineUnderTest.h"
 
-#include <cmath>
-#include <cstring>
-#include <gtest/gtest.h>
+#include <bit>
 #include <limits>
 
 namespace velnor::soundfont {
 namespace {
 
 constexpr uint8_t kCc = 0xB0;
-
-// Everything that the chunk is to hold, and a note on every channel, to hear it.
-struct StateCase {
-    const char* name;
-    std::vector<TimedEvent> messages;
-};
-
-const StateCase kStates[] = {
-    {"as opened", {}},
-    {"programs and banks", {{0, 0xC0, 40, 0}, {0, kCc, 0, 3}, {0, 0xC9, 0, 0}, {0, 0xC5, 127, 0}}},
-    {"missing preset", {{0, kCc, 0, 77}, {0, 0xC0, 99, 0}}},
-    {"controllers", {{0, kCc, 1, 99}, {0, kCc, 7, 50}, {0, kCc, 10, 0}, {0, kCc, 91, 127}}},
-    {"sustain and portamento", {{0, kCc, 64, 127}, {0, kCc, 65, 127}, {0, kCc, 5, 60}}},
-    {"portamento key", {{0, kCc, 84, 72}}},
-    {"bend", {{0, 0xE0, 17, 100}, {0, 0xE1, 0, 0}}},
-    {"bend range", {{0, kCc, 101, 0}, {0, kCc, 100, 0}, {0, kCc, 6, 24}, {0, 0xE0, 0, 127}}},
-    {"widest bend range", {{0, kCc, 101, 0}, {0, kCc, 100, 0}, {0, kCc, 6, 127}, {0, 0xE0, 0, 90}}},
-    {"tuning",
-     {{0, kCc, 101, 0},
-      {0, kCc, 100, 1},
-      {0, kCc, 38, 5},
-      {0, kCc, 6, 90},
-      {0, kCc, 100, 2},
-      {0, kCc, 6, 70}}},
-    {"parameter chosen", {{0, kCc, 101, 0}, {0, kCc, 100, 2}}},
-    {"parameter left", {{0, kCc, 101, 0}, {0, kCc, 100, 2}, {0, kCc, 99, 1}, {0, kCc, 98, 8}}},
-    {"generator set", {{0, kCc, 99, 120}, {0, kCc, 98, 8}, {0, kCc, 38, 0}, {0, kCc, 6, 60}}},
-    {"generator chosen", {{0, kCc, 99, 120}, {0, kCc, 98, 51}}},
-    {"generator chosen in two steps", {{0, kCc, 99, 120}, {0, kCc, 98, 30}, {0, kCc, 98, 21}}},
-    {"generator chosen, number past it", {{0, kCc, 99, 120}, {0, kCc, 98, 51}, {0, kCc, 98, 110}}},
-    {"no generator chosen", {{0, kCc, 99, 120}, {0, kCc, 98, 101}, {0, kCc, 98, 51}}},
-    {"generator chosen, then left",
-     {{0, kCc, 99, 120}, {0, kCc, 98, 51}, {0, kCc, 101, 0}, {0, kCc, 100, 2}}},
-    {"pressures", {{0, 0xD0, 100, 0}, {0, 0xA0, 60, 90}, {0, 0xA1, 60, 1}}},
-    {"pressures reset", {{0, 0xD0, 100, 0}, {0, 0xA0, 60, 90}, {0, kCc, 121, 0}}},
-    {"mono mode", {{0, kCc, 126, 4}}},
-    {"mode of every channel", {{0, kCc, 126, 0}}},
-};
 
 // Messages that sound different, or set something different, by what came before them.
 std::vector<TimedEvent> probe() {
@@ -61,36 +21,67 @@ std::vector<TimedEvent> probe() {
 }
 
 TEST(Chunk, RestoresEverythingThatIsHeard) {
-    for (const StateCase& test : kStates) {
+    for (const auto& [name, messages] : Rows<const char*, std::vector<TimedEvent>>{
+             {"as opened", {}},
+             {"programs and banks",
+              {{0, 0xC0, 40, 0}, {0, kCc, 0, 3}, {0, 0xC9, 0, 0}, {0, 0xC5, 127, 0}}},
+             {"missing preset", {{0, kCc, 0, 77}, {0, 0xC0, 99, 0}}},
+             {"controllers",
+              {{0, kCc, 1, 99}, {0, kCc, 7, 50}, {0, kCc, 10, 0}, {0, kCc, 91, 127}}},
+             {"sustain and portamento", {{0, kCc, 64, 127}, {0, kCc, 65, 127}, {0, kCc, 5, 60}}},
+             {"portamento key", {{0, kCc, 84, 72}}},
+             {"bend", {{0, 0xE0, 17, 100}, {0, 0xE1, 0, 0}}},
+             {"bend range",
+              {{0, kCc, 101, 0}, {0, kCc, 100, 0}, {0, kCc, 6, 24}, {0, 0xE0, 0, 127}}},
+             {"widest bend range",
+              {{0, kCc, 101, 0}, {0, kCc, 100, 0}, {0, kCc, 6, 127}, {0, 0xE0, 0, 90}}},
+             {"tuning",
+              {{0, kCc, 101, 0},
+               {0, kCc, 100, 1},
+               {0, kCc, 38, 5},
+               {0, kCc, 6, 90},
+               {0, kCc, 100, 2},
+               {0, kCc, 6, 70}}},
+             {"parameter chosen", {{0, kCc, 101, 0}, {0, kCc, 100, 2}}},
+             {"parameter left",
+              {{0, kCc, 101, 0}, {0, kCc, 100, 2}, {0, kCc, 99, 1}, {0, kCc, 98, 8}}},
+             {"generator set",
+              {{0, kCc, 99, 120}, {0, kCc, 98, 8}, {0, kCc, 38, 0}, {0, kCc, 6, 60}}},
+             {"generator chosen", {{0, kCc, 99, 120}, {0, kCc, 98, 51}}},
+             {"generator chosen in two steps",
+              {{0, kCc, 99, 120}, {0, kCc, 98, 30}, {0, kCc, 98, 21}}},
+             {"generator chosen, number past it",
+              {{0, kCc, 99, 120}, {0, kCc, 98, 51}, {0, kCc, 98, 110}}},
+             {"no generator chosen", {{0, kCc, 99, 120}, {0, kCc, 98, 101}, {0, kCc, 98, 51}}},
+             {"generator chosen, then left",
+              {{0, kCc, 99, 120}, {0, kCc, 98, 51}, {0, kCc, 101, 0}, {0, kCc, 100, 2}}},
+             {"pressures", {{0, 0xD0, 100, 0}, {0, 0xA0, 60, 90}, {0, 0xA1, 60, 1}}},
+             {"pressures reset", {{0, 0xD0, 100, 0}, {0, 0xA0, 60, 90}, {0, kCc, 121, 0}}},
+             {"mono mode", {{0, kCc, 126, 4}}},
+             {"mode of every channel", {{0, kCc, 126, 0}}}}) {
+        SCOPED_TRACE(name);
         const Engine saved;
-        saved.render(test.messages, 64);
+        saved.render(messages, 64);
         const auto chunk = saved.chunk();
-        saved.restart();
-        const Engine restored;
-        EXPECT_EQ(restored.setChunk(chunk), 0) << test.name;
-        EXPECT_EQ(restored.chunk(), chunk) << test.name << ", before rendering";
+        const Engine restored, goesOn;
+        EXPECT_EQ(goesOn.setChunk(chunk), 0);
+        EXPECT_EQ(restored.setChunk(chunk), 0);
+        EXPECT_EQ(restored.chunk(), chunk) << "before rendering";
         restored.render({}, 64);
-        EXPECT_EQ(restored.chunk(), chunk) << test.name << ", after rendering";
-        restored.restart();
-        EXPECT_EQ(restored.chunk(), chunk) << test.name << ", after a restart";
-        EXPECT_EQ(restored.render(probe(), 6000), saved.render(probe(), 6000)) << test.name;
-        EXPECT_EQ(restored.chunk(), saved.chunk()) << test.name << ", after more messages";
-    }
-}
-
-// The restart of the test above goes through the same restoring code, so this compares with an
-// engine that got the messages and nothing else.
-TEST(Chunk, ARestoredEngineGoesOnLikeTheOneThatWasSaved) {
-    for (const StateCase& test : kStates) {
-        if (test.messages.empty() || test.messages[0].data1 == 126) {
-            continue;
+        EXPECT_EQ(restored.chunk(), chunk) << "after rendering";
+        // A restart goes through the same restoring code, so one engine is compared that had the
+        // messages and nothing else.
+        if (!messages.empty() && messages[0].data1 != 126) {
+            const Engine played;
+            played.render(messages, 64);
+            goesOn.render({}, 64);
+            EXPECT_EQ(goesOn.render(probe(), 6000), played.render(probe(), 6000));
         }
-        const Engine saved;
-        saved.render(test.messages, 64);
-        const Engine restored;
-        restored.setChunk(saved.chunk());
-        restored.render({}, 64);
-        EXPECT_EQ(restored.render(probe(), 6000), saved.render(probe(), 6000)) << test.name;
+        saved.restart();
+        restored.restart();
+        EXPECT_EQ(restored.chunk(), chunk) << "after a restart";
+        EXPECT_EQ(restored.render(probe(), 6000), saved.render(probe(), 6000));
+        EXPECT_EQ(restored.chunk(), saved.chunk()) << "after more messages";
     }
 }
 
@@ -141,38 +132,32 @@ TEST(Chunk, ADamagedOneChangesNothing) {
 TEST(Chunk, ValuesThatCannotBeAreRefusedInARightlySealedOne) {
     const Engine engine;
     const auto good = engine.chunk();
-    const struct {
-        const char* name;
-        size_t offset;
-        uint8_t value;
-    } cases[] = {
-        {"version", 4, 2},
-        {"size", 8, 1},
-        {"gain is huge", 19, 0x7F},
-        {"gain is -0", 19, 128},
-        {"polyphony", 21, 9},
-        {"reverb on", 22, 2},
-        {"wave", 53, 2},
-        {"bank", 54 + 1, 0x40},
-        {"bank negative", 54 + 1, 0x80},
-        {"program", 54 + 2, 128},
-        {"program -2", 54 + 3, 0xFE},
-        {"controller 7", 54 + 4 + 7, 128},
-        {"bend", 54 + 125, 64},
-        {"bend range", 54 + 126, 128},
-        {"key pressure", 54 + 200, 255},
-        {"nrpn active", 54 + 256, 2},
-        {"nrpn select", 54 + 257, 64},
-        {"nrpn select unreachable", 54 + 257, 5},
-        {"mode", 54 + 258, 4},
-        {"first channel without mode", 54 + 258, 255},
-        {"mode without channels", 54 + 259, 0},
-        {"too many channels", 54 + 259, 17},
-        {"groups overlap", 54 + 512 + 258, 0},
-        {"generator is NaN", 54 + 260 + 3, 0xFF},
-    };
-    for (const auto& test : cases) {
-        EXPECT_NE(engine.setChunk(withByte(good, test.offset, test.value)), 0) << test.name;
+    for (const auto& [name, offset, value] :
+         Rows<const char*, size_t, uint8_t>{{"version", 4, 2},
+                                            {"size", 8, 1},
+                                            {"gain is huge", 19, 0x7F},
+                                            {"gain is -0", 19, 128},
+                                            {"polyphony", 21, 9},
+                                            {"reverb on", 22, 2},
+                                            {"wave", 53, 2},
+                                            {"bank", 54 + 1, 0x40},
+                                            {"bank negative", 54 + 1, 0x80},
+                                            {"program", 54 + 2, 128},
+                                            {"program -2", 54 + 3, 0xFE},
+                                            {"controller 7", 54 + 4 + 7, 128},
+                                            {"bend", 54 + 125, 64},
+                                            {"bend range", 54 + 126, 128},
+                                            {"key pressure", 54 + 200, 255},
+                                            {"nrpn active", 54 + 256, 2},
+                                            {"nrpn select", 54 + 257, 64},
+                                            {"nrpn select unreachable", 54 + 257, 5},
+                                            {"mode", 54 + 258, 4},
+                                            {"first channel without mode", 54 + 258, 255},
+                                            {"mode without channels", 54 + 259, 0},
+                                            {"too many channels", 54 + 259, 17},
+                                            {"groups overlap", 54 + 512 + 258, 0},
+                                            {"generator is NaN", 54 + 260 + 3, 0xFF}}) {
+        EXPECT_NE(engine.setChunk(withByte(good, offset, value)), 0) << name;
     }
     EXPECT_EQ(engine.chunk(), good);
     EXPECT_EQ(engine.setChunk(withByte(good, 54 + 4 + 7, 11)), 0);
@@ -180,42 +165,38 @@ TEST(Chunk, ValuesThatCannotBeAreRefusedInARightlySealedOne) {
 }
 
 TEST(Properties, AreReadBackSavedAndHeard) {
-    const struct {
-        uint32_t id;
-        float real;
-        int32_t integer;
-    } cases[] = {
-        {kSoundFontGain, 0.5F, 0},           {kSoundFontPolyphony, 0, 2},
-        {kSoundFontReverbOn, 0, 0},          {kSoundFontChorusOn, 0, 0},
-        {kSoundFontReverbRoomSize, 0.9F, 0}, {kSoundFontReverbDamping, 0.7F, 0},
-        {kSoundFontReverbWidth, 30.0F, 0},   {kSoundFontReverbLevel, 0.3F, 0},
-        {kSoundFontChorusVoices, 0, 9},      {kSoundFontChorusLevel, 5.0F, 0},
-        {kSoundFontChorusSpeed, 2.0F, 0},    {kSoundFontChorusDepth, 20.0F, 0},
-        {kSoundFontChorusWave, 0, 1},
-    };
     std::vector<TimedEvent> chord = {{0, kCc, 93, 127}};
     for (const uint8_t key : std::initializer_list<uint8_t>{60, 64, 67, 71}) {
         chord.push_back({100, 0x90, key, 100});
     }
     const auto plain = Engine().render(chord, 20000);
     const auto plainChunk = Engine().chunk();
-    for (const auto& test : cases) {
-        const Engine engine;
-        int32_t value = test.integer;
-        if (test.real > 0) {
-            std::memcpy(&value, &test.real, sizeof value);
-        }
+    const auto bits = [](float value) { return std::bit_cast<int32_t>(value); };
+    for (auto [id, value] : Rows<uint32_t, int32_t>{{kSoundFontGain, bits(0.5F)},
+                                                    {kSoundFontPolyphony, 2},
+                                                    {kSoundFontReverbOn, 0},
+                                                    {kSoundFontChorusOn, 0},
+                                                    {kSoundFontReverbRoomSize, bits(0.9F)},
+                                                    {kSoundFontReverbDamping, bits(0.7F)},
+                                                    {kSoundFontReverbWidth, bits(30.0F)},
+                                                    {kSoundFontReverbLevel, bits(0.3F)},
+                                                    {kSoundFontChorusVoices, 9},
+                                                    {kSoundFontChorusLevel, bits(5.0F)},
+                                                    {kSoundFontChorusSpeed, bits(2.0F)},
+                                                    {kSoundFontChorusDepth, bits(20.0F)},
+                                                    {kSoundFontChorusWave, 1}}) {
+        SCOPED_TRACE(id);
+        const Engine engine, restored;
         int32_t read = -1;
-        EXPECT_EQ(engine.property(test.id, value), 0);
-        EXPECT_EQ(engine.property(test.id + kSoundFontGet, read), 0);
-        EXPECT_EQ(read, value) << std::hex << test.id;
-        EXPECT_NE(engine.chunk(), plainChunk) << std::hex << test.id;
+        EXPECT_EQ(engine.property(id, value), 0);
+        EXPECT_EQ(engine.property(id + kSoundFontGet, read), 0);
+        EXPECT_EQ(read, value);
+        EXPECT_NE(engine.chunk(), plainChunk);
         const auto heard = engine.render(chord, 20000);
-        EXPECT_NE(heard, plain) << std::hex << test.id;
-        EXPECT_LT(peak(heard[0]), 2.0F) << std::hex << test.id;
-        const Engine restored;
+        EXPECT_NE(heard, plain);
+        EXPECT_LT(peak(heard[0]), 2.0F);
         restored.setChunk(engine.chunk());
-        EXPECT_EQ(restored.chunk(), engine.chunk()) << std::hex << test.id;
+        EXPECT_EQ(restored.chunk(), engine.chunk());
     }
 }
 
