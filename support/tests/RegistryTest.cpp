@@ -7,7 +7,6 @@
 #include "platform/tests/Testing.h"
 
 #include <dlfcn.h>
-#include <unistd.h>
 
 namespace velnor::test {
 namespace {
@@ -52,9 +51,10 @@ protected:
     }
 
     // The registry as the user's preferences hold it.
-    void store(const std::string& plugins, const std::string& host = "") const {
-        const std::string file = mHome.ConfigHome() + "/velnor/" + kDomain + host + ".plist";
-        WriteFile(file, "<plist version=\"1.0\"><dict>" + plugins + "</dict></plist>");
+    static void store(const std::string& plugins, CFStringRef host = kCFPreferencesAnyHost) {
+        const CFRef<CFStringRef> file(
+            PlatformPreferencesCopyPath(String(kDomain).Get(), kCFPreferencesCurrentUser, host));
+        WriteFile(Text(file.Get()), "<plist version=\"1.0\"><dict>" + plugins + "</dict></plist>");
     }
 
     // What the bundle answers when it registers itself; mLines are its log messages then.
@@ -154,9 +154,7 @@ TEST_F(Registry, EachFailedWriteHasItsMessageAndResult) {
 }
 
 TEST_F(Registry, AVersionThatCannotBeUpdatedIsReportedAndCountsAsDone) {
-    char host[256] = "";
-    ASSERT_EQ(gethostname(host, sizeof host - 1), 0);
-    store(dict("Plugins", dict("AU", entry("000", mBundle, "0.9"))), std::string(".") + host);
+    store(dict("Plugins", dict("AU", entry("000", mBundle, "0.9"))), kCFPreferencesCurrentHost);
     store(dict("Plugins", dict("AU", dict("000", number("version")))));
     EXPECT_THAT(entries(), ElementsAre("000 " + mBundle + " 0.9"))
         << "slots are the user's own, fields come from the search list";
