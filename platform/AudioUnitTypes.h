@@ -121,29 +121,44 @@ typedef struct AURenderCallbackStruct {
     AURenderCallback inputProc;
     void* inputProcRefCon;
 } AURenderCallbackStruct;
+VELNOR_ASSERT_OFFSET(AURenderCallbackStruct, inputProc, 0);
+VELNOR_ASSERT_OFFSET(AURenderCallbackStruct, inputProcRefCon, VELNOR_BY_WIDTH(4, 8));
+VELNOR_ASSERT_SIZE(AURenderCallbackStruct, VELNOR_BY_WIDTH(8, 16));
 
 typedef struct AudioUnitConnection {
     AudioUnit sourceAudioUnit;
     UInt32 sourceOutputNumber;
     UInt32 destInputNumber;
 } AudioUnitConnection;
+VELNOR_ASSERT_OFFSET(AudioUnitConnection, sourceAudioUnit, 0);
+VELNOR_ASSERT_OFFSET(AudioUnitConnection, sourceOutputNumber, VELNOR_BY_WIDTH(4, 8));
+VELNOR_ASSERT_OFFSET(AudioUnitConnection, destInputNumber, VELNOR_BY_WIDTH(8, 12));
+VELNOR_ASSERT_SIZE(AudioUnitConnection, VELNOR_BY_WIDTH(12, 16));
 
 typedef struct AUChannelInfo {
     SInt16 inChannels; /* -1: any; below -1: any up to so many */
     SInt16 outChannels;
 } AUChannelInfo;
+VELNOR_ASSERT_OFFSET(AUChannelInfo, inChannels, 0);
+VELNOR_ASSERT_OFFSET(AUChannelInfo, outChannels, 2);
+VELNOR_ASSERT_SIZE(AUChannelInfo, 4);
 
 typedef struct AudioUnitExternalBuffer {
     UInt8* buffer; /* 16-byte aligned; the caller's for as long as it is set */
     UInt32 size;   /* bytes */
 } AudioUnitExternalBuffer;
+VELNOR_ASSERT_OFFSET(AudioUnitExternalBuffer, buffer, 0);
+VELNOR_ASSERT_OFFSET(AudioUnitExternalBuffer, size, VELNOR_BY_WIDTH(4, 8));
+VELNOR_ASSERT_SIZE(AudioUnitExternalBuffer, VELNOR_BY_WIDTH(8, 16));
 
 typedef struct AUPreset {
     SInt32 presetNumber; /* below 0: a user's own */
     CFStringRef presetName;
 } AUPreset;
+VELNOR_ASSERT_OFFSET(AUPreset, presetNumber, 0);
+VELNOR_ASSERT_OFFSET(AUPreset, presetName, VELNOR_BY_WIDTH(4, 8));
+VELNOR_ASSERT_SIZE(AUPreset, VELNOR_BY_WIDTH(8, 16));
 
-/* 84 bytes on ilp32. */
 typedef struct AudioUnitParameterInfo {
     char name[56];
     UInt32 clumpID;
@@ -154,6 +169,15 @@ typedef struct AudioUnitParameterInfo {
     AudioUnitParameterValue defaultValue;
     UInt32 flags;
 } AudioUnitParameterInfo;
+VELNOR_ASSERT_OFFSET(AudioUnitParameterInfo, name, 0);
+VELNOR_ASSERT_OFFSET(AudioUnitParameterInfo, clumpID, 56);
+VELNOR_ASSERT_OFFSET(AudioUnitParameterInfo, cfNameString, VELNOR_BY_WIDTH(60, 64));
+VELNOR_ASSERT_OFFSET(AudioUnitParameterInfo, unit, VELNOR_BY_WIDTH(64, 72));
+VELNOR_ASSERT_OFFSET(AudioUnitParameterInfo, minValue, VELNOR_BY_WIDTH(68, 76));
+VELNOR_ASSERT_OFFSET(AudioUnitParameterInfo, maxValue, VELNOR_BY_WIDTH(72, 80));
+VELNOR_ASSERT_OFFSET(AudioUnitParameterInfo, defaultValue, VELNOR_BY_WIDTH(76, 84));
+VELNOR_ASSERT_OFFSET(AudioUnitParameterInfo, flags, VELNOR_BY_WIDTH(80, 88));
+VELNOR_ASSERT_SIZE(AudioUnitParameterInfo, VELNOR_BY_WIDTH(84, 96));
 
 typedef UInt32 AUParameterEventType;
 enum { kParameterEvent_Immediate = 1, kParameterEvent_Ramped = 2 };
@@ -176,6 +200,17 @@ typedef struct AudioUnitParameterEvent {
         } immediate;
     } eventValues;
 } AudioUnitParameterEvent;
+VELNOR_ASSERT_OFFSET(AudioUnitParameterEvent, scope, 0);
+VELNOR_ASSERT_OFFSET(AudioUnitParameterEvent, element, 4);
+VELNOR_ASSERT_OFFSET(AudioUnitParameterEvent, parameter, 8);
+VELNOR_ASSERT_OFFSET(AudioUnitParameterEvent, eventType, 12);
+VELNOR_ASSERT_OFFSET(AudioUnitParameterEvent, eventValues.ramp.startBufferOffset, 16);
+VELNOR_ASSERT_OFFSET(AudioUnitParameterEvent, eventValues.ramp.durationInFrames, 20);
+VELNOR_ASSERT_OFFSET(AudioUnitParameterEvent, eventValues.ramp.startValue, 24);
+VELNOR_ASSERT_OFFSET(AudioUnitParameterEvent, eventValues.ramp.endValue, 28);
+VELNOR_ASSERT_OFFSET(AudioUnitParameterEvent, eventValues.immediate.bufferOffset, 16);
+VELNOR_ASSERT_OFFSET(AudioUnitParameterEvent, eventValues.immediate.value, 20);
+VELNOR_ASSERT_SIZE(AudioUnitParameterEvent, 32);
 
 /* The host's answers about its transport; each is called with hostUserData first, on the render
  * thread. Outputs are preset by the caller. */
@@ -191,13 +226,17 @@ typedef OSStatus (*HostCallback_GetTransportState)(void* hostUserData, Boolean* 
                                                    Float64* currentSampleInTimeLine,
                                                    Boolean* isCycling, Float64* cycleStartBeat,
                                                    Float64* cycleEndBeat);
-/* 16 bytes on ilp32, 32 on lp64. */
 typedef struct HostCallbackInfo {
     void* hostUserData;
     HostCallback_GetBeatAndTempo beatAndTempoProc;
     HostCallback_GetMusicalTimeLocation musicalTimeLocationProc;
     HostCallback_GetTransportState transportStateProc;
 } HostCallbackInfo;
+VELNOR_ASSERT_OFFSET(HostCallbackInfo, hostUserData, 0);
+VELNOR_ASSERT_OFFSET(HostCallbackInfo, beatAndTempoProc, VELNOR_BY_WIDTH(4, 8));
+VELNOR_ASSERT_OFFSET(HostCallbackInfo, musicalTimeLocationProc, VELNOR_BY_WIDTH(8, 16));
+VELNOR_ASSERT_OFFSET(HostCallbackInfo, transportStateProc, VELNOR_BY_WIDTH(12, 24));
+VELNOR_ASSERT_SIZE(HostCallbackInfo, VELNOR_BY_WIDTH(16, 32));
 
 typedef UInt32 MusicDeviceInstrumentID;
 typedef UInt32 MusicDeviceGroupID;
@@ -208,6 +247,9 @@ typedef struct NoteParamsControlValue {
     AudioUnitParameterID mID;
     AudioUnitParameterValue mValue;
 } NoteParamsControlValue;
+VELNOR_ASSERT_OFFSET(NoteParamsControlValue, mID, 0);
+VELNOR_ASSERT_OFFSET(NoteParamsControlValue, mValue, 4);
+VELNOR_ASSERT_SIZE(NoteParamsControlValue, 8);
 
 typedef struct MusicDeviceNoteParams {
     UInt32 argCount; /* 2 and one for each control */
@@ -215,6 +257,11 @@ typedef struct MusicDeviceNoteParams {
     Float32 mVelocity;
     NoteParamsControlValue mControls[1];
 } MusicDeviceNoteParams;
+VELNOR_ASSERT_OFFSET(MusicDeviceNoteParams, argCount, 0);
+VELNOR_ASSERT_OFFSET(MusicDeviceNoteParams, mPitch, 4);
+VELNOR_ASSERT_OFFSET(MusicDeviceNoteParams, mVelocity, 8);
+VELNOR_ASSERT_OFFSET(MusicDeviceNoteParams, mControls, 12);
+VELNOR_ASSERT_SIZE(MusicDeviceNoteParams, 20);
 
 /* What the fast-dispatch property hands out: direct entries that skip the parameter block. storage
  * is GetComponentInstanceStorage of the instance. */

@@ -65,7 +65,6 @@ struct ComponentParameterBlock {
     }
 };
 
-static_assert(offsetof(ComponentParameters, params) == sizeof(uintptr_t));
 static_assert(offsetof(ComponentParameterBlock<3>, paramSize) == 1);
 static_assert(offsetof(ComponentParameterBlock<3>, what) == 2);
 static_assert(offsetof(ComponentParameterBlock<3>, params) == sizeof(uintptr_t));

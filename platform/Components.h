@@ -32,19 +32,27 @@ typedef struct ComponentDescription {
     UInt32 componentFlags;
     UInt32 componentFlagsMask;
 } ComponentDescription;
+VELNOR_ASSERT_OFFSET(ComponentDescription, componentType, 0);
+VELNOR_ASSERT_OFFSET(ComponentDescription, componentSubType, 4);
+VELNOR_ASSERT_OFFSET(ComponentDescription, componentManufacturer, 8);
+VELNOR_ASSERT_OFFSET(ComponentDescription, componentFlags, 12);
+VELNOR_ASSERT_OFFSET(ComponentDescription, componentFlagsMask, 16);
+VELNOR_ASSERT_SIZE(ComponentDescription, 20);
 
 /* What a component's entry is called with. Arguments stand in words of pointer width, the last
  * argument of the call first; narrower arguments are sign- or zero-extended as their type says, a
- * Float32 stands as its bits in the low half.
- *
- *   ilp32: 0 flags, 1 paramSize, 2 what, 4 params      lp64: 0, 1, 2, (4 unused), 8 params
- */
+ * Float32 stands as its bits in the low half. */
 typedef struct ComponentParameters {
     UInt8 flags;
     UInt8 paramSize; /* bytes of all arguments */
     SInt16 what;     /* the selector */
     uintptr_t params[1];
 } ComponentParameters;
+VELNOR_ASSERT_OFFSET(ComponentParameters, flags, 0);
+VELNOR_ASSERT_OFFSET(ComponentParameters, paramSize, 1);
+VELNOR_ASSERT_OFFSET(ComponentParameters, what, 2);
+VELNOR_ASSERT_OFFSET(ComponentParameters, params, VELNOR_BY_WIDTH(4, 8));
+VELNOR_ASSERT_SIZE(ComponentParameters, VELNOR_BY_WIDTH(8, 16));
 
 /* storage is what the component stored for this instance; null before. */
 typedef ComponentResult (*ComponentEntry)(ComponentParameters* params, void* storage);

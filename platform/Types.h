@@ -33,6 +33,16 @@ typedef FourCharCode OSType;
 typedef SInt16 OSErr;
 typedef SInt32 OSStatus;
 
+/* Holds a record to its layout where it is declared. */
+#ifdef __cplusplus
+#define VELNOR_ASSERT(condition) static_assert(condition)
+#else
+#define VELNOR_ASSERT(condition) extern char velnorAssertion[(condition) ? 1 : -1]
+#endif
+#define VELNOR_ASSERT_SIZE(record, size) VELNOR_ASSERT(sizeof(record) == (size))
+#define VELNOR_ASSERT_OFFSET(record, field, at) VELNOR_ASSERT(offsetof(record, field) == (at))
+#define VELNOR_BY_WIDTH(ilp32, lp64) (sizeof(void*) == 4 ? (ilp32) : (lp64))
+
 /* The code whose characters, first in the highest byte, are a, b, c, d. */
 #define VELNOR_FOUR_CHAR_CODE(a, b, c, d)                                                          \
     (((UInt32)(UInt8)(a) << 24) | ((UInt32)(UInt8)(b) << 16) | ((UInt32)(UInt8)(c) << 8) |         \
