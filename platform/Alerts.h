@@ -74,14 +74,16 @@ typedef struct PlatformAlert {
 enum { kPlatformAlertTimedOut = 3 };
 
 /* Shows the alert, waits, and returns the index of the chosen button, or kPlatformAlertTimedOut;
- * below 0 when it could not be shown. */
+ * below 0 when it could not be shown. Called on the thread of the call that shows the alert: main,
+ * exclusive, may block; it may run the event loop. */
 typedef SInt32 (*PlatformAlertPresenter)(const PlatformAlert* alert, void* context);
 
 /* Null restores the default: a graphical dialog where there is a display (DISPLAY,
  * WAYLAND_DISPLAY) and a dialog program on the search path (zenity, kdialog, xmessage; started
  * without a shell), else the text on standard error and, only where a person sits at a terminal, a
  * wait for Enter or the choice of a button. Never waits without a terminal: then the answer is that
- * of a closed alert. Returns the presenter before, null for the default. Thread any, concurrent. */
+ * of a closed alert. Returns the presenter before, null for the default; its context is for whoever
+ * set it to remember. Thread any, concurrent, may block. */
 VELNOR_PLATFORM_API PlatformAlertPresenter
 PlatformSetAlertPresenter(PlatformAlertPresenter presenter, void* context);
 

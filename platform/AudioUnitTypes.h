@@ -113,6 +113,8 @@ enum {
 typedef OSStatus (*AURenderCallback)(void* userData, AudioUnitRenderActionFlags* flags,
                                      const AudioTimeStamp* timeStamp, UInt32 bus, UInt32 frames,
                                      AudioBufferList* data);
+/* Called on the thread that changes the property: main, but render for the last render error, where
+ * it is nonblocking. Concurrent. */
 typedef void (*AudioUnitPropertyListenerProc)(void* userData, AudioUnit unit,
                                               AudioUnitPropertyID id, AudioUnitScope scope,
                                               AudioUnitElement element);
@@ -212,8 +214,8 @@ VELNOR_ASSERT_OFFSET(AudioUnitParameterEvent, eventValues.immediate.bufferOffset
 VELNOR_ASSERT_OFFSET(AudioUnitParameterEvent, eventValues.immediate.value, 20);
 VELNOR_ASSERT_SIZE(AudioUnitParameterEvent, 32);
 
-/* The host's answers about its transport; each is called with hostUserData first, on the render
- * thread. Outputs are preset by the caller. */
+/* The host's answers about its transport; each is called with hostUserData first. Outputs are
+ * preset by the caller. Thread render, exclusive, nonblocking. */
 typedef OSStatus (*HostCallback_GetBeatAndTempo)(void* hostUserData, Float64* currentBeat,
                                                  Float64* currentTempo);
 typedef OSStatus (*HostCallback_GetMusicalTimeLocation)(void* hostUserData,
@@ -264,7 +266,8 @@ VELNOR_ASSERT_OFFSET(MusicDeviceNoteParams, mControls, 12);
 VELNOR_ASSERT_SIZE(MusicDeviceNoteParams, 20);
 
 /* What the fast-dispatch property hands out: direct entries that skip the parameter block. storage
- * is GetComponentInstanceStorage of the instance. */
+ * is GetComponentInstanceStorage of the instance. Thread, concurrency and real-time class are those
+ * of the call of the same name in platform/AudioUnit.h. */
 typedef OSStatus (*AudioUnitGetParameterProc)(void* storage, AudioUnitParameterID id,
                                               AudioUnitScope scope, AudioUnitElement element,
                                               AudioUnitParameterValue* value);

@@ -1,4 +1,5 @@
-/* Lists of objects, which they retain. */
+/* Lists of objects, which they retain. Thread any, concurrent, may block: all calls; one that
+ * changes an object is exclusive on it. */
 #ifndef VELNOR_PLATFORM_CFARRAY_H
 #define VELNOR_PLATFORM_CFARRAY_H
 

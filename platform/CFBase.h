@@ -2,7 +2,9 @@
  *
  * A function with Create or Copy in its name gives the caller a reference that the caller releases;
  * one with Get lends one that lives as long as its owner. Reference counts are atomic: objects may
- * be shared between threads; mutable objects may not be changed while another thread uses them. */
+ * be shared between threads; mutable objects may not be changed while another thread uses them.
+ *
+ * Thread any, concurrent, may block: all calls. The last release frees. */
 #ifndef VELNOR_PLATFORM_CFBASE_H
 #define VELNOR_PLATFORM_CFBASE_H
 

@@ -1,5 +1,8 @@
 /* Bundles: directories with Contents/Info.plist and Contents/PLATFORM/EXECUTABLE, where PLATFORM is
- * i386-linux or x86_64-linux. */
+ * i386-linux or x86_64-linux.
+ *
+ * Thread any, concurrent, may block: all calls. Loading runs the executable's own initialisers on
+ * the calling thread, and the last release its finalisers. */
 #ifndef VELNOR_PLATFORM_CFBUNDLE_H
 #define VELNOR_PLATFORM_CFBUNDLE_H
 
@@ -29,7 +32,8 @@ VELNOR_PLATFORM_API Boolean CFBundleLoadExecutable(CFBundleRef bundle);
 /* Loads first when needed. Null when there is no such exported function. */
 VELNOR_PLATFORM_API void* CFBundleGetFunctionPointerForName(CFBundleRef bundle, CFStringRef name);
 /* What the loader said when the last load or look-up of this bundle failed; empty when none did.
- * Borrowed, until the next call for this bundle. Not of the original interface. */
+ * Borrowed, until the next load or look-up of this bundle: exclusive with those. Not of the
+ * original interface. */
 VELNOR_PLATFORM_API const char* PlatformBundleGetLoadError(CFBundleRef bundle);
 
 VELNOR_END_C

@@ -1,4 +1,5 @@
-/* Byte strings, immutable and growing. */
+/* Byte strings, immutable and growing. Thread any, concurrent, may block: all calls; one that
+ * changes an object is exclusive on it. */
 #ifndef VELNOR_PLATFORM_CFDATA_H
 #define VELNOR_PLATFORM_CFDATA_H
 

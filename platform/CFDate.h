@@ -1,4 +1,4 @@
-/* Points in time, as property lists hold them. */
+/* Points in time, as property lists hold them. Thread any, concurrent, may block: all calls. */
 #ifndef VELNOR_PLATFORM_CFDATE_H
 #define VELNOR_PLATFORM_CFDATE_H
 

@@ -1,5 +1,6 @@
 /* Maps from strings to objects, both retained. Iteration is in ascending byte order of the keys'
- * UTF-8 form. */
+ * UTF-8 form. Thread any, concurrent, may block: all calls; one that changes an object is exclusive
+ * on it. */
 #ifndef VELNOR_PLATFORM_CFDICTIONARY_H
 #define VELNOR_PLATFORM_CFDICTIONARY_H
 

@@ -1,4 +1,4 @@
-/* Numbers and booleans. */
+/* Numbers and booleans. Thread any, concurrent, may block: all calls. */
 #ifndef VELNOR_PLATFORM_CFNUMBER_H
 #define VELNOR_PLATFORM_CFNUMBER_H
 

@@ -1,4 +1,4 @@
-/* Immutable text. */
+/* Immutable text. Thread any, concurrent, may block: all calls. */
 #ifndef VELNOR_PLATFORM_CFSTRING_H
 #define VELNOR_PLATFORM_CFSTRING_H
 

@@ -1,4 +1,4 @@
-/* URLs: files and what a browser opens. */
+/* URLs: files and what a browser opens. Thread any, concurrent, may block: all calls. */
 #ifndef VELNOR_PLATFORM_CFURL_H
 #define VELNOR_PLATFORM_CFURL_H
 

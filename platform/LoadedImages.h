@@ -1,4 +1,5 @@
-/* The process's loaded images: index 0 is the program, the others follow in load order. */
+/* The process's loaded images: index 0 is the program, the others follow in load order. An index
+ * holds until an image is unloaded. Thread any, concurrent, may block: all calls. */
 #ifndef VELNOR_PLATFORM_LOADEDIMAGES_H
 #define VELNOR_PLATFORM_LOADEDIMAGES_H
 

@@ -1,4 +1,5 @@
-// Memory through a library user's allocator, or the standard one.
+// Memory through a library user's allocator, or the standard one. Thread any, concurrent as far as
+// the user's allocator is, may block.
 #pragma once
 
 namespace velnor {

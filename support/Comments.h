@@ -1,4 +1,5 @@
-// Removing comments from program-like text.
+// Removing comments from program-like text. Thread any, concurrent on distinct arguments, may
+// block.
 #pragma once
 
 #include <iosfwd>

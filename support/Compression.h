@@ -1,4 +1,4 @@
-// What the library knows about compressed data.
+// What the library knows about compressed data. Thread any, concurrent, nonblocking.
 #pragma once
 
 #include <string>

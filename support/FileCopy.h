@@ -10,6 +10,6 @@ enum {
 };
 
 // Copies source to the path destination, whose folder exists, and returns one of the values above.
-// A destination that exists stays whole unless the copy succeeds. Thread any, concurrent, may
-// block.
+// A destination that exists stays whole unless the copy succeeds; a folder that is overwritten goes
+// with all that it holds. Thread any, concurrent, may block.
 int PCopyFile(const std::string& source, const std::string& destination, bool overwrite);

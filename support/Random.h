@@ -2,6 +2,8 @@
 //
 // Each draw takes one value of the standard library's generator, which srand seeds; that state is
 // shared with the whole process, so concurrent draws are safe but cannot be reproduced.
+//
+// Thread any, concurrent where nothing else is said, may block: the generator locks its state.
 #pragma once
 
 #include <cstdint>

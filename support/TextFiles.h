@@ -1,4 +1,4 @@
-// Lines, and files of key-value lines.
+// Lines, and files of key-value lines. Thread any, concurrent on distinct arguments, may block.
 #pragma once
 
 #include <iosfwd>

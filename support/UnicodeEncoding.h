@@ -1,4 +1,4 @@
-// Which Unicode encoding a file's byte-order mark announces.
+// Which Unicode encoding a file's byte-order mark announces. Thread any, concurrent, may block.
 #pragma once
 
 #include <string>
