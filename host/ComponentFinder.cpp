@@ -6,6 +6,7 @@
 #include "platform/CFRef.h"
 
 #include <algorithm>
+#include <new>
 #include <strings.h>
 
 namespace velnor::host {
@@ -30,6 +31,8 @@ Component instrumentInBundle(const std::string& path) {
                                                             kMostComponentsOfABundle, &count);
     if (status == fnfErr)
         throw JobError(path + ": there is no bundle; give the path of a .component folder");
+    if (status == memFullErr)
+        throw std::bad_alloc();
     if (status != noErr)
         throw JobError(path + ": its Info.plist registers no components");
     components.resize(std::min(count, kMostComponentsOfABundle));

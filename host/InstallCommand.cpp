@@ -9,7 +9,9 @@
 #include "host/ProductFile.h"
 #include "platform/CFBundle.h"
 
+#include <cerrno>
 #include <cstdio>
+#include <cstring>
 #include <filesystem>
 
 #include <unistd.h>
@@ -64,7 +66,11 @@ std::string escaped(const std::string& text) {
 
 void writeSetupFile(const std::string& data, const ProductNames& names) {
     const std::string path = data + ORMO_SETUP_FILE;
-    if (fs::exists(path))
+    std::error_code error;
+    const bool exists = fs::exists(path, error);
+    if (error)
+        throw JobError(path + ": " + error.message());
+    if (exists)
         return;
     const std::string text = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<OrmoSetup>\n"
                              "    <Property name=\"vendor\" value=\"" +
@@ -72,8 +78,9 @@ void writeSetupFile(const std::string& data, const ProductNames& names) {
                              "\"/>\n    <Property name=\"product\" value=\"" +
                              escaped(names.product) + "\"/>\n</OrmoSetup>\n";
     PartialFile file(path);
+    errno = 0;
     if (write(file.descriptor(), text.data(), text.size()) != static_cast<ssize_t>(text.size()))
-        throw JobError(path + ": it cannot be written");
+        throw JobError(path + ": " + std::strerror(errno != 0 ? errno : ENOSPC));
     file.commit();
 }
 

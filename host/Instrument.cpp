@@ -1,5 +1,6 @@
 #include "host/Instrument.h"
 
+#include "bridge/OrmoEngine.h"
 #include "host/JobError.h"
 #include "host/PlatformText.h"
 
@@ -20,6 +21,7 @@ std::string statusText(OSStatus status) {
         OSStatus status;
         const char* text;
     } kTexts[] = {
+        {-1, "an error that it does not name"},
         {paramErr, "wrong parameter"},
         {dskFulErr, "no space left"},
         {ioErr, "input or output error"},
@@ -110,6 +112,14 @@ void Instrument::initialize() {
     if (status != noErr)
         throw JobError("the instrument does not initialise: " + statusText(status));
     prepareBuses();
+}
+
+bool Instrument::hasEngine() const {
+    OrmoEngineHandle handle = 0;
+    UInt32 size = sizeof handle;
+    const OSStatus status = AudioUnitGetProperty(mUnit, kPropertyEngineHandle,
+                                                 kAudioUnitScope_Global, 0, &handle, &size);
+    return status != noErr || handle != 0; /* other instruments have no such property */
 }
 
 UInt32 Instrument::busCount() const {

@@ -33,6 +33,8 @@ public:
     void setCallbacks(const HostCallbackInfo& callbacks);
     void initialize();
 
+    /* Whether there is a sound engine that plays: once initialised. */
+    bool hasEngine() const;
     UInt32 busCount() const;
     UInt32 channelsOfBus(UInt32 bus) const;
 

@@ -2,6 +2,7 @@
 
 #include "host/ComponentFinder.h"
 #include "host/Instrument.h"
+#include "host/JobError.h"
 #include "host/PlatformText.h"
 #include "host/PresetFile.h"
 #include "platform/CFArray.h"
@@ -111,6 +112,9 @@ void savePreset(const std::string& path, const std::string& component, const std
     Instrument instrument(findInstrument(component));
     instrument.setMaximumFrames(kBlock);
     instrument.initialize();
+    if (!instrument.hasEngine())
+        throw JobError("the instrument has no working engine, and a preset would hold no sound; "
+                       "run: velnor-host doctor");
     if (!from.empty())
         restoreState(instrument.unit(), readPreset(from).Get(), from);
     writePreset(path, stateOf(instrument.unit()).Get());
