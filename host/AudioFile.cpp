@@ -2,10 +2,7 @@
 
 #include "host/JobError.h"
 
-#include <cerrno>
 #include <cstring>
-
-#include <sndfile.h>
 
 namespace velnor::host {
 
@@ -48,13 +45,18 @@ AudioFile::AudioFile(const std::string& path, const AudioFormat& format) : mPart
                            std::to_string(format.channels) + " channels of these samples at " +
                            std::to_string(format.rate) + " Hz; choose another --format or --bits",
                        kExitUsage);
-    mFile.reset(sf_open_fd(mPartial.descriptor(), SFM_WRITE, &info, SF_FALSE));
+    mFile.reset(mStream.open(info));
     if (!mFile)
-        throw JobError(shownName(mPartial) + ": " + sf_strerror(nullptr));
+        fail(sf_strerror(nullptr));
     sf_command(mFile.get(), SFC_SET_CLIPPING, nullptr, SF_TRUE);
 }
 
 AudioFile::~AudioFile() = default;
+
+void AudioFile::fail(const char* reason) const {
+    throw JobError(shownName(mPartial) + ": " +
+                   (mStream.error() != 0 ? std::strerror(mStream.error()) : reason));
+}
 
 void AudioFile::write(std::span<const float* const> channels, std::size_t frames) {
     mInterleaved.resize(frames * channels.size());
@@ -62,19 +64,14 @@ void AudioFile::write(std::span<const float* const> channels, std::size_t frames
     for (std::size_t frame = 0; frame < frames; ++frame)
         for (const float* channel : channels)
             *out++ = channel[frame];
-    errno = 0;
     const auto count = static_cast<sf_count_t>(frames);
-    if (sf_writef_float(mFile.get(), mInterleaved.data(), count) == count)
-        return;
-    const std::string reason = errno != 0 ? std::strerror(errno) : sf_strerror(mFile.get());
-    throw JobError(shownName(mPartial) + ": " + reason);
+    if (sf_writef_float(mFile.get(), mInterleaved.data(), count) != count)
+        fail(sf_strerror(mFile.get()));
 }
 
 void AudioFile::finish() {
-    errno = 0;
-    if (sf_close(mFile.release()) != SF_ERR_NO_ERROR)
-        throw JobError(shownName(mPartial) + ": " +
-                       (errno != 0 ? std::strerror(errno) : "it could not be completed"));
+    if (sf_close(mFile.release()) != SF_ERR_NO_ERROR || mStream.error() != 0)
+        fail("it could not be completed");
     mPartial.commit();
 }
 

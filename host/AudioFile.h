@@ -2,6 +2,7 @@
 #ifndef VELNOR_HOST_AUDIOFILE_H
 #define VELNOR_HOST_AUDIOFILE_H
 
+#include "host/DescriptorStream.h"
 #include "host/PartialFile.h"
 
 #include <cstddef>
@@ -9,8 +10,6 @@
 #include <span>
 #include <string>
 #include <vector>
-
-typedef struct sf_private_tag SNDFILE;
 
 namespace velnor::host {
 
@@ -43,7 +42,10 @@ private:
         void operator()(SNDFILE* file) const;
     };
 
+    [[noreturn]] void fail(const char* reason) const;
+
     PartialFile mPartial;
+    DescriptorStream mStream{mPartial.descriptor()};
     std::unique_ptr<SNDFILE, Close> mFile;
     std::vector<float> mInterleaved;
 };
