@@ -19,15 +19,15 @@ TEST(Midi, EachCommandReachesItsHandlerByTheSelectorAndByTheFastEntry) {
              {0x85, 60, 40, {"StopNote", {5, 60, 9}}},
              {0x93, 60, 40, {"StartNote", {kGroupsOwn, 3, 9, 60, 40}}},
              {0x9F, 61, 0, {"StopNote", {15, 61, 9}}},
-             {0xA1, 62, 7, {"PolyPressure", {1, 62, 7, 9}}},
-             {0xB2, 119, 8, {"ControlChange", {2, 119, 8, 9}}},
-             {0xB2, 120, 0, {"AllSoundOff", {2}}},
-             {0xB2, 121, 0, {"ResetAllControllers", {2}}},
-             {0xB2, 122, 1, {"ControlChange", {2, 122, 1, 9}}},
-             {0xB2, 123, 0, {"AllNotesOff", {2}}},
-             {0xC4, 11, 0, {"ProgramChange", {4, 11}}},
-             {0xD5, 12, 0, {"ChannelPressure", {5, 12, 9}}},
-             {0xE6, 1, 64, {"PitchWheel", {6, 1, 64, 9}}}}) {
+             {0xA1, 62, 7, {"HandlePolyPressure", {1, 62, 7, 9}}},
+             {0xB2, 119, 8, {"HandleControlChange", {2, 119, 8, 9}}},
+             {0xB2, 120, 0, {"HandleAllSoundOff", {2}}},
+             {0xB2, 121, 0, {"HandleResetAllControllers", {2}}},
+             {0xB2, 122, 1, {"HandleControlChange", {2, 122, 1, 9}}},
+             {0xB2, 123, 0, {"HandleAllNotesOff", {2}}},
+             {0xC4, 11, 0, {"HandleProgramChange", {4, 11}}},
+             {0xD5, 12, 0, {"HandleChannelPressure", {5, 12, 9}}},
+             {0xE6, 1, 64, {"HandlePitchWheel", {6, 1, 64, 9}}}}) {
         EXPECT_EQ(MusicDeviceMIDIEvent(unit, status, data1, data2, 9), noErr);
         EXPECT_EQ(fast(unit.Storage(), status, data1, data2, 9), noErr);
         EXPECT_THAT(unit->TakeCalls(), ElementsAre(call, call)) << status;
@@ -51,7 +51,8 @@ TEST(Midi, AnUninitializedInstrumentRefusesEventsAndNotes) {
     EXPECT_EQ(MusicDeviceSysEx(unit, bytes, 2), noErr);
     EXPECT_EQ(MusicDeviceSysEx(unit, nullptr, 0), noErr);
     EXPECT_EQ(MusicDeviceSysEx(unit, nullptr, 2), paramErr);
-    EXPECT_THAT(unit->TakeCalls(), ElementsAre(Call{"SysEx", {2, 0xF0}}, Call{"SysEx", {0, 0}}));
+    EXPECT_THAT(unit->TakeCalls(),
+                ElementsAre(Call{"HandleSysEx", {2, 0xF0}}, Call{"HandleSysEx", {0, 0}}));
 }
 
 TEST(Midi, NotesFromTheHostStartUnlessTheirVelocityIs0) {

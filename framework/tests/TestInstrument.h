@@ -231,43 +231,22 @@ public:
         return mSliceStatus;
     }
 
-    OSStatus HandleControlChange(UInt8 inChannel, UInt8 inController, UInt8 inValue,
-                                 UInt32 inFrame) VELNOR_NONBLOCKING override {
-        return Record("ControlChange", inChannel, inController, inValue, inFrame);
-    }
-    OSStatus HandlePitchWheel(UInt8 inChannel, UInt8 inLow, UInt8 inHigh,
-                              UInt32 inFrame) VELNOR_NONBLOCKING override {
-        return Record("PitchWheel", inChannel, inLow, inHigh, inFrame);
-    }
-    OSStatus HandleChannelPressure(UInt8 inChannel, UInt8 inValue,
-                                   UInt32 inFrame) VELNOR_NONBLOCKING override {
-        return Record("ChannelPressure", inChannel, inValue, inFrame);
-    }
-    OSStatus HandleProgramChange(UInt8 inChannel, UInt8 inProgram) VELNOR_NONBLOCKING override {
-        return Record("ProgramChange", inChannel, inProgram);
-    }
-    OSStatus HandlePolyPressure(UInt8 inChannel, UInt8 inKey, UInt8 inValue,
-                                UInt32 inFrame) VELNOR_NONBLOCKING override {
-        return Record("PolyPressure", inChannel, inKey, inValue, inFrame);
-    }
-    OSStatus HandleResetAllControllers(UInt8 inChannel) VELNOR_NONBLOCKING override {
-        return Record("ResetAllControllers", inChannel);
-    }
-    OSStatus HandleAllNotesOff(UInt8 inChannel) VELNOR_NONBLOCKING override {
-        return Record("AllNotesOff", inChannel);
-    }
-    OSStatus HandleAllSoundOff(UInt8 inChannel) VELNOR_NONBLOCKING override {
-        return Record("AllSoundOff", inChannel);
-    }
-    OSStatus HandleSysEx(const UInt8* inData, UInt32 inLength) VELNOR_NONBLOCKING override {
-        return Record("SysEx", inLength, inLength > 0 ? inData[0] : 0);
-    }
-    OSStatus PrepareInstrument(MusicDeviceInstrumentID inInstrument) override {
-        return Record("PrepareInstrument", inInstrument);
-    }
-    OSStatus ReleaseInstrument(MusicDeviceInstrumentID inInstrument) override {
-        return Record("ReleaseInstrument", inInstrument);
-    }
+    /// Calls that are only written down.
+#define RECORDED(name, parameters, ...)                                                            \
+    OSStatus name parameters VELNOR_NONBLOCKING override { return Record(#name, __VA_ARGS__); }
+    RECORDED(HandleControlChange, (UInt8 ch, UInt8 id, UInt8 to, UInt32 at), ch, id, to, at)
+    RECORDED(HandlePitchWheel, (UInt8 ch, UInt8 low, UInt8 high, UInt32 at), ch, low, high, at)
+    RECORDED(HandleChannelPressure, (UInt8 ch, UInt8 to, UInt32 at), ch, to, at)
+    RECORDED(HandleProgramChange, (UInt8 ch, UInt8 to), ch, to)
+    RECORDED(HandlePolyPressure, (UInt8 ch, UInt8 key, UInt8 to, UInt32 at), ch, key, to, at)
+    RECORDED(HandleResetAllControllers, (UInt8 ch), ch)
+    RECORDED(HandleAllNotesOff, (UInt8 ch), ch)
+    RECORDED(HandleAllSoundOff, (UInt8 ch), ch)
+    RECORDED(HandleSysEx, (const UInt8* data, UInt32 size), size, size > 0 ? data[0] : 0)
+    RECORDED(StopNote, (UInt32 group, UInt32 note, UInt32 at), group, note, at)
+#undef RECORDED
+    OSStatus PrepareInstrument(UInt32 id) override { return Record("PrepareInstrument", id); }
+    OSStatus ReleaseInstrument(UInt32 id) override { return Record("ReleaseInstrument", id); }
     /// Names notes 1000 + pitch.
     OSStatus StartNote(MusicDeviceInstrumentID inInstrument, MusicDeviceGroupID inGroup,
                        NoteInstanceID* outNoteInstance, UInt32 inFrame,
@@ -279,15 +258,9 @@ public:
         Record("StartNote", inInstrument, inGroup, inFrame, inParams.mPitch, inParams.mVelocity);
         return mStatus;
     }
-    OSStatus StopNote(MusicDeviceGroupID inGroup, NoteInstanceID inNoteInstance,
-                      UInt32 inFrame) VELNOR_NONBLOCKING override {
-        return Record("StopNote", inGroup, inNoteInstance, inFrame);
-    }
-
     /// The calls since the last one of this.
     std::vector<Call> TakeCalls() {
-        const auto count = static_cast<std::ptrdiff_t>(std::exchange(mCallCount, 0));
-        return {mCalls.begin(), mCalls.begin() + count};
+        return {mCalls.data(), mCalls.data() + std::exchange(mCallCount, 0)};
     }
 
     /// What Render writes to every frame.

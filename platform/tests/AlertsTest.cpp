@@ -1,27 +1,27 @@
 #include "platform/LaunchServices.h"
-#include "platform/tests/Terminal.h"
 #include "platform/tests/Testing.h"
 
+#include <functional>
+#include <pty.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 namespace velnor::test {
 namespace {
 
-struct Shown {
-    SInt32 result;
-    CFOptionFlags response;
-    bool operator==(const Shown&) const = default;
-};
+/* Status and response. */
+using Shown = std::pair<SInt32, CFOptionFlags>;
 
 // Buttons that are null are none, or the platform's for the first.
 Shown ShowNotification(const char* second, const char* third, double timeout = 0) {
     const auto alternate = second ? String(second) : CFRef<CFStringRef>();
     const auto other = third ? String(third) : CFRef<CFStringRef>();
     Shown shown{-1, 99};
-    shown.result = CFUserNotificationDisplayAlert(
+    shown.first = CFUserNotificationDisplayAlert(
         timeout, kCFUserNotificationStopAlertLevel, nullptr, nullptr, nullptr,
         String("Tarn -x <b>").Get(), String("Line 1\nC:\\new").Get(), nullptr, alternate.Get(),
-        other.Get(), &shown.response);
+        other.Get(), &shown.second);
     return shown;
 }
 
@@ -52,19 +52,14 @@ TEST(Alerts, PresentersGetWhatTheCallersSay) {
     EXPECT_EQ(ShowNotification("Quit", "Later"), (Shown{0, kCFUserNotificationOtherResponse}));
     recorder.Answer(1);
     EXPECT_EQ(AskYesNo(), kStdCancelItemIndex);
-    ASSERT_EQ(recorder.Alerts().size(), 3u);
-    EXPECT_EQ(recorder.Alerts()[0].header, "Tarn -x <b>");
-    EXPECT_EQ(recorder.Alerts()[0].message, "Line 1\nC:\\new");
-    EXPECT_THAT(recorder.Alerts()[0].buttons, ElementsAre("OK", "", ""));
-    EXPECT_EQ(recorder.Alerts()[0].level, 0);
-    EXPECT_THAT(recorder.Alerts()[1].buttons, ElementsAre("OK", "Quit", "Later"));
-    EXPECT_EQ(recorder.Alerts()[2].header, "Sure?");
-    EXPECT_EQ(recorder.Alerts()[2].level, 2);
-    EXPECT_THAT(recorder.Alerts()[2].buttons, ElementsAre("Yes", "No", ""));
-
+    EXPECT_THAT(
+        recorder.Alerts(),
+        ElementsAre(FieldsAre(0, "Tarn -x <b>", "Line 1\nC:\\new", ElementsAre("OK", "", "")),
+                    FieldsAre(0, _, _, ElementsAre("OK", "Quit", "Later")),
+                    FieldsAre(2, "Sure?", _, ElementsAre("Yes", "No", ""))));
     for (const SInt32 noAnswer : {-1, 1, 4}) {
         recorder.Answer(noAnswer);
-        EXPECT_EQ(ShowNotification(nullptr, nullptr).result, ioErr) << noAnswer;
+        EXPECT_EQ(ShowNotification(nullptr, nullptr).first, ioErr) << noAnswer;
     }
     EXPECT_EQ(PlatformLiveObjectCount(), objects);
 }
@@ -157,24 +152,20 @@ TEST_F(Dialogs, WithoutADisplayNoProgramIsStarted) {
 }
 
 TEST_F(Dialogs, OnlyAnAlertThatNobodyMayHaveSeenIsWrittenToo) {
-    struct Case {
-        const char* program;
-        const char* end;
-        bool isSeen;
-    };
-    for (const Case& c : {Case{"zenity", "exit 1", true},
-                          {"zenity", "echo 'cannot open display' >&2; exit 1", false},
-                          {"zenity", "exit 127", false},
-                          {"kdialog", "exit 2", true},
-                          {"kdialog", "exit 127", false},
-                          {"xmessage", "exit 1", true},
-                          {"xmessage", "echo \"Can't open display\" >&2; exit 1", false}}) {
-        AddProgram(c.program, c.end);
+    for (const auto& [program, end, isSeen] : Rows<const char*, const char*, bool>{
+             {"zenity", "exit 1", true},
+             {"zenity", "echo 'cannot open display' >&2; exit 1", false},
+             {"zenity", "exit 127", false},
+             {"kdialog", "exit 2", true},
+             {"kdialog", "exit 127", false},
+             {"xmessage", "exit 1", true},
+             {"xmessage", "echo \"Can't open display\" >&2; exit 1", false}}) {
+        AddProgram(program, end);
         testing::internal::CaptureStderr();
         EXPECT_EQ(ShowNotification(nullptr, nullptr), (Shown{0, 0}));
         const std::string written = testing::internal::GetCapturedStderr();
-        EXPECT_EQ(written, c.isSeen ? "" : "Tarn -x <b>\nLine 1\nC:\\new\n") << c.program << c.end;
-        std::filesystem::remove(mFolder / c.program);
+        EXPECT_EQ(written, isSeen ? "" : "Tarn -x <b>\nLine 1\nC:\\new\n") << program << end;
+        std::filesystem::remove(mFolder / program);
     }
 }
 
@@ -185,15 +176,43 @@ TEST_F(Dialogs, WhatADialogLeavesRunningIsNotWaitedFor) {
 
 TEST_F(Dialogs, UrlsGoToTheOpenerAsOneArgument) {
     const std::string text = "http://host/a?b=$(c)&d='e';f";
-    const CFRef<CFURLRef> url(
-        CFURLCreateWithBytes(nullptr, reinterpret_cast<const UInt8*>(text.data()),
-                             static_cast<CFIndex>(text.size()), kCFStringEncodingASCII, nullptr));
+    const auto url = Url(text);
     ASSERT_TRUE(url);
     EXPECT_EQ(LSOpenCFURLRef(url.Get(), nullptr), kLSApplicationNotFoundErr);
     ASSERT_EQ(mkfifo((mFolder / "arguments").c_str(), 0600), 0);
     AddProgram("xdg-open", "exit 0");
     EXPECT_EQ(LSOpenCFURLRef(url.Get(), nullptr), noErr);
     EXPECT_EQ(Arguments(), text + "\n");
+}
+
+struct TerminalSession {
+    std::string screen; /* what stood on the terminal in the end, typed text included */
+    int result;         /* what the code returned, 0 to 255; -1 when it did not come to its end */
+};
+
+/* Runs the code in a process of its own whose standard streams are a terminal without a display,
+ * with the text typed beforehand. */
+inline TerminalSession InTerminal(const std::string& typed, const std::function<int()>& code) {
+    TerminalSession session{"", -1};
+    int terminal = -1;
+    const pid_t child = forkpty(&terminal, nullptr, nullptr, nullptr);
+    if (child == 0) {
+        unsetenv("DISPLAY");
+        unsetenv("WAYLAND_DISPLAY");
+        alarm(20);
+        _exit(code());
+    }
+    EXPECT_GT(child, 0);
+    EXPECT_EQ(write(terminal, typed.data(), typed.size()), static_cast<ssize_t>(typed.size()));
+    char block[512];
+    for (ssize_t got = 0; (got = read(terminal, block, sizeof block)) > 0;) {
+        session.screen.append(block, static_cast<std::size_t>(got));
+    }
+    int status = 0;
+    EXPECT_EQ(waitpid(child, &status, 0), child);
+    session.result = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+    close(terminal);
+    return session;
 }
 
 TEST(AlertsAtATerminal, AnswersAreReadAndQuestionsRepeated) {
@@ -223,7 +242,7 @@ TEST(AlertsAtATerminal, ControlCharactersDoNotReachIt) {
 
 TEST(AlertsAtATerminal, ATimeOutEndsTheWait) {
     const auto session = InTerminal(
-        "", [] { return static_cast<int>(ShowNotification(nullptr, nullptr, 0.1).response); });
+        "", [] { return static_cast<int>(ShowNotification(nullptr, nullptr, 0.1).second); });
     EXPECT_EQ(session.result, static_cast<int>(kCFUserNotificationCancelResponse));
 }
 

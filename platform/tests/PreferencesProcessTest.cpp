@@ -5,7 +5,6 @@
 #include <functional>
 #include <sys/file.h>
 #include <sys/ptrace.h>
-#include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -49,9 +48,14 @@ TEST(PreferencesProcess, WritersOfDifferentKeysLoseNothing) {
         EXPECT_EQ(Search(key(i % kWriters, i / kWriters)), key(i % kWriters, i / kWriters));
 }
 
-/* Lets the child run up to its stop-th entry into or return from the system, and kills it there.
+/* Runs work in a child up to its stop-th entry into or return from the system, and kills it there.
  * True when it had ended before. */
-bool KillAtStop(pid_t child, int stop) {
+bool KillAtStop(int stop, const std::function<bool()>& work) {
+    const pid_t child = Start([&work] {
+        ptrace(PTRACE_TRACEME, 0, nullptr, nullptr);
+        raise(SIGSTOP);
+        return work();
+    });
     int status = 0;
     waitpid(child, &status, 0);
     for (int i = 0; i < stop; ++i) {
@@ -66,75 +70,30 @@ bool KillAtStop(pid_t child, int stop) {
     return false;
 }
 
-pid_t StartTraced(const std::function<bool()>& work) {
-    return Start([&work] {
-        ptrace(PTRACE_TRACEME, 0, nullptr, nullptr);
-        raise(SIGSTOP);
-        return work();
-    });
-}
-
-bool CanTrace() {
-    const pid_t child = Start([] { return ptrace(PTRACE_TRACEME, 0, nullptr, nullptr) == 0; });
-    return Succeeds(child);
-}
-
 TEST(PreferencesProcess, AWriterKilledAtAnyStepLeavesTheOldFileOrTheNewOne) {
-    if (!CanTrace()) {
+    if (!Succeeds(Start([] { return ptrace(PTRACE_TRACEME, 0, nullptr, nullptr) == 0; }))) {
         GTEST_SKIP() << "this system does not let a process trace its child";
     }
-    const std::string old = PlistFile("<key>k</key><string>old</string><key>n</key><true/>");
-    int stops = 0;
-    int oldLeft = 0;
-    int newLeft = 0;
-    for (bool ended = false; !ended; ++stops) {
-        const TempHome home;
-        WriteFile(PathOf(), old);
-        ended = KillAtStop(StartTraced([] { return Save("k", Value("new").Get()); }), stops);
-        if (ReadFile(PathOf()) == old) {
-            ++oldLeft;
-        } else {
-            ++newLeft;
-            ASSERT_EQ(Search("k"), "new") << stops;
+    const std::string sound = PlistFile("<key>k</key><string>old</string><key>n</key><true/>");
+    const std::string damaged = "not a property list";
+    for (const std::string& old : {sound, damaged}) {
+        int stop = 0, oldLeft = 0, newLeft = 0;
+        for (bool ended = false; !ended; ++stop) {
+            SCOPED_TRACE(stop);
+            const TempHome home;
+            WriteFile(PathOf(), old);
+            ended = KillAtStop(stop, [] { return Save("k", Value("new").Get()); });
+            const bool isOld = ReadFile(PathOf()) == old;
+            ++(isOld ? oldLeft : newLeft);
+            ASSERT_TRUE(isOld || Search("k") == "new");
+            ASSERT_EQ(static_cast<bool>(Load("n")), old == sound);
+            ASSERT_TRUE(Save("after", Value("x").Get())) << "a lock is left";
+            ASSERT_EQ(ReadFile(PathOf() + ".damaged"), old == damaged ? damaged : "");
+            ASSERT_FALSE(std::filesystem::exists(PathOf() + ".damaged-2"));
         }
-        ASSERT_TRUE(Load("n")) << stops;
-        ASSERT_TRUE(Save("after", Value("x").Get())) << "a lock is left at stop " << stops;
-        ASSERT_EQ(KeyList().size(), 3U);
+        EXPECT_GT(oldLeft, 10);
+        EXPECT_GT(newLeft, 1);
     }
-    EXPECT_GT(oldLeft, 10);
-    EXPECT_GT(newLeft, 1);
-}
-
-TEST(PreferencesProcess, AWriterKilledOverADamagedFileKeepsItsContent) {
-    if (!CanTrace()) {
-        GTEST_SKIP() << "this system does not let a process trace its child";
-    }
-    int stops = 0;
-    for (bool ended = false; !ended; ++stops) {
-        const TempHome home;
-        const std::string damaged = "not a property list";
-        WriteFile(PathOf(), damaged);
-        ended = KillAtStop(StartTraced([] { return Save("k", Value("new").Get()); }), stops);
-        ASSERT_TRUE(ReadFile(PathOf()) == damaged || Search("k") == "new") << stops;
-        ASSERT_TRUE(Save("after", Value("x").Get()));
-        ASSERT_EQ(ReadFile(PathOf() + ".damaged"), damaged) << stops;
-        ASSERT_FALSE(std::filesystem::exists(PathOf() + ".damaged-2")) << stops;
-    }
-}
-
-TEST(PreferencesProcess, AFullDiskLeavesTheOldFile) {
-    const TempHome home;
-    ASSERT_TRUE(Save("k", Value("old").Get()));
-    const std::string before = ReadFile(PathOf());
-    EXPECT_TRUE(Succeeds(Start([] {
-        signal(SIGXFSZ, SIG_IGN);
-        const rlimit none{64, 64};
-        return setrlimit(RLIMIT_FSIZE, &none) == 0 && !Save("k", Value("new").Get()) &&
-               Search("k") == "new";
-    })));
-    EXPECT_EQ(ReadFile(PathOf()), before);
-    EXPECT_FALSE(std::filesystem::exists(home.ConfigHome() + "/velnor/.velnor-preferences.new"));
-    EXPECT_EQ(Search("k"), "old");
 }
 
 TEST(PreferencesProcess, AWriterWaitsForTheOneThatHoldsTheLock) {

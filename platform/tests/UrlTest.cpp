@@ -4,15 +4,7 @@
 namespace velnor::test {
 namespace {
 
-using Url = CFRef<CFURLRef>;
-
-Url OfBytes(std::string_view text) {
-    return Url(CFURLCreateWithBytes(nullptr, reinterpret_cast<const UInt8*>(text.data()),
-                                    static_cast<CFIndex>(text.size()), kCFStringEncodingASCII,
-                                    nullptr));
-}
-
-std::string PathOf(const Url& url) {
+std::string PathOf(const CFRef<CFURLRef>& url) {
     char path[4096];
     const bool fits = CFURLGetFileSystemRepresentation(url.Get(), true,
                                                        reinterpret_cast<UInt8*>(path), sizeof path);
@@ -23,7 +15,7 @@ TEST(Url, TakesUrlsWithASchemeAndNothingElse) {
     for (const std::string_view text :
          {"http://example.org", "https://u:p@example.org:80/a/b;c?q=1&r=%20/?#frag/?", "mailto:a@b",
           "HTTP://[2001:db8::1]:443/", "x+y-z.1:", "file:///", "urn:a:b"}) {
-        const Url url = OfBytes(text);
+        const auto url = Url(text);
         ASSERT_TRUE(url) << text;
         EXPECT_EQ(Text(CFURLGetString(url.Get())), text);
     }
@@ -31,9 +23,9 @@ TEST(Url, TakesUrlsWithASchemeAndNothingElse) {
          {"", "example.org", "/path", ":x", "1http://x", "ht tp://x", "http://a b", "http://x/%",
           "http://x/%4", "http://x/%zz", "http://x/\u00E9", "http://x/<", "http://x/[",
           "http://[::1", "http://x:8a/", "http://x#a#b", "http://a@b@c/", "http://x/\n"}) {
-        EXPECT_FALSE(OfBytes(text)) << text;
+        EXPECT_FALSE(Url(text)) << text;
     }
-    EXPECT_FALSE(OfBytes(std::string_view("http://x/\0", 10)));
+    EXPECT_FALSE(Url(std::string_view("http://x/\0", 10)));
 }
 
 TEST(Url, PathsBecomeFileUrlsAndComeBack) {
@@ -44,15 +36,15 @@ TEST(Url, PathsBecomeFileUrlsAndComeBack) {
              {"/a b/%", false, "file:///a%20b/%25", "/a b/%"},
              {"/dir//", true, "file:///dir/", "/dir"},
              {"/\xFF?#", false, "file:///%FF%3F%23", "/\xFF?#"}}) {
-        const Url url = FileUrl(path, isDirectory);
+        const auto url = FileUrl(path, isDirectory);
         EXPECT_EQ(Text(CFURLGetString(url.Get())), text);
         EXPECT_EQ(PathOf(url), back);
-        EXPECT_EQ(PathOf(OfBytes(text)), back);
+        EXPECT_EQ(PathOf(Url(text)), back);
     }
     EXPECT_EQ(PathOf(FileUrl("x")), here + "/x");
-    EXPECT_EQ(PathOf(OfBytes("FILE://localhost/a")), "/a");
+    EXPECT_EQ(PathOf(Url("FILE://localhost/a")), "/a");
     for (const char* other : {"file://host/a", "http://x/a", "file:a", "file:///a%00b"}) {
-        EXPECT_EQ(PathOf(OfBytes(other)), "<none>") << other;
+        EXPECT_EQ(PathOf(Url(other)), "<none>") << other;
     }
     EXPECT_FALSE(FileUrl(""));
     EXPECT_FALSE(FileUrl(std::string_view("/a\0b", 4)));
@@ -64,12 +56,12 @@ TEST(Url, ResolvesWhatExists) {
     const TempFolder folder;
     const std::string file = WriteFile(folder / "f\u00E9", "x");
     FSRef ref;
-    const Url url(
+    const CFRef<CFURLRef> url(
         CFURLCreateWithFileSystemPath(nullptr, String(file).Get(), kCFURLPOSIXPathStyle, true));
     ASSERT_TRUE(CFURLGetFSRef(url.Get(), &ref)) << "of whatever kind it is";
     EXPECT_EQ(std::string(ref.path), file);
     EXPECT_FALSE(CFURLGetFSRef(FileUrl(folder / "absent").Get(), &ref));
-    EXPECT_FALSE(CFURLGetFSRef(OfBytes("http://x/").Get(), &ref));
+    EXPECT_FALSE(CFURLGetFSRef(Url("http://x/").Get(), &ref));
 }
 
 } // namespace

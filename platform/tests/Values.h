@@ -78,6 +78,12 @@ inline std::string Bytes(CFDataRef data) {
             static_cast<std::size_t>(CFDataGetLength(data))};
 }
 
+/* Empty when the text is no URL. */
+inline CFRef<CFURLRef> Url(std::string_view text) {
+    return CFRef<CFURLRef>(
+        CFURLCreateWithBytes(nullptr, reinterpret_cast<const UInt8*>(text.data()),
+                             static_cast<CFIndex>(text.size()), kCFStringEncodingASCII, nullptr));
+}
 inline CFRef<CFURLRef> FileUrl(std::string_view path, bool isDirectory = false) {
     return CFRef<CFURLRef>(CFURLCreateFromFileSystemRepresentation(
         nullptr, reinterpret_cast<const UInt8*>(path.data()), static_cast<CFIndex>(path.size()),

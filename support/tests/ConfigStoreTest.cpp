@@ -12,13 +12,13 @@ constexpr auto kSearch = CONFIG_LEVEL_SEARCH;
 
 class ConfigStore : public testing::Test {
 protected:
+    static std::string file(const std::string& folder) {
+        return folder + "/velnor/" + kDomain + ".plist";
+    }
     static void store(const std::string& folder, const std::string& entries) {
-        WriteFile(folder + "/velnor/" + kDomain + ".plist",
-                  "<plist version=\"1.0\"><dict>" + entries + "</dict></plist>");
+        WriteFile(file(folder), PlistFile(entries));
     }
-    std::string stored() const {
-        return ReadFile(mHome.ConfigHome() + "/velnor/" + kDomain + ".plist");
-    }
+    std::string stored() const { return ReadFile(file(mHome.ConfigHome())); }
     // The text at the key path, or "-".
     static std::string text(const Path& path, CONFIG_LEVEL level = kSearch) {
         std::string out = "-";

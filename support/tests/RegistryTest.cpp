@@ -46,15 +46,14 @@ protected:
     }
 
     void setVersion(const std::string& info) const {
-        WriteFile(mBundle + "/Contents/Info.plist",
-                  "<plist version=\"1.0\"><dict>" + info + "</dict></plist>");
+        WriteFile(mBundle + "/Contents/Info.plist", PlistFile(info));
     }
 
     // The registry as the user's preferences hold it.
-    static void store(const std::string& plugins, CFStringRef host = kCFPreferencesAnyHost) {
-        const CFRef<CFStringRef> file(
+    void store(const std::string& plugins, CFStringRef host = kCFPreferencesAnyHost) const {
+        const CFRef<CFStringRef> path(
             PlatformPreferencesCopyPath(String(kDomain).Get(), kCFPreferencesCurrentUser, host));
-        WriteFile(Text(file.Get()), "<plist version=\"1.0\"><dict>" + plugins + "</dict></plist>");
+        WriteFile(Text(path.Get()), PlistFile(plugins));
     }
 
     // What the bundle answers when it registers itself; mLines are its log messages then.
