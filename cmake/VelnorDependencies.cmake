@@ -1,8 +1,7 @@
 # The packaged libraries as imported targets velnor::NAME, for either width.
 #
 # The 64-bit libraries are the system's. The 32-bit ones are unpacked by scripts/i386-libraries.sh
-# under build/i386/sysroot; their headers are the system's too, but for the one header that depends
-# on the width.
+# under build/i386/sysroot; their headers are the system's too.
 set(VELNOR_I386_ROOT "${CMAKE_SOURCE_DIR}/build/i386/sysroot" CACHE PATH "Root of the 32-bit packages")
 
 find_package(PkgConfig REQUIRED)
@@ -19,10 +18,7 @@ function(velnor_import name module library)
     endif()
     pkg_check_modules(${name}_pc QUIET ${module})
     add_library(velnor_${name} INTERFACE)
-    foreach(dir IN LISTS ${name}_pc_INCLUDE_DIRS)
-        string(REPLACE "/usr/lib/x86_64-linux-gnu" "${folder}" dir "${dir}")
-        target_include_directories(velnor_${name} SYSTEM INTERFACE "${dir}")
-    endforeach()
+    target_include_directories(velnor_${name} SYSTEM INTERFACE ${${name}_pc_INCLUDE_DIRS})
     target_link_libraries(velnor_${name} INTERFACE "${folder}/${library}" ${ARGN})
     # RPATH, not RUNPATH: it must hold for the libraries' own libraries too.
     target_link_options(velnor_${name} INTERFACE -Wl,--disable-new-dtags
@@ -41,4 +37,3 @@ if(VELNOR_WIDTH STREQUAL ilp32)
 endif()
 velnor_import(fluidsynth fluidsynth libfluidsynth.so.3 ${fluidsynth_private})
 velnor_import(sndfile sndfile libsndfile.so.1)
-velnor_import(smf smf libsmf.so.0 "${VELNOR_I386_ROOT}/usr/lib/i386-linux-gnu/libglib-2.0.so.0")

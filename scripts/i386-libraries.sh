@@ -8,9 +8,7 @@ root=$PWD/build/i386
 stamp=$root/.complete-1
 [ -e "$stamp" ] && exit 0
 
-packages=(libplist3 libtinyxml2.6.2v5 libfluidsynth3 libsndfile1 libsmf0)
-# Headers are the 64-bit packages' own, but for this one's width-dependent glibconfig.h.
-headers=libglib2.0-dev
+packages=(libplist3 libtinyxml2.6.2v5 libfluidsynth3 libsndfile1)
 work=$root/apt
 rm -rf "$root"
 mkdir -p "$work/lists/partial" "$work/cache/archives/partial" "$root/sysroot"
@@ -24,7 +22,6 @@ if ! "${apt[@]}" install -y --no-install-recommends --download-only "${packages[
     echo "i386-libraries: the 32-bit packages could not be downloaded; see $work/download.log" >&2
     exit 1
 fi
-(cd "$work/cache/archives" && "${apt[@]}" download "$headers" >>"$work/download.log" 2>&1)
 for deb in "$work"/cache/archives/*.deb; do
     case ${deb##*/} in
     libc6_* | libgcc-s1_* | libstdc++6_* | libllvm* | libgl1-mesa* | debconf*) continue ;;

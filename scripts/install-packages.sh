@@ -2,7 +2,7 @@
 # Installs the Debian packages that are missing. Arguments name sets: build (default), check, bench.
 set -euo pipefail
 build=(build-essential g++-multilib cmake ninja-build pkg-config python3 googletest
-       libplist-dev libtinyxml-dev libfluidsynth-dev libsndfile1-dev libsmf-dev libcli11-dev nlohmann-json3-dev
+       libplist-dev libtinyxml-dev libfluidsynth-dev libsndfile1-dev libcli11-dev nlohmann-json3-dev
        timgm6mb-soundfont)
 check=(clang-22 clang-tidy-22 clang-format-22 libclang-rt-22-dev llvm-22 fluidsynth openttd-openmsx)
 bench=(libbenchmark-dev libboost-dev fluidsynth time)

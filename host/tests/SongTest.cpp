@@ -1,5 +1,5 @@
 #include "host/JobError.h"
-#include "host/MidiFileCheck.h"
+#include "host/MidiFile.h"
 #include "host/MidiSong.h"
 #include "host/SongRenderer.h"
 #include "host/tests/HostProgram.h"
@@ -18,14 +18,14 @@ std::string withTrack(const std::string& events) {
     return file + static_cast<char>(events.size()) + events;
 }
 
-TEST(MidiFileCheck, ASongCutAnywhereIsRefused) {
+TEST(MidiFile, ASongCutAnywhereIsRefused) {
     const std::string whole = test::songOf({60, 62, 64, 65, 67});
     EXPECT_EQ(checkMidiFile(bytesOf(whole)), "");
     for (std::size_t size = 0; size < whole.size(); ++size)
         EXPECT_NE(checkMidiFile(bytesOf(whole.substr(0, size))), "") << size;
 }
 
-TEST(MidiFileCheck, SaysWhatIsWrongAndWhere) {
+TEST(MidiFile, SaysWhatIsWrongAndWhere) {
     const struct {
         std::string file;
         std::string problem;
@@ -55,6 +55,25 @@ TEST(MidiSong, KeepsFileOrderAmongMessagesOfOneTick) {
         statuses.push_back(message.status);
     EXPECT_EQ(statuses, (std::vector<int>{0xC1, 0xB1, 0x91, 0x91}));
     EXPECT_EQ(song.messages[3].data2, 0);
+}
+
+TEST(MidiSong, AFileThatCountsFramesPlaysInSeconds) {
+    std::string file = withTrack(std::string("\x64\x90\x3C\x40\0\xFF\x2F\0", 8));
+    file.replace(12, 2, "\xE7\x28"); // 25 frames a second of 40 ticks each
+    const MidiSong song = parseMidiSong(bytesOf(file), "song");
+    ASSERT_EQ(song.messages.size(), 1U);
+    EXPECT_DOUBLE_EQ(song.tempoMap.secondsAtTick(song.messages[0].tick), 0.1);
+}
+
+TEST(MidiSong, ReadsEverythingThatTheFormatAllows) {
+    const std::string file("MThd\0\0\0\x08\0\0\0\x01\0\x60++" // a longer header
+                           "XFIH\0\0\0\x01+"                  // a chunk that is no track
+                           "MTrk\0\0\0\x09\0\xF7\x02\x01\x02" // an escape
+                           "\0\x90\x3C\x40",                  // and no end
+                           42);
+    const MidiSong song = parseMidiSong(bytesOf(file), "song");
+    ASSERT_EQ(song.messages.size(), 1U);
+    EXPECT_EQ(song.messages[0].data1, 60);
 }
 
 TEST(TempoMap, TempoChangesMoveEveryLaterTick) {

@@ -1,4 +1,4 @@
-#include "host/MidiFileCheck.h"
+#include "host/MidiFile.h"
 
 #include <cstring>
 #include <optional>
@@ -20,10 +20,11 @@ constexpr std::uint8_t kTimeSignature = 0x58;
 /* One track's events, walked from a position that is counted from the start of the file. */
 class TrackWalk {
 public:
-    TrackWalk(std::span<const std::uint8_t> bytes, std::size_t begin, std::size_t end, int number)
-        : mBytes(bytes), mAt(begin), mEnd(end), mNumber(number) {}
+    TrackWalk(std::span<const std::uint8_t> bytes, std::size_t begin, std::size_t end, int number,
+              const MidiFileVisitor& visit)
+        : mBytes(bytes), mAt(begin), mEnd(end), mNumber(number), mVisit(visit) {}
 
-    std::string check() {
+    std::string walk() {
         while (mAt < mEnd && mProblem.empty() && !mEnded)
             event();
         return mProblem;
@@ -43,7 +44,8 @@ private:
         if (*first == kMetaEvent)
             return metaEvent();
         if (*first == kSysEx || *first == kEscape) {
-            block();
+            if (const std::optional<std::uint32_t> length = block())
+                visit(*first, 0, *length);
             return;
         }
         if (*first > kSysEx)
@@ -61,7 +63,8 @@ private:
         mEnded = *type == kEndOfTrack;
         if ((*type == kTempo && *length != 3) || (*type == kTimeSignature && *length < 4) ||
             (mEnded && *length != 0))
-            fail("has a meta event of the wrong length");
+            return fail("has a meta event of the wrong length");
+        visit(kMetaEvent, *type, *length);
     }
 
     /* A length and that many bytes; meta and exclusive events end a running status. */
@@ -85,14 +88,21 @@ private:
         if (mStatus == 0)
             return fail("has a data byte where a message should begin");
         const std::uint8_t command = mStatus & 0xF0;
-        const int dataBytes = command == 0xC0 || command == 0xD0 ? 1 : 2;
-        for (int i = hasStatus ? 0 : 1; i < dataBytes; ++i) {
+        const std::uint32_t dataBytes = command == 0xC0 || command == 0xD0 ? 1 : 2;
+        for (std::uint32_t i = hasStatus ? 0 : 1; i < dataBytes; ++i) {
             const std::optional<std::uint8_t> data = byte();
             if (!data)
                 return;
             if (*data > 0x7F)
                 return fail("has a message with a data byte missing");
         }
+        visit(mStatus, 0, dataBytes);
+    }
+
+    /* An event whose data end here. */
+    void visit(std::uint8_t status, std::uint8_t type, std::uint32_t size) {
+        mVisit({static_cast<std::uint32_t>(mTicks), status, type,
+                static_cast<std::uint32_t>(mAt - size), size});
     }
 
     std::optional<std::uint8_t> byte() {
@@ -132,6 +142,7 @@ private:
     std::uint8_t mStatus = 0;
     bool mEnded = false;
     std::string mProblem;
+    const MidiFileVisitor& mVisit;
 };
 
 std::uint32_t bigEndian(std::span<const std::uint8_t> bytes, std::size_t at, std::size_t width) {
@@ -167,7 +178,7 @@ std::string checkHeader(std::span<const std::uint8_t> bytes) {
 
 } // namespace
 
-std::string checkMidiFile(std::span<const std::uint8_t> bytes) {
+std::string visitMidiFile(std::span<const std::uint8_t> bytes, const MidiFileVisitor& visit) {
     if (bytes.size() > kMidiFileSizeLimit)
         return "it is larger than 64 MiB";
     if (std::string problem = checkHeader(bytes); !problem.empty())
@@ -188,12 +199,16 @@ std::string checkMidiFile(std::span<const std::uint8_t> bytes) {
                    " is cut short: " + std::to_string(bytes.size() - at) + " of " +
                    std::to_string(size) + " bytes are there";
         if (isTrack)
-            if (std::string problem = TrackWalk(bytes, at, at + size, track).check();
+            if (std::string problem = TrackWalk(bytes, at, at + size, track, visit).walk();
                 !problem.empty())
                 return problem;
         at += size;
     }
     return "";
+}
+
+std::string checkMidiFile(std::span<const std::uint8_t> bytes) {
+    return visitMidiFile(bytes, [](const MidiFileEvent&) {});
 }
 
 } // namespace velnor::host
