@@ -5,6 +5,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <fstream>
+#include <stdexcept>
 
 namespace velnor::probe {
 
@@ -66,6 +67,10 @@ std::array<std::string, 3> Probe::bytesBehind(const std::array<OrmoWord, 9>& wor
 
 std::int32_t Probe::answer(const std::array<OrmoWord, 9>& words) {
     const auto target = static_cast<std::uint32_t>(words[0]);
+    if (words[1] == behaviour.throwAt) {
+        ++behaviour.thrown;
+        throw std::runtime_error("the probe was told to throw");
+    }
     switch (words[1]) {
     case kOpGetVersion:
         std::strncpy(at<char>(words[2]), behaviour.version.c_str(), kOrmoVersionTextSize);

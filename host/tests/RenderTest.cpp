@@ -8,6 +8,7 @@
 #include <filesystem>
 #include <memory>
 #include <sstream>
+#include <tuple>
 
 #include <fluidsynth.h>
 #include <gtest/gtest.h>
@@ -238,25 +239,33 @@ TEST_F(Render, AnEngineThatMisbehavesLosesNothing) {
     ASSERT_EQ(program.install("Odd").status, 0);
     const std::string out = program.path("out.wav");
     WriteFile(out, "precious");
-    for (const char* way : {"crash", "abort"}) {
+    for (const auto& [way, says] :
+         {std::pair{"crash", "crashed"}, {"abort", "crashed"}, {"throw", "does not render"}}) {
         const ScopedEnv variable("VELNOR_ODD_ENGINE", way);
         const Outcome outcome = program.run({"render", tune, "-o", out});
         EXPECT_EQ(outcome.status, 1);
-        EXPECT_NE(outcome.error.find("crashed"), std::string::npos) << outcome.error;
+        EXPECT_NE(outcome.error.find(says), std::string::npos) << outcome.error;
     }
-    {
-        const ScopedEnv variable("VELNOR_ODD_ENGINE", "slow");
-        const Outcome outcome = program.runInterrupted({"render", tune, "-o", out}, SIGINT, 1500);
+    for (const auto& [way, after] : {std::pair{"slow", 1500}, {"stall", 500}}) {
+        const ScopedEnv variable("VELNOR_ODD_ENGINE", way);
+        const Outcome outcome = program.runInterrupted({"render", tune, "-o", out}, SIGINT, after);
         EXPECT_EQ(outcome.status, 1);
         EXPECT_NE(outcome.error.find("interrupted"), std::string::npos) << outcome.error;
     }
     EXPECT_EQ(ReadFile(out), "precious");
     EXPECT_EQ(program.filesLike("out").size(), 1u);
-    for (const auto& [way, says] : {std::pair{"nan", "no numbers"}, {"loud", "clipped"}}) {
+    const std::string raw = program.path("out.raw");
+    for (const auto& [way, bits, says] : {std::tuple{"nan", "float", "no numbers"},
+                                          {"loud", "16", "clipped"},
+                                          {"stall", "float", "6.000 long"}}) {
         const ScopedEnv variable("VELNOR_ODD_ENGINE", way);
-        const Outcome outcome = program.run({"render", tune, "-o", out, "--tail", "0"});
+        const Outcome outcome =
+            program.run({"render", tune, "-o", raw, "--bits", bits, "--tail", "0"});
         EXPECT_EQ(outcome.status, 0);
         EXPECT_NE(outcome.error.find(says), std::string::npos) << outcome.error;
+        EXPECT_TRUE(bits == std::string("16") ||
+                    samplesIn(ReadFile(raw)) == std::vector<float>(2 * 6 * 44100))
+            << way;
     }
 }
 

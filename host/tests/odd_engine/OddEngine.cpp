@@ -1,17 +1,22 @@
-/* An engine that renders badly in the way that VELNOR_ODD_ENGINE names: "crash", "abort", "nan",
- * "slow" (a tenth of a second a block), "loud". Otherwise it is silent. */
+/* An engine that renders badly in the way that VELNOR_ODD_ENGINE names: "crash", "abort", "throw",
+ * "nan", "slow" (a tenth of a second a block), "stall" (a second for the first block), "loud".
+ * Otherwise it is silent. */
 #include "bridge/OrmoEngine.h"
 
+#include <chrono>
 #include <cstdlib>
 #include <cstring>
 #include <limits>
 #include <string>
+#include <thread>
+#include <utility>
 
 #include <unistd.h>
 
 namespace {
 
 std::uint32_t sChannels = 0;
+bool sStalled = false;
 
 float badSample(const std::string& way) {
     if (way == "nan")
@@ -26,6 +31,10 @@ void render(float* const* channels, std::uint32_t frames) {
         *static_cast<volatile int*>(nullptr) = 1;
     if (way == "abort")
         std::abort();
+    if (way == "throw")
+        throw std::string("no engine should");
+    if (way == "stall" && !std::exchange(sStalled, true))
+        std::this_thread::sleep_for(std::chrono::seconds(1));
     if (way == "slow")
         usleep(100000);
     for (std::uint32_t channel = 0; channel < sChannels; ++channel)

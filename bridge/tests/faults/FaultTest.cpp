@@ -4,11 +4,13 @@
 #include "platform/CFRef.h"
 #include "platform/CFString.h"
 #include "platform/CarbonView.h"
+#include "platform/EventLoop.h"
 #include "platform/tests/Values.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <functional>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -22,11 +24,14 @@ namespace {
 /* Hundreds of homes are made: in memory, where there is a file system in it. */
 const bool gInMemory = access("/dev/shm", W_OK) == 0 && setenv("TMPDIR", "/dev/shm", 0) == 0;
 
+constexpr UInt32 kFrames = 16;
+
 /* What a host holds of one instrument. */
 struct Session {
     Component components[2] = {};
     AudioUnit unit = nullptr;
     CFRef<CFPropertyListRef> state;
+    Float64 sampleTime = 0;
     WindowRef window = nullptr;
     AudioUnitCarbonView view = nullptr;
 };
@@ -58,9 +63,25 @@ OSStatus show(Session& session) {
     return status;
 }
 
+OSStatus render(Session& session) {
+    float samples[2][kFrames] = {};
+    struct {
+        AudioBufferList list;
+        AudioBuffer second;
+    } buffers = {{2, {{1, sizeof samples[0], samples[0]}}}, {1, sizeof samples[1], samples[1]}};
+    AudioUnitRenderActionFlags flags = 0;
+    AudioTimeStamp time = {};
+    time.mSampleTime = session.sampleTime++;
+    time.mFlags = kAudioTimeStampSampleTimeValid;
+    const OSStatus status = AudioUnitRender(session.unit, &flags, &time, 0, kFrames, &buffers.list);
+    EXPECT_TRUE(status != noErr || samples[1][3] == probe::patternSample(1, 3));
+    return status;
+}
+
 const struct {
     const char* name;
     OSStatus (*run)(Session& session);
+    bool closes = false; /* it does so whatever it answers */
 } kStages[] = {
     {"register",
      [](Session& session) {
@@ -75,42 +96,59 @@ const struct {
     {"initialise", [](Session& session) { return AudioUnitInitialize(session.unit); }},
     {"save", save},
     {"restore", restore},
+    {"vendor",
+     [](Session& session) {
+         UInt32 value = 0;
+         return AudioUnitSetProperty(session.unit, 70000, kAudioUnitScope_Global, 0, &value,
+                                     sizeof value);
+     }},
+    {"render", render},
+    {"reset",
+     [](Session& session) { return AudioUnitReset(session.unit, kAudioUnitScope_Global, 0); }},
     {"show", show},
-    {"hide", [](Session& session) { return CloseComponent(session.view); }},
+    {"idle",
+     [](Session&) {
+         PlatformAdvanceEventLoop(2);
+         return OSStatus{noErr};
+     }},
+    {"hide", [](Session& session) { return CloseComponent(session.view); }, true},
     {"uninitialise", [](Session& session) { return AudioUnitUninitialize(session.unit); }},
-    {"close", [](Session& session) { return CloseComponent(session.unit); }},
+    {"close", [](Session& session) { return CloseComponent(session.unit); }, true},
 };
 
-bool isClosing(std::size_t stage) {
-    return kStages[stage].name == std::string("hide") ||
-           kStages[stage].name == std::string("close");
-}
+using Attempt = std::function<OSStatus(std::size_t stage, Session& session)>;
 
-/* Runs the stages, the number-th allocation of one of them failing; unless that one succeeds all
- * the same, it is run again. Gives whether there were so many allocations. */
-bool runSession(std::size_t failing, long number) {
+/* Attempts the stages; one that fails is run again, and works then. */
+void runSession(const Attempt& attempt) {
     const Rect bounds = {0, 0, 100, 100};
     Session session;
     CreateNewWindow(kWindowCompositingAttribute, &bounds, &session.window);
-    bool failed = false;
-    for (std::size_t i = 0; i < std::size(kStages); ++i) {
+    for (std::size_t stage = 0; stage < std::size(kStages); ++stage) {
         takeCalls();
-        if (i == failing) {
-            failAllocation(number);
-            const OSStatus status = kStages[i].run(session);
-            failed = allocationFailed();
-            EXPECT_THAT(status, testing::AnyOf(OSStatus{noErr}, OSStatus{memFullErr},
-                                               OSStatus{couldNotOpenComponent}));
-            EXPECT_TRUE(failed || status == noErr);
-            if (status == noErr || isClosing(i))
-                continue;
-            EXPECT_TRUE(callsOf(kOpSetChunk).empty());
-        }
-        EXPECT_EQ(kStages[i].run(session), noErr) << kStages[i].name;
+        if (attempt(stage, session) == noErr || kStages[stage].closes)
+            continue;
+        EXPECT_TRUE(callsOf(kOpSetChunk).empty()) << kStages[stage].name;
+        EXPECT_EQ(kStages[stage].run(session), noErr) << kStages[stage].name;
     }
     DisposeWindow(session.window);
     EXPECT_TRUE(CFDictionaryContainsKey(static_cast<CFDictionaryRef>(session.state.Get()),
                                         String("OrmoData").Get()));
+}
+
+/* Whether the stage made so many allocations. */
+bool runShortOfMemory(std::size_t failing, long number) {
+    bool failed = false;
+    runSession([&](std::size_t stage, Session& session) {
+        if (stage == failing)
+            failAllocation(number);
+        const OSStatus status = kStages[stage].run(session);
+        const bool failedNow = allocationFailed();
+        failed = failed || failedNow;
+        EXPECT_TRUE(status == noErr ||
+                    (failedNow && (status == memFullErr || status == couldNotOpenComponent)))
+            << status;
+        return status;
+    });
     return failed;
 }
 
@@ -118,7 +156,7 @@ bool runSession(std::size_t failing, long number) {
 void runAndExit(std::size_t failing, long number, CFIndex objects) {
     bool failed = true;
     try {
-        failed = runSession(failing, number);
+        failed = runShortOfMemory(failing, number);
     } catch (const std::exception& exception) {
         ADD_FAILURE() << exception.what() << " was thrown";
     }
@@ -129,14 +167,17 @@ void runAndExit(std::size_t failing, long number, CFIndex objects) {
     _exit(testing::Test::HasFailure() ? 2 : failed ? 1 : 0);
 }
 
+/* What is alive after a session; the engine's bundle then stays for good. */
+CFIndex objectsAfterASession() {
+    TestHost host;
+    runSession([](std::size_t stage, Session& session) { return kStages[stage].run(session); });
+    return PlatformLiveObjectCount();
+}
+
 class AllocationFault : public testing::TestWithParam<std::size_t> {};
 
 TEST_P(AllocationFault, OfEveryNumberIsAStatusAndLeavesNothingBehind) {
-    {
-        TestHost host;
-        runSession(GetParam(), 0); /* the engine's bundle then stays for good */
-    }
-    const CFIndex objects = PlatformLiveObjectCount();
+    const CFIndex objects = objectsAfterASession();
     std::string wrong;
     int status = 0;
     for (long number = 1; number == 1 || status != 0; ++number) {
@@ -149,6 +190,38 @@ TEST_P(AllocationFault, OfEveryNumberIsAStatusAndLeavesNothingBehind) {
             wrong += " " + std::to_string(number);
     }
     EXPECT_EQ(wrong, "");
+}
+
+TEST(EngineException, OfAnyCallIsAStatusAndTheNextCallWorks) {
+    const struct {
+        OrmoOpcode opcode;
+        int failures; /* stages that fail for it */
+    } cases[] = {
+        {kOpGetVersion, 1},    {kOpOpenInstance, 1},  {kOpSetRateAndBlockSize, 1},
+        {kOpResume, 2},        {kOpProcess, 1},       {kOpSuspend, 2},
+        {kOpGetChunk, 1},      {kOpSetChunk, 1},      {kOpVendorProperty, 1},
+        {kOpEditorCreate, 1},  {kOpEditorOpen, 1},    {kOpAttachEditor, 1},
+        {kOpEditorGetView, 1}, {kOpEditorIdle, 0},    {kOpDetachEditor, 0},
+        {kOpEditorDestroy, 0}, {kOpCloseInstance, 0},
+    };
+    const CFIndex objects = objectsAfterASession();
+    for (const auto& test : cases) {
+        SCOPED_TRACE(test.opcode);
+        TestHost host;
+        probe::Behaviour& behaviour = freshProbe().behaviour;
+        int failures = 0;
+        runSession([&](std::size_t stage, Session& session) {
+            behaviour.throwAt = test.opcode;
+            const OSStatus status = kStages[stage].run(session);
+            behaviour.throwAt = -1;
+            failures += status != noErr;
+            EXPECT_TRUE(status == noErr || status == -1) << status;
+            return status;
+        });
+        EXPECT_EQ(failures, test.failures);
+        EXPECT_GT(behaviour.thrown, 0);
+        EXPECT_EQ(PlatformLiveObjectCount(), objects);
+    }
 }
 
 INSTANTIATE_TEST_SUITE_P(Stages, AllocationFault,
