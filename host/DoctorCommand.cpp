@@ -174,11 +174,7 @@ void examineInstrument(Findings& findings, Component component) {
         Instrument instrument(component);
         instrument.setMaximumFrames(512);
         instrument.initialize();
-        OrmoEngineHandle handle = 0;
-        UInt32 size = sizeof handle;
-        AudioUnitGetProperty(instrument.unit(), kPropertyEngineHandle, kAudioUnitScope_Global, 0,
-                             &handle, &size);
-        if (handle != 0)
+        if (instrument.hasEngine())
             findings.good("the instrument opens its engine");
         else
             findings.bad("the instrument has no running engine",

@@ -1,6 +1,5 @@
 #include "host/RenderCommand.h"
 
-#include "bridge/OrmoEngine.h"
 #include "host/BusMix.h"
 #include "host/ComponentFinder.h"
 #include "host/Interruption.h"
@@ -35,14 +34,6 @@ std::string clockText(double seconds) {
     std::snprintf(text, sizeof text, "%d:%06.3f", static_cast<int>(seconds / 60.0),
                   std::fmod(seconds, 60.0));
     return text;
-}
-
-bool hasEngine(AudioUnit unit) {
-    OrmoEngineHandle handle = 0;
-    UInt32 size = sizeof handle;
-    const OSStatus status = AudioUnitGetProperty(unit, kPropertyEngineHandle,
-                                                 kAudioUnitScope_Global, 0, &handle, &size);
-    return status != noErr || handle != 0; /* other instruments have no such property */
 }
 
 class RenderJob {
@@ -80,7 +71,7 @@ public:
 
 private:
     void requireEngine() const {
-        if (!hasEngine(mInstrument.unit()) && !mOptions.allowSilence)
+        if (!mInstrument.hasEngine() && !mOptions.allowSilence)
             throw JobError("the instrument has no working engine and would only play silence; run: "
                            "velnor-host doctor (or render with --allow-silence)");
     }
