@@ -83,7 +83,7 @@ int main(int argc, char** argv) {
     fluid_settings_t* settings = new_fluid_settings();
     fluid_settings_setnum(settings, "synth.sample-rate", kRate);
     fluid_settings_setint(settings, "synth.threadsafe-api", 0);
-    fluid_settings_setint(settings, "synth.dynamic-sample-loading", 0);
+    fluid_settings_setint(settings, "synth.dynamic-sample-loading", 1);
     fluid_synth_t* synth = new_fluid_synth(settings);
     fluid_synth_sfload(synth, argv[2], 1);
     fluid_synth_set_interp_method(synth, -1, FLUID_INTERP_HIGHEST);

@@ -60,10 +60,9 @@ void AudioFile::fail(const char* reason) const {
 
 void AudioFile::write(std::span<const float* const> channels, std::size_t frames) {
     mInterleaved.resize(frames * channels.size());
-    float* out = mInterleaved.data();
-    for (std::size_t frame = 0; frame < frames; ++frame)
-        for (const float* channel : channels)
-            *out++ = channel[frame];
+    for (std::size_t number = 0; number < channels.size(); ++number)
+        for (std::size_t frame = 0; frame < frames; ++frame)
+            mInterleaved[frame * channels.size() + number] = channels[number][frame];
     const auto count = static_cast<sf_count_t>(frames);
     if (sf_writef_float(mFile.get(), mInterleaved.data(), count) != count)
         fail(sf_strerror(mFile.get()));

@@ -5,24 +5,9 @@
 
 namespace velnor::host {
 
-namespace {
-
-bool areNumbers(std::span<const float* const> channels, UInt32 frames) {
-    for (const float* channel : channels) {
-        float sum = 0.0f; /* 0 * x is no number exactly when x is none or infinite */
-        for (UInt32 i = 0; i < frames; ++i)
-            sum += 0.0f * channel[i];
-        if (std::isnan(sum))
-            return false;
-    }
-    return true;
-}
-
-} // namespace
-
 std::span<const float* const> BusMix::mix(const Instrument& instrument, UInt32 frames) {
     if (instrument.pulledBuses() == 1)
-        return bus(instrument, 0, frames);
+        return instrument.bus(0);
     std::size_t channels = 0;
     for (UInt32 number = 0; number < instrument.pulledBuses(); ++number)
         channels = std::max(channels, instrument.bus(number).size());
@@ -32,11 +17,7 @@ std::span<const float* const> BusMix::mix(const Instrument& instrument, UInt32 f
     return mChannels;
 }
 
-std::span<const float* const> BusMix::bus(const Instrument& instrument, UInt32 number,
-                                          UInt32 frames) {
-    const std::span<const float* const> channels = instrument.bus(number);
-    if (areNumbers(channels, frames))
-        return channels;
+std::span<const float* const> BusMix::mend(std::span<const float* const> channels, UInt32 frames) {
     prepare(channels.size(), frames);
     add(channels, frames);
     return mChannels;

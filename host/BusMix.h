@@ -10,13 +10,13 @@
 
 namespace velnor::host {
 
-/* As many channels as the widest bus. Buses are added up, a mono bus into every channel. One bus
- * alone passes without a copy unless it has samples that are no numbers. */
+/* As many channels as the widest bus. Buses are added up, a mono bus into every channel, samples
+ * that are no numbers as 0. One bus alone passes as it is. */
 class BusMix {
 public:
     std::span<const float* const> mix(const Instrument& instrument, UInt32 frames);
-    /* A bus by itself, with samples that are no numbers as 0. */
-    std::span<const float* const> bus(const Instrument& instrument, UInt32 number, UInt32 frames);
+    /* A copy of channels that are not this mix's own, with samples that are no numbers as 0. */
+    std::span<const float* const> mend(std::span<const float* const> channels, UInt32 frames);
 
     /* Samples that were no numbers (NaN or infinite) and were made 0. */
     std::uint64_t mended() const { return mMended; }

@@ -4,12 +4,15 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <span>
 
 namespace velnor::host {
 
 class LevelMeter {
 public:
-    void add(const float* samples, std::size_t count);
+    /* One run of `count` samples per channel. False, and nothing is added, when the squares of
+     * them have no finite sum: a sample is no number, or far beyond any level. */
+    bool add(std::span<const float* const> channels, std::size_t count);
 
     double peakDecibels() const; /* dBFS; minus infinity for silence */
     double rmsDecibels() const;  /* dBFS of all samples together; a full-scale square wave is 0 */

@@ -100,7 +100,7 @@ private:
         return mRenderer->run([&](const Instrument& instrument, UInt32 frames) {
             if (mOptions.split)
                 for (UInt32 bus = 0; bus < mFiles.size(); ++bus)
-                    write(*mFiles[bus], mMix.bus(instrument, bus, frames), frames);
+                    write(*mFiles[bus], instrument.bus(bus), frames);
             else
                 write(*mFiles.front(), mMix.mix(instrument, frames), frames);
             mFrames += frames;
@@ -110,8 +110,10 @@ private:
     }
 
     void write(AudioFile& file, std::span<const float* const> channels, UInt32 frames) {
-        for (const float* channel : channels)
-            mMeter.add(channel, frames);
+        if (!mMeter.add(channels, frames)) {
+            channels = mMix.mend(channels, frames);
+            mMeter.add(channels, frames);
+        }
         file.write(channels, frames);
     }
 

@@ -34,15 +34,20 @@ void Player::stop() {
         mTakenEdit = edit->id;
         mIsFresh = false;
     }
-    if (!mIsFresh) {
-        restart();
-    }
     publish();
 }
 
 void Player::start(bool offline) {
     mIsOffline = offline;
-    mSynth->setInterpolation(offline);
+    if (mIsFresh) {
+        mSynth->setInterpolation(offline);
+    } else {
+        restart();
+        publish();
+    }
+    if (!offline) {
+        mSynth->loadAllSamples();
+    }
     mIsRunning = true;
 }
 
@@ -52,7 +57,10 @@ bool Player::setRate(int32_t rate) {
         return mIsRateGood;
     }
     mRate = rate;
-    restart();
+    mIsFresh = false;
+    if (mIsRunning) {
+        restart();
+    }
     return true;
 }
 

@@ -20,10 +20,11 @@ public:
     // Publishes the synthesizer's state at once. Thread any, may block.
     Player(std::unique_ptr<Synth> synth, bool compatSlots, StateExchange& exchange);
 
-    // Silence from now on, and all traces of sound gone; the state stays. Throws as
-    // Synth::restart. Thread any, exclusive, may block.
+    // Silence from now on; the state stays. Thread any, exclusive, may block.
     void stop();
-    // offline: the highest interpolation quality. Thread any, exclusive, may block.
+    // All traces of sound gone. offline: the highest interpolation quality, and a program's samples
+    // are read when it is first chosen, in the middle of a block; else all are read now. Throws as
+    // Synth::restart, and then there is silence. Thread any, exclusive, may block.
     void start(bool offline);
     // False, and silence until a good rate comes, for one that FluidSynth does not take. Throws as
     // Synth::restart. Thread any, exclusive, may block.

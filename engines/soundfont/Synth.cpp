@@ -13,6 +13,21 @@ namespace {
 
 constexpr int kEveryChannel = -1;
 
+// The synthesizer that loads every SoundFont and plays none, there until the process ends. A font
+// that reads samples on demand does so through the loader that it came from, and goes on to other
+// synthesizers: so that loader must outlive it. Besides, FluidSynth's SoundFont library loses some
+// two kilobytes each time when the last synthesizer of a process goes and another one comes.
+fluid_synth_t* loader() {
+    static fluid_synth_t* const synth = [] {
+        fluid_settings_t* settings = new_fluid_settings();
+        fluid_settings_setint(settings, "synth.polyphony", 1);
+        // A program's samples are read when a channel takes it: see loadAllSamples.
+        fluid_settings_setint(settings, "synth.dynamic-sample-loading", 1);
+        return new_fluid_synth(settings);
+    }();
+    return synth;
+}
+
 void renderStereo(fluid_synth_t* synth, float* const* channels, uint32_t from,
                   uint32_t frames) VELNOR_NONBLOCKING {
     VELNOR_FLUID(fluid_synth_write_float(synth, static_cast<int>(frames), channels[0],
@@ -40,6 +55,19 @@ void renderPairs(fluid_synth_t* synth, int pairs, float* const* channels, uint32
         fluid_synth_process(synth, static_cast<int>(frames), 4 * pairs, effects, 2 * pairs, dry));
 }
 
+// Of no synthesizer yet. While errors are kept, no other thread is here.
+fluid_sfont_t* loadFont(const std::string& path, const FluidErrors& errors) {
+    fluid_synth_t* synth = loader();
+    const int id = synth == nullptr ? FLUID_FAILED : fluid_synth_sfload(synth, path.c_str(), 0);
+    if (id == FLUID_FAILED) {
+        throw std::runtime_error("SoundFont \"" + path +
+                                 "\" does not load: " + errors.firstOr("no reason given"));
+    }
+    fluid_sfont_t* font = fluid_synth_get_sfont_by_id(synth, id);
+    fluid_synth_remove_sfont(synth, font);
+    return font;
+}
+
 } // namespace
 
 Synth::Synth(const std::string& fontPath, int pairs)
@@ -56,13 +84,10 @@ Synth::Synth(const std::string& fontPath, int pairs)
     fluid_settings_setint(mSettings.get(), "synth.polyphony", kMaxPolyphony);
     fluid_settings_setint(mSettings.get(), "synth.cpu-cores", 1);
     fluid_settings_setint(mSettings.get(), "synth.threadsafe-api", 0);
-    // Off, so that a program change while rendering reads no file.
-    fluid_settings_setint(mSettings.get(), "synth.dynamic-sample-loading", 0);
     mSynth = makeSynth();
-    mFontId = fluid_synth_sfload(mSynth.get(), fontPath.c_str(), 1);
+    mFontId = fluid_synth_add_sfont(mSynth.get(), loadFont(fontPath, errors));
     if (mFontId == FLUID_FAILED) {
-        throw std::runtime_error("SoundFont \"" + fontPath +
-                                 "\" does not load: " + errors.firstOr("no reason given"));
+        throw std::runtime_error("FluidSynth cannot start: " + errors.firstOr("out of memory"));
     }
     readPresetNames();
 }
@@ -84,6 +109,13 @@ void Synth::readPresetNames() {
         const std::pair<int, int> key(fluid_preset_get_banknum(preset),
                                       fluid_preset_get_num(preset));
         mPresetNames.emplace(key, fluid_preset_get_name(preset));
+    }
+}
+
+// FluidSynth passes over what it cannot load, as it does with a sample that is damaged.
+void Synth::loadAllSamples() {
+    for (const auto& [key, name] : mPresetNames) {
+        fluid_synth_pin_preset(mSynth.get(), mFontId, key.first, key.second);
     }
 }
 

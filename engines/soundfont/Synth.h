@@ -45,6 +45,11 @@ public:
     // std::runtime_error, and then all is as before. Thread any, exclusive, may block.
     void restart(int rate);
 
+    // Until this, samples are read from the file when a program is first chosen, by whoever chooses
+    // it. From then on no call reads a file. Again, it does nothing. Thread any, exclusive, may
+    // block.
+    void loadAllSamples();
+
     // Silences every voice and puts channels and effects back to the defaults, roughly: see
     // restart. Thread any, exclusive, nonblocking.
     void reset() VELNOR_NONBLOCKING;

@@ -15,6 +15,7 @@ Channels renderDirect(const std::vector<TimedEvent>& events, int frames, int rat
     fluid_set_log_function(FLUID_WARN, nullptr, nullptr);
     const Owned<fluid_settings_t> settings(new_fluid_settings(), delete_fluid_settings);
     fluid_settings_setnum(settings.get(), "synth.sample-rate", rate);
+    fluid_settings_setint(settings.get(), "synth.dynamic-sample-loading", 1);
     const Owned<fluid_synth_t> synth(new_fluid_synth(settings.get()), delete_fluid_synth);
     const Owned<fluid_midi_event_t> message(new_fluid_midi_event(), delete_fluid_midi_event);
     fluid_synth_sfload(synth.get(), kFontFile, 1);
