@@ -1,19 +1,20 @@
-// Listing an installation registry, against reading and parsing its file once. Both start from a
-// file that changed, so neither is answered out of a cache.
-#include "platform/CFData.h"
-#include "platform/CFPropertyList.h"
-#include "platform/CFRef.h"
+// Listing an installation registry, against reading and parsing its file once. The file has
+// changed, so that no cache answers, and some time ago, so that its date tells of every change.
+#include "bench/Measure.h"
+#include "bench/ReadAndParse.h"
 #include "platform/tests/TempHome.h"
 #include "support/InstallationRegistry.h"
 
-#include <benchmark/benchmark.h>
+#include <chrono>
+#include <thread>
 
 namespace {
 
-using velnor::CFRef;
+using namespace velnor::bench;
 
 constexpr const char* kVendor = "Tavo";
 constexpr const char* kProduct = "Tarn 12";
+constexpr const char* kOtherProduct = "Tarn 13";
 
 std::string slot(int index) {
     std::string text = std::to_string(index);
@@ -36,61 +37,49 @@ std::string registryFile(int entries) {
     return text + "\t\t</dict>\n\t</dict>\n</dict>\n</plist>\n";
 }
 
-class RegistryOnDisk {
+// Of two products, each in a file of its own.
+class RegistriesOnDisk {
 public:
-    explicit RegistryOnDisk(int entries)
-        : mContent(registryFile(entries)),
-          mPath(mHome.ConfigHome() + "/velnor/com." + kVendor + "." + kProduct + ".plist") {}
+    explicit RegistriesOnDisk(int entries) : mContent(registryFile(entries)) {}
 
-    // A cache that compares contents sees a change too.
-    void change() {
-        velnor::test::WriteFile(mPath, mContent + "<!-- " + std::to_string(++mChanges) + " -->\n");
+    std::string path(const char* product) const {
+        return mHome.ConfigHome() + "/velnor/com." + kVendor + "." + product + ".plist";
     }
-    const std::string& path() const { return mPath; }
+    void change() {
+        ++mChanges;
+        for (const char* product : {kProduct, kOtherProduct})
+            velnor::test::WriteFile(path(product),
+                                    mContent + "<!-- " + std::to_string(mChanges) + " -->\n");
+        std::this_thread::sleep_for(std::chrono::milliseconds(20));
+    }
 
 private:
     const velnor::test::TempHome mHome;
     const std::string mContent;
-    const std::string mPath;
     int mChanges = 0;
 };
 
-bool readAndParse(const std::string& path) {
-    const std::string text = velnor::test::ReadFile(path);
-    const CFRef<CFDataRef> data(CFDataCreate(kCFAllocatorDefault,
-                                             reinterpret_cast<const UInt8*>(text.data()),
-                                             static_cast<CFIndex>(text.size())));
-    const CFRef<CFPropertyListRef> tree(CFPropertyListCreateWithData(
-        kCFAllocatorDefault, data.Get(), kCFPropertyListImmutable, nullptr, nullptr));
-    return static_cast<bool>(tree);
-}
-
-void ReadAndParse(benchmark::State& state) {
-    RegistryOnDisk registry(static_cast<int>(state.range(0)));
-    for ([[maybe_unused]] auto unused : state) {
-        state.PauseTiming();
-        registry.change();
-        state.ResumeTiming();
-        if (!readAndParse(registry.path()))
-            state.SkipWithError("the file does not parse");
-    }
-}
-
+// Whoever comes first pays for cold memory: the other product's registry does.
 void ListRegistry(benchmark::State& state) {
-    RegistryOnDisk registry(static_cast<int>(state.range(0)));
+    const auto count = static_cast<std::size_t>(state.range(0));
+    RegistriesOnDisk registries(static_cast<int>(count));
+    Best ours, peer;
     for ([[maybe_unused]] auto unused : state) {
-        state.PauseTiming();
-        registry.change();
-        std::vector<velnor::PluginInfo> entries;
-        state.ResumeTiming();
-        velnor::listAUPathVersion(kVendor, kProduct, entries);
-        if (entries.size() != static_cast<std::size_t>(state.range(0)))
+        registries.change();
+        bool parses = readAndParse(registries.path(kOtherProduct));
+        peer.add(processorNanoseconds([&] { parses &= readAndParse(registries.path(kProduct)); }));
+        std::vector<velnor::PluginInfo> others, entries;
+        velnor::listAUPathVersion(kVendor, kOtherProduct, others);
+        ours.add(
+            processorNanoseconds([&] { velnor::listAUPathVersion(kVendor, kProduct, entries); }));
+        if (others.size() != count || entries.size() != count || !parses)
             state.SkipWithError("entries are missing");
     }
+    report(state, ours, peer, 1);
 }
-
-BENCHMARK(ReadAndParse)->Arg(1)->Arg(100)->Arg(1000)->Unit(benchmark::kMicrosecond);
-BENCHMARK(ListRegistry)->Arg(1)->Arg(100)->Arg(1000)->Unit(benchmark::kMicrosecond);
+BENCHMARK(ListRegistry)->Arg(1)->Iterations(rounds(200));
+BENCHMARK(ListRegistry)->Arg(100)->Iterations(rounds(100));
+BENCHMARK(ListRegistry)->Arg(1000)->Iterations(rounds(60));
 
 } // namespace
 

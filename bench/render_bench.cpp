@@ -1,16 +1,12 @@
 // One pull of each bus at a new sample time, through the host's call and through the fast entry,
 // with an instrument that only touches its buffers; against a virtual call that touches the same
-// buffers. "ratio" is the processor time as a multiple of the virtual call's.
+// buffers.
+#include "bench/Measure.h"
 #include "framework/ComponentEntryPoint.h"
 #include "framework/MusicDeviceBase.h"
 #include "framework/tests/HostBuffers.h"
 #include "platform/AudioUnit.h"
 
-#include <benchmark/benchmark.h>
-
-#include <algorithm>
-#include <ctime>
-#include <limits>
 #include <memory>
 #include <stdexcept>
 #include <string>
@@ -121,51 +117,28 @@ private:
     std::unique_ptr<Toucher> mToucher = std::make_unique<Toucher>();
 };
 
-using Way = void (Setup::*)();
-
-/// Of this thread alone, so that a busy machine does not bend the ratio.
-double CpuSeconds() {
-    timespec time{};
-    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &time);
-    return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_nsec) * 1e-9;
-}
-
-double TimeOfDirectCall(Setup& ioSetup) {
-    constexpr int kCalls = 20000;
-    double best = std::numeric_limits<double>::max();
-    for (int attempt = 0; attempt < 5; ++attempt) {
-        const double start = CpuSeconds();
-        for (int call = 0; call < kCalls; ++call) {
-            ioSetup.CallDirectly();
-            benchmark::ClobberMemory();
-        }
-        best = std::min(best, (CpuSeconds() - start) / kCalls);
+void Pull(benchmark::State& ioState) {
+    constexpr int kTimes = 50;
+    Setup setup(static_cast<UInt32>(ioState.range(0)), static_cast<UInt32>(ioState.range(1)));
+    const auto timeOf = [&setup](void (Setup::*inWay)()) {
+        return bench::nanoseconds([&] {
+            for (int i = 0; i < kTimes; ++i) {
+                (setup.*inWay)();
+                benchmark::ClobberMemory();
+            }
+        });
+    };
+    bench::Best direct, fast, bySelector;
+    for ([[maybe_unused]] auto unused : ioState) {
+        direct.add(timeOf(&Setup::CallDirectly));
+        fast.add(timeOf(&Setup::PullThroughFastEntry));
+        bySelector.add(timeOf(&Setup::PullThroughSelector));
     }
-    return best;
+    ioState.counters["direct_ns"] = direct.time() / kTimes;
+    ioState.counters["fast_ns"] = fast.time() / kTimes;
+    ioState.counters["selector_ns"] = bySelector.time() / kTimes;
 }
-
-void Pull(benchmark::State& ioState, Way inWay) {
-    const auto buses = static_cast<UInt32>(ioState.range(1));
-    Setup setup(static_cast<UInt32>(ioState.range(0)), buses);
-    const double direct = TimeOfDirectCall(setup);
-    const double start = CpuSeconds();
-    for (auto _ : ioState) {
-        (setup.*inWay)();
-        benchmark::ClobberMemory();
-    }
-    const double all = CpuSeconds() - start;
-    ioState.SetItemsProcessed(ioState.iterations() * buses);
-    ioState.counters["ratio"] = all / static_cast<double>(ioState.iterations()) / direct;
-}
-
-void Shapes(benchmark::internal::Benchmark* ioBenchmark) {
-    ioBenchmark->ArgNames({"channels", "buses"});
-    ioBenchmark->ArgsProduct({{2, 32}, {1, kMostBuses}});
-}
-
-BENCHMARK_CAPTURE(Pull, DirectCall, &Setup::CallDirectly)->Apply(Shapes);
-BENCHMARK_CAPTURE(Pull, FastEntry, &Setup::PullThroughFastEntry)->Apply(Shapes);
-BENCHMARK_CAPTURE(Pull, AudioUnitRender, &Setup::PullThroughSelector)->Apply(Shapes);
+BENCHMARK(Pull)->ArgsProduct({{2, 32}, {1, kMostBuses}})->Iterations(bench::rounds(500));
 
 } // namespace
 

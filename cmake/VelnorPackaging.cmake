@@ -6,7 +6,7 @@ set(engines "${CMAKE_INSTALL_DATADIR}/velnor/Engines/SoundFont.engine/Contents")
 
 install(TARGETS velnor_platform LIBRARY NAMELINK_SKIP)
 install(FILES bridge/OrmoEngine.h DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/velnor)
-install(FILES README.md docs/architecture.md docs/formats.md DESTINATION ${CMAKE_INSTALL_DOCDIR})
+install(FILES README.md docs/architecture.md docs/formats.md docs/performance.md DESTINATION ${CMAKE_INSTALL_DOCDIR})
 install(TARGETS velnor_component LIBRARY DESTINATION "${components}/${VELNOR_PLATFORM_FOLDER}")
 install(FILES bridge/Info.plist DESTINATION "${components}")
 install(TARGETS soundfont_engine LIBRARY DESTINATION "${engines}/${VELNOR_PLATFORM_FOLDER}")
