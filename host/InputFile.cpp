@@ -31,8 +31,12 @@ private:
 
 } // namespace
 
+std::string shownInput(const std::string& path) {
+    return path == "-" ? "standard input" : path.empty() ? "\"\"" : path;
+}
+
 std::vector<std::uint8_t> readInputFile(const std::string& path, std::size_t limit) {
-    const std::string name = path == "-" ? "standard input" : path.empty() ? "\"\"" : path;
+    const std::string name = shownInput(path);
     const Descriptor file(path);
     if (file.number() < 0)
         throw JobError(name + ": " + std::strerror(errno));

@@ -70,7 +70,7 @@ MidiSong parseMidiSong(std::span<const std::uint8_t> bytes, const std::string& n
 }
 
 MidiSong readMidiSong(const std::string& path) {
-    return parseMidiSong(readInputFile(path, kMidiFileSizeLimit), path);
+    return parseMidiSong(readInputFile(path, kMidiFileSizeLimit), shownInput(path));
 }
 
 } // namespace velnor::host

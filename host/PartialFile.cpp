@@ -1,5 +1,6 @@
 #include "host/PartialFile.h"
 
+#include "host/Interruption.h"
 #include "host/JobError.h"
 
 #include <array>
@@ -8,6 +9,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <memory>
+#include <string_view>
 
 #include <fcntl.h>
 #include <limits.h>
@@ -62,6 +64,14 @@ std::string withoutLinks(const std::string& path) {
     return real ? real.get() : path;
 }
 
+/* In the file's folder; the suffix must not make a long name too long. */
+std::string partialName(const std::string& path) {
+    constexpr std::string_view kSuffix = ".part-XXXXXX";
+    const std::size_t start = path.find_last_of('/') + 1;
+    return path.substr(0, start) + path.substr(start, NAME_MAX - kSuffix.size()) +
+           std::string(kSuffix);
+}
+
 struct FileDescriptor {
     explicit FileDescriptor(int opened) : number(opened) {}
     ~FileDescriptor() {
@@ -101,7 +111,7 @@ PartialFile::PartialFile(const std::string& path) : mPath(path), mTarget(without
         openNameless();
         return;
     }
-    std::string name = mTarget + ".part-XXXXXX";
+    std::string name = partialName(mTarget);
     mDescriptor = mkostemp(name.data(), O_CLOEXEC);
     if (mDescriptor < 0)
         fail(std::strerror(errno));
@@ -161,6 +171,8 @@ void PartialFile::copyTo(int target) {
         for (ssize_t done = 0; done < count;) {
             const ssize_t written =
                 write(target, piece.data() + done, static_cast<std::size_t>(count - done));
+            if (interrupted())
+                throw JobError("interrupted; the output is cut short");
             if (written < 0 && errno != EINTR)
                 fail(std::strerror(errno));
             done += written > 0 ? written : 0;

@@ -39,7 +39,7 @@ CFRef<CFPropertyListRef> readPreset(const std::string& path) {
     CFRef<CFPropertyListRef> state(CFPropertyListCreateWithData(
         kCFAllocatorDefault, data.Get(), kCFPropertyListImmutable, nullptr, nullptr));
     if (!state)
-        throw JobError(path + ": not a preset file: it is no property list");
+        throw JobError(shownInput(path) + ": not a preset file: it is no property list");
     return state;
 }
 

@@ -50,8 +50,9 @@ void readTail(const std::string& word, RenderPlan& plan) {
     } catch (const std::exception&) {
         used = 0;
     }
-    if (used != word.size() || !(plan.tailSeconds >= 0.0 && plan.tailSeconds <= 3600.0))
-        throw JobError("--tail " + word + ": give 0 to 3600 seconds, or auto", kExitUsage);
+    if (word.empty() || used != word.size() ||
+        !(plan.tailSeconds >= 0.0 && plan.tailSeconds <= 3600.0))
+        throw JobError("--tail \"" + word + "\": give 0 to 3600 seconds, or auto", kExitUsage);
 }
 
 /* A finite number in the range; "nan" is in none. */
