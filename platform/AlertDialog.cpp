@@ -2,6 +2,7 @@
 
 #include "platform/ChildProgram.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <string_view>
 
@@ -17,11 +18,13 @@ struct Button {
 std::vector<Button> OrderedButtons(const PlatformAlert& alert) {
     std::vector<Button> buttons;
     for (SInt32 i = 0; i < 3; ++i) {
-        if (alert.buttons[i] != nullptr && i != alert.cancelButton) {
+        if (alert.buttons[i] != nullptr) {
             buttons.push_back({i, alert.buttons[i]});
         }
     }
-    buttons.push_back({alert.cancelButton, alert.buttons[alert.cancelButton]});
+    std::stable_partition(buttons.begin(), buttons.end(), [&alert](const Button& button) {
+        return button.index != alert.cancelButton;
+    });
     return buttons;
 }
 

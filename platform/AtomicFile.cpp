@@ -125,7 +125,9 @@ bool MakeFolders(const std::string& path, mode_t mode) {
         if (mkdir(folder.c_str(), mode) == 0) {
             const UniqueFd made(
                 open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
-            TakeOwner(made.Get(), folder + "/..");
+            if (made) {
+                TakeOwner(made.Get(), folder + "/..");
+            }
         }
     }
     return IsFolder(path);

@@ -171,7 +171,7 @@ ProgramResult::End WaitForEnd(pid_t child, int& exitStatus) {
 std::optional<std::string> FindProgram(const std::string& name) {
     const char* path = std::getenv("PATH");
     for (const auto& folder : AbsolutePaths(path ? path : "/usr/local/bin:/usr/bin:/bin")) {
-        std::string file = folder + "/" + name;
+        std::string file = std::string(folder).append("/").append(name);
         struct stat info;
         if (stat(file.c_str(), &info) == 0 && S_ISREG(info.st_mode) &&
             access(file.c_str(), X_OK) == 0) {

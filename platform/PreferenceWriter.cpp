@@ -89,8 +89,9 @@ MergedTree Merged(CFDictionaryRef tree, const std::vector<PreferenceChange>& cha
             isWhole = (bool{change.value} != hasValue || merged.Apply(change)) && isWhole;
         }
     }
-    auto* const object = new DictionaryObject(std::move(merged.entries), false);
-    return {CFRef<CFDictionaryRef>(RefOf<CFDictionaryRef>(object)), isWhole};
+    CFRef<CFDictionaryRef> result(
+        RefOf<CFDictionaryRef>(new DictionaryObject(std::move(merged.entries), false)));
+    return {std::move(result), isWhole};
 }
 
 /* The tree of a file just loaded, from what is known of it where its content is the same. */

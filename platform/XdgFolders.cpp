@@ -15,7 +15,7 @@ std::string Variable(const char* name) {
 }
 
 std::optional<std::string> UserFolder(const char* variable, const char* belowHome) {
-    const std::string value = Variable(variable);
+    std::string value = Variable(variable);
     if (value.starts_with('/')) {
         return value;
     }
@@ -31,7 +31,7 @@ std::vector<std::string> SystemFolders(const char* variable, const char* otherwi
 } // namespace
 
 std::optional<std::string> HomeFolder() {
-    const std::string home = Variable("HOME");
+    std::string home = Variable("HOME");
     if (home.starts_with('/')) {
         return home;
     }
