@@ -212,34 +212,27 @@ struct Transport {
     Boolean playing = 1;
     int wrongPresets = 0;
 
-    static OSStatus beatAndTempo(void* context, Float64* outBeat, Float64* outTempo) {
+    static OSStatus beatAndTempo(void* context, Float64* beat, Float64* tempo) {
         Transport& self = *static_cast<Transport*>(context);
-        self.wrongPresets += *outBeat != 0 || *outTempo != 120;
-        *outBeat = self.beat;
-        *outTempo = self.tempo;
+        self.wrongPresets += std::tuple(*beat, *tempo) != std::tuple(0, 120);
+        std::tie(*beat, *tempo) = std::tuple(self.beat, self.tempo);
         return self.beatStatus;
     }
-    static OSStatus musicalTime(void* context, UInt32* outToNextBeat, Float32* outNumerator,
-                                UInt32* outDenominator, Float64* outDownBeat) {
+    static OSStatus musicalTime(void* context, UInt32* toNextBeat, Float32* numerator,
+                                UInt32* denominator, Float64* downBeat) {
         Transport& self = *static_cast<Transport*>(context);
-        self.wrongPresets +=
-            *outToNextBeat != 0 || *outNumerator != 4 || *outDenominator != 4 || *outDownBeat != 0;
-        *outNumerator = 2.6F;
-        *outDenominator = 8;
-        *outDownBeat = self.downBeat;
+        self.wrongPresets += std::tuple(*toNextBeat, *numerator, *denominator, *downBeat) !=
+                             std::tuple(0U, 4, 4U, 0);
+        std::tie(*numerator, *denominator, *downBeat) = std::tuple(2.6F, 8U, self.downBeat);
         return self.timeStatus;
     }
-    static OSStatus state(void* context, Boolean* outPlaying, Boolean* outChanged,
-                          Float64* outSamplePos, Boolean* outCycling, Float64* outStart,
-                          Float64* outEnd) {
+    static OSStatus state(void* context, Boolean* playing, Boolean* changed, Float64* samplePos,
+                          Boolean* cycling, Float64* start, Float64* end) {
         Transport& self = *static_cast<Transport*>(context);
-        self.wrongPresets += *outPlaying != 1 || *outChanged != 0 || *outCycling != 0 ||
-                             *outSamplePos != 0 || *outStart != 0 || *outEnd != 0;
-        *outPlaying = self.playing;
-        *outChanged = *outCycling = 1;
-        *outSamplePos = 12345;
-        *outStart = 8;
-        *outEnd = 16;
+        const auto out = std::tie(*playing, *changed, *samplePos, *cycling, *start, *end);
+        self.wrongPresets += out != std::tuple(1, 0, 0, 0, 0, 0);
+        std::tie(*playing, *changed, *samplePos, *cycling, *start, *end) =
+            std::tuple(self.playing, Boolean{1}, 12345, Boolean{1}, 8, 16);
         return self.stateStatus;
     }
     HostCallbackInfo callbacks() { return {this, beatAndTempo, musicalTime, state}; }

@@ -229,7 +229,7 @@ TEST(RenderDriver, HostThreadsChangeAndReadEverythingTheyMayWhileItRenders) {
         HostBuffers buffers(2, 64);
         for (int pull = 0; pull < 4000; ++pull) {
             const Float32 value = unit.Parameter(static_cast<UInt32>(pull));
-            EXPECT_TRUE(value == -1 || value == 0.5f) << value;
+            EXPECT_THAT(value, AnyOf(-1, 0.5f));
             EXPECT_EQ(buffers.Pull(unit, static_cast<UInt32>(pull) % 2, 64, pull / 2), noErr);
         }
         rendering = false;

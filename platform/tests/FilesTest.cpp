@@ -97,12 +97,8 @@ TEST(FileRef, FoldersAreMadeOnceAndFound) {
     EXPECT_EQ(PathOf(found), folder / "link");
 }
 
-struct Entry {
-    std::string path;
-    std::u16string name;
-    bool isFolder;
-    bool operator==(const Entry&) const = default;
-};
+/* Path, name and whether it is a folder. */
+using Entry = std::tuple<std::string, std::u16string, bool>;
 
 // Lists with so many entries to a call; the last status goes to *end.
 std::vector<Entry> List(const std::string& path, UInt32 step, OSErr* end) {
@@ -119,9 +115,8 @@ std::vector<Entry> List(const std::string& path, UInt32 step, OSErr* end) {
                                     infos.data(), refs.data(), nullptr, names.data());
         for (UInt32 i = 0; i < actual; ++i) {
             const auto* units = reinterpret_cast<const char16_t*>(names[i].unicode);
-            entries.push_back({PathOf(refs[i]),
-                               {units, names[i].length},
-                               (infos[i].nodeFlags & kFSNodeIsDirectoryMask) != 0});
+            entries.emplace_back(PathOf(refs[i]), std::u16string(units, names[i].length),
+                                 (infos[i].nodeFlags & kFSNodeIsDirectoryMask) != 0);
         }
     } while (*end == noErr);
     EXPECT_EQ(FSCloseIterator(iterator), noErr);
