@@ -9,16 +9,6 @@ using State = CFRef<CFMutableDictionaryRef>;
 /// Global element: 0 = 1.0 and 5 = 0.5.
 const std::string kExample = "00000000 00000000 00000002 00000000 3F800000 00000005 3F000000 ";
 
-std::string FromHex(const std::string& hex) {
-    std::string bytes;
-    for (size_t i = 0; i + 1 < hex.size(); i += hex[i] == ' ' ? 1 : 2) {
-        if (hex[i] != ' ') {
-            bytes += static_cast<char>(std::stoi(hex.substr(i, 2), nullptr, 16));
-        }
-    }
-    return bytes;
-}
-
 State Saved(const OpenInstrument& unit) {
     return State(unit.Value<CFMutableDictionaryRef>(kAudioUnitProperty_ClassInfo));
 }

@@ -1,28 +1,21 @@
 #include "host/tests/HostProgram.h"
-
-#include <filesystem>
-
-#include <gtest/gtest.h>
+#include "platform/tests/Testing.h"
 
 namespace velnor::test {
 namespace {
-
-bool contains(const std::string& text, const std::string& part) {
-    return text.find(part) != std::string::npos;
-}
 
 TEST(Install, IsUndoneByUninstallAndRepeatedAsAnUpdate) {
     HostProgram program;
     const std::string components = program.home.DataHome() + "/velnor/Components";
     ASSERT_EQ(program.install("Odd").status, 0);
     ASSERT_EQ(program.install("Probe").status, 0);
-    EXPECT_TRUE(contains(program.run({"components"}).out, "Tarn 12"));
-    EXPECT_TRUE(contains(ReadFile(program.home.ConfigHome() + "/velnor/com.velnor.ormo.plist"),
-                         "Engines/Probe.engine"));
+    EXPECT_THAT(program.run({"components"}).out, HasSubstr("Tarn 12"));
+    EXPECT_THAT(ReadFile(program.home.ConfigHome() + "/velnor/com.velnor.ormo.plist"),
+                HasSubstr("Engines/Probe.engine"));
     EXPECT_EQ(program.run({"uninstall"}).status, 0);
     EXPECT_FALSE(std::filesystem::exists(components + "/Velnor.component"));
-    EXPECT_FALSE(contains(ReadFile(program.home.ConfigHome() + "/velnor/com.Tavo.Tarn 12.plist"),
-                          "base_dir"));
+    EXPECT_THAT(ReadFile(program.home.ConfigHome() + "/velnor/com.Tavo.Tarn 12.plist"),
+                Not(HasSubstr("base_dir")));
     EXPECT_EQ(program.run({"uninstall"}).status, 1);
 }
 
@@ -49,7 +42,7 @@ TEST(Install, ChecksEverythingBeforeItChangesAnything) {
         arguments.insert(arguments.end(), test.arguments.begin(), test.arguments.end());
         const Outcome outcome = program.run(arguments);
         EXPECT_EQ(outcome.status, 1);
-        EXPECT_TRUE(contains(outcome.error, test.says)) << outcome.error;
+        EXPECT_THAT(outcome.error, HasSubstr(test.says));
     }
     EXPECT_FALSE(std::filesystem::exists(program.home.DataHome() + "/velnor"));
     EXPECT_FALSE(std::filesystem::exists(program.home.ConfigHome()));
@@ -65,15 +58,15 @@ TEST(Doctor, NamesWhatIsMissingInItsLastSentence) {
     std::filesystem::remove(program.path("data/font.sf2"));
     const Outcome soundless = program.run({"doctor"});
     EXPECT_EQ(soundless.status, 1);
-    EXPECT_TRUE(contains(soundless.out, "refuses to open")) << soundless.out;
+    EXPECT_THAT(soundless.out, HasSubstr("refuses to open"));
     std::filesystem::remove_all(program.home.DataHome() + "/velnor/Engines");
     const Outcome engineless = program.run({"doctor"});
     EXPECT_EQ(engineless.status, 1);
-    EXPECT_TRUE(contains(engineless.out, "the engine is gone")) << engineless.out;
+    EXPECT_THAT(engineless.out, HasSubstr("the engine is gone"));
     const Outcome render =
         program.run({"render", program.song(songOf({60})), "-o", program.path("o.wav")});
     EXPECT_EQ(render.status, 1);
-    EXPECT_TRUE(contains(render.error, "velnor-host doctor")) << render.error;
+    EXPECT_THAT(render.error, HasSubstr("velnor-host doctor"));
 }
 
 TEST(Info, IsTheSameInBothForms) {
@@ -82,10 +75,10 @@ TEST(Info, IsTheSameInBothForms) {
     const std::string table = program.run({"info", "QXTA"}).out;
     const std::string json = program.run({"info", "tavo: tarn 12", "--json"}).out;
     for (const char* part : {"64001", "engine setup path", "65536", "Tavo: Tarn 12", "1.0.3"}) {
-        EXPECT_TRUE(contains(table, part)) << part;
-        EXPECT_TRUE(contains(json, part)) << part;
+        EXPECT_THAT(table, HasSubstr(part));
+        EXPECT_THAT(json, HasSubstr(part));
     }
-    EXPECT_TRUE(contains(program.run({"components", "--json"}).out, "\"subtype\": \"QXTA\""));
+    EXPECT_THAT(program.run({"components", "--json"}).out, HasSubstr("\"subtype\": \"QXTA\""));
 }
 
 TEST(Preset, DifferencesAreShownAndForeignPresetsRefused) {
@@ -99,18 +92,18 @@ TEST(Preset, DifferencesAreShownAndForeignPresetsRefused) {
                         "--save-preset", organ})
                   .status,
               0);
-    EXPECT_TRUE(contains(program.run({"preset", "show", plain}).out, "subtype = "));
+    EXPECT_THAT(program.run({"preset", "show", plain}).out, HasSubstr("subtype = "));
     const Outcome diff = program.run({"preset", "diff", plain, organ});
     EXPECT_EQ(diff.status, 1);
-    EXPECT_TRUE(contains(diff.out, "- OrmoData") && contains(diff.out, "+ OrmoData")) << diff.out;
+    EXPECT_THAT(diff.out, AllOf(HasSubstr("- OrmoData"), HasSubstr("+ OrmoData")));
     std::string foreign = ReadFile(plain);
     const std::string code = "1364743233";
-    ASSERT_TRUE(contains(foreign, code));
+    ASSERT_THAT(foreign, HasSubstr(code));
     foreign.replace(foreign.find(code), code.size(), "1364743234");
     const Outcome refused = program.run(
         {"preset", "save", "-", "--preset", WriteFile(program.path("foreign"), foreign)});
     EXPECT_EQ(refused.status, 1);
-    EXPECT_TRUE(contains(refused.error, "belongs to another instrument")) << refused.error;
+    EXPECT_THAT(refused.error, HasSubstr("belongs to another instrument"));
 }
 
 } // namespace

@@ -1,30 +1,18 @@
+#include "engines/soundfont/tests/FluidSynthAlone.h"
 #include "host/MidiSong.h"
 #include "host/SongRenderer.h"
 #include "host/tests/HostProgram.h"
+#include "platform/tests/Testing.h"
 
-#include <algorithm>
 #include <csignal>
 #include <cstring>
-#include <filesystem>
-#include <memory>
 #include <sstream>
-#include <tuple>
-
-#include <fluidsynth.h>
-#include <gtest/gtest.h>
 #include <sys/resource.h>
 
 namespace velnor::test {
 namespace {
 
 const std::vector<int> kTune = {60, 64, 67, 72, 71, 67, 64, 60};
-
-std::string bytesOfHex(const std::string& hex) {
-    std::string bytes;
-    for (std::size_t i = 0; i + 1 < hex.size(); i += 2)
-        bytes += static_cast<char>(std::stoi(hex.substr(i, 2), nullptr, 16));
-    return bytes;
-}
 
 std::uint32_t wordAt(const std::string& bytes, std::size_t at) {
     std::uint32_t word = 0;
@@ -50,8 +38,7 @@ std::vector<PlayedMessage> messagesIn(const std::string& log) {
         if (opcode != "15")
             continue;
         const std::size_t bar = line.find("| ");
-        const std::string block =
-            bytesOfHex(line.substr(bar + 2, line.find(' ', bar + 2) - bar - 2));
+        const std::string block = FromHex(line.substr(bar + 2, line.find(' ', bar + 2) - bar - 2));
         for (std::uint32_t i = 0; i < wordAt(block, 0); ++i) {
             const std::size_t at = 4 + 32 * std::size_t{i};
             messages.push_back({begin + static_cast<std::int32_t>(wordAt(block, at + 4)),
@@ -69,44 +56,18 @@ std::vector<float> samplesIn(const std::string& raw) {
     return samples;
 }
 
-/* The song straight through FluidSynth, fetched up to each message; stereo, interleaved. */
+/* The song through FluidSynth alone; stereo, interleaved. */
 std::vector<float> fluidRender(const host::MidiSong& song, std::size_t frames) {
-    fluid_set_log_function(FLUID_WARN, nullptr, nullptr);
-    const std::unique_ptr<fluid_settings_t, decltype(&delete_fluid_settings)> settings(
-        new_fluid_settings(), delete_fluid_settings);
-    const std::unique_ptr<fluid_synth_t, decltype(&delete_fluid_synth)> synth(
-        new_fluid_synth(settings.get()), delete_fluid_synth);
-    fluid_synth_sfload(synth.get(), "/usr/share/sounds/sf2/TimGM6mb.sf2", 1);
-    fluid_synth_set_interp_method(synth.get(), -1, FLUID_INTERP_HIGHEST);
-    std::vector<float> out(2 * frames);
-    std::size_t position = 0;
-    const auto renderTo = [&](std::size_t end) {
-        fluid_synth_write_float(synth.get(), static_cast<int>(end - position), out.data(),
-                                static_cast<int>(2 * position), 2, out.data(),
-                                static_cast<int>(2 * position + 1), 2);
-        position = end;
-    };
-    for (const host::SongMessage& message : song.messages) {
-        const auto at =
-            static_cast<std::size_t>(host::frameOfTick(song.tempoMap, message.tick, 44100.0));
-        renderTo(at);
-        const int channel = message.status & 15;
-        switch (message.status >> 4) {
-        case 8:
-            fluid_synth_noteoff(synth.get(), channel, message.data1);
-            break;
-        case 9:
-            fluid_synth_noteon(synth.get(), channel, message.data1, message.data2);
-            break;
-        case 12:
-            fluid_synth_program_change(synth.get(), channel, message.data1);
-            break;
-        default:
-            ADD_FAILURE() << "the tune holds no such message";
-        }
-    }
-    renderTo(frames);
-    return out;
+    std::vector<soundfont::TimedEvent> events;
+    for (const host::SongMessage& message : song.messages)
+        events.push_back({host::frameOfTick(song.tempoMap, message.tick, 44100.0), message.status,
+                          message.data1, message.data2});
+    const soundfont::Channels out =
+        soundfont::renderAlone(events, static_cast<int>(frames), 44100, FLUID_INTERP_HIGHEST);
+    std::vector<float> interleaved;
+    for (std::size_t i = 0; i < frames; ++i)
+        interleaved.insert(interleaved.end(), {out[0][i], out[1][i]});
+    return interleaved;
 }
 
 class Render : public testing::Test {
@@ -230,8 +191,8 @@ TEST_F(Render, FailuresAreOneLineAndLeaveNothingBehind) {
     for (const auto& test : kCases) {
         const Outcome outcome = program.run(test.arguments);
         EXPECT_EQ(outcome.status, test.status) << outcome.error;
-        EXPECT_NE(outcome.error.find(test.says), std::string::npos) << outcome.error;
-        EXPECT_EQ(std::count(outcome.error.begin(), outcome.error.end(), '\n'), 1) << outcome.error;
+        EXPECT_THAT(outcome.error, HasSubstr(test.says));
+        EXPECT_THAT(outcome.error, Contains('\n').Times(1));
     }
     EXPECT_TRUE(program.filesLike("out").empty());
 }
@@ -245,13 +206,13 @@ TEST_F(Render, AnEngineThatMisbehavesLosesNothing) {
         const ScopedEnv variable("VELNOR_ODD_ENGINE", way);
         const Outcome outcome = program.run({"render", tune, "-o", out});
         EXPECT_EQ(outcome.status, 1);
-        EXPECT_NE(outcome.error.find(says), std::string::npos) << outcome.error;
+        EXPECT_THAT(outcome.error, HasSubstr(says));
     }
     for (const auto& [way, after] : {std::pair{"slow", 1500}, {"stall", 500}}) {
         const ScopedEnv variable("VELNOR_ODD_ENGINE", way);
         const Outcome outcome = program.runInterrupted({"render", tune, "-o", out}, SIGINT, after);
         EXPECT_EQ(outcome.status, 1);
-        EXPECT_NE(outcome.error.find("interrupted"), std::string::npos) << outcome.error;
+        EXPECT_THAT(outcome.error, HasSubstr("interrupted"));
     }
     EXPECT_EQ(ReadFile(out), "precious");
     EXPECT_EQ(program.filesLike("out").size(), 1u);
@@ -263,7 +224,7 @@ TEST_F(Render, AnEngineThatMisbehavesLosesNothing) {
         const Outcome outcome =
             program.run({"render", tune, "-o", raw, "--bits", bits, "--tail", "0"});
         EXPECT_EQ(outcome.status, 0);
-        EXPECT_NE(outcome.error.find(says), std::string::npos) << outcome.error;
+        EXPECT_THAT(outcome.error, HasSubstr(says));
         EXPECT_TRUE(bits == std::string("16") ||
                     samplesIn(ReadFile(raw)) == std::vector<float>(2 * 6 * 44100))
             << way;
@@ -282,7 +243,7 @@ TEST_F(Render, AFileTooLargeForTheDiskKeepsTheOldOne) {
     const Outcome outcome = program.run({"render", tune, "-o", out});
     setrlimit(RLIMIT_FSIZE, &old);
     EXPECT_EQ(outcome.status, 1);
-    EXPECT_NE(outcome.error.find("File too large"), std::string::npos) << outcome.error;
+    EXPECT_THAT(outcome.error, HasSubstr("File too large"));
     EXPECT_EQ(ReadFile(out), "precious");
     EXPECT_EQ(program.filesLike("out").size(), 1u);
 }

@@ -22,6 +22,15 @@ using Texts = std::vector<std::string>;
 template <typename... Columns>
 using Rows = std::initializer_list<std::tuple<Columns...>>;
 
+/* Bytes from hexadecimal digits; blanks between bytes do not count. */
+inline std::string FromHex(std::string_view hex) {
+    std::string bytes;
+    for (std::size_t i = 0; i + 1 < hex.size(); i += hex[i] == ' ' ? 1 : 2)
+        if (hex[i] != ' ')
+            bytes += static_cast<char>(std::stoi(std::string(hex.substr(i, 2)), nullptr, 16));
+    return bytes;
+}
+
 /* Runs work(0), work(1), ... in threads of their own, to their ends. */
 template <typename Work>
 void InThreads(int count, const Work& work) {

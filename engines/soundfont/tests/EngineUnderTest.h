@@ -2,6 +2,7 @@
 #pragma once
 
 #include "bridge/OrmoEngine.h"
+#include "engines/soundfont/tests/FluidSynthAlone.h"
 #include "platform/tests/Testing.h"
 
 #include <cmath>
@@ -12,8 +13,6 @@ namespace velnor::soundfont {
 
 using namespace test;
 
-inline constexpr char kFontFile[] = "/usr/share/sounds/sf2/TimGM6mb.sf2";
-
 int32_t call(uint32_t target, uint32_t opcode, const void* ptr1 = nullptr,
              const void* ptr2 = nullptr, const void* ptr3 = nullptr, OrmoWord val1 = 0,
              OrmoWord val2 = 0);
@@ -21,13 +20,6 @@ int32_t call(uint32_t target, uint32_t opcode, const void* ptr1 = nullptr,
 inline int32_t callWith(uint32_t target, uint32_t opcode, OrmoWord val1) {
     return call(target, opcode, nullptr, nullptr, nullptr, val1);
 }
-
-struct TimedEvent {
-    int64_t frame;
-    uint8_t status, data1, data2;
-};
-
-using Channels = std::vector<std::vector<float>>;
 
 struct Setup {
     uint32_t channels = 2;
