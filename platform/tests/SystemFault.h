@@ -2,9 +2,12 @@
 #ifndef VELNOR_PLATFORM_TESTS_SYSTEMFAULT_H
 #define VELNOR_PLATFORM_TESTS_SYSTEMFAULT_H
 
+#include <algorithm>
 #include <cerrno>
 #include <csignal>
 #include <functional>
+#include <iterator>
+#include <utility>
 
 #include <fcntl.h>
 #include <sys/ptrace.h>
@@ -27,115 +30,64 @@ struct FaultyRun {
 
 namespace faults {
 
-struct SystemCall {
-    long number;
-    unsigned long first, second, third; /* arguments */
-};
+#if defined(__x86_64__)
+constexpr auto kNumber = &user_regs_struct::orig_rax, kResult = &user_regs_struct::rax,
+               kFirst = &user_regs_struct::rdi, kSecond = &user_regs_struct::rsi,
+               kThird = &user_regs_struct::rdx;
+constexpr long kLooks[] = {SYS_getdents64, SYS_stat, SYS_lstat, SYS_statx, SYS_newfstatat};
+constexpr long kMakes[] = {SYS_rename, SYS_renameat, SYS_renameat2, SYS_link,
+                           SYS_linkat, SYS_mkdir,    SYS_symlinkat, SYS_ftruncate,
+                           SYS_fchmod, SYS_mkdirat,  SYS_utimensat};
+#else
+constexpr auto kNumber = &user_regs_struct::orig_eax, kResult = &user_regs_struct::eax,
+               kFirst = &user_regs_struct::ebx, kSecond = &user_regs_struct::ecx,
+               kThird = &user_regs_struct::edx;
+constexpr long kLooks[] = {SYS_getdents64, SYS_stat64, SYS_lstat64, SYS_statx, SYS_fstatat64};
+constexpr long kMakes[] = {SYS_rename, SYS_renameat, SYS_renameat2,       SYS_link,
+                           SYS_linkat, SYS_mkdir,    SYS_symlinkat,       SYS_ftruncate64,
+                           SYS_fchmod, SYS_mkdirat,  SYS_utimensat_time64};
+#endif
+constexpr long kWrites[] = {SYS_write, SYS_writev, SYS_pwrite64};
 
-inline int openError(Fault fault, unsigned long flags) {
-    const bool changes = (flags & (O_ACCMODE | O_CREAT)) != O_RDONLY;
-    if (changes != (fault == Fault::kChange))
-        return 0;
-    return changes ? EROFS : EIO;
+template <std::size_t Size>
+bool isOneOf(const long (&calls)[Size], long call) {
+    return std::find(std::begin(calls), std::end(calls), call) != std::end(calls);
 }
 
 /* The error that the call gets, 0 when the fault does not concern it. */
-inline int errorOf(Fault fault, const SystemCall& call) {
-    const bool stands = fault == Fault::kChange;
-    switch (call.number) {
-    case SYS_open:
-        return openError(fault, call.second);
-    case SYS_openat:
-        return openError(fault, call.third);
-    case SYS_write:
-    case SYS_writev:
-    case SYS_pwrite64:
-        return stands && call.first > STDERR_FILENO ? ENOSPC : 0;
-    case SYS_fsync:
-    case SYS_fdatasync:
-        return stands ? EIO : 0;
-    case SYS_rename:
-    case SYS_renameat:
-    case SYS_renameat2:
-    case SYS_link:
-    case SYS_linkat:
-    case SYS_symlinkat:
-    case SYS_mkdir:
-    case SYS_mkdirat:
-    case SYS_ftruncate:
-    case SYS_fchmod:
-    case SYS_utimensat:
-#if defined(SYS_utimensat_time64)
-    case SYS_ftruncate64:
-    case SYS_utimensat_time64:
-#endif
-        return stands ? EROFS : 0;
-    case SYS_read:
-        return !stands && call.first > STDERR_FILENO ? EIO : 0;
-    case SYS_getdents64:
-    case SYS_stat:
-    case SYS_lstat:
-    case SYS_statx:
-#if defined(SYS_newfstatat)
-    case SYS_newfstatat:
-#else
-    case SYS_stat64:
-    case SYS_lstat64:
-    case SYS_fstat64:
-    case SYS_fstatat64:
-#endif
-        return stands ? 0 : EIO;
-    default:
-        return 0;
+inline int errorOf(Fault fault, const user_regs_struct& registers) {
+    const auto call = static_cast<long>(registers.*kNumber);
+    const bool standard = registers.*kFirst <= STDERR_FILENO;
+    if (call == SYS_open || call == SYS_openat) {
+        const auto flags = registers.*(call == SYS_open ? kSecond : kThird);
+        const bool changes = (flags & (O_ACCMODE | O_CREAT)) != O_RDONLY;
+        return changes != (fault == Fault::kChange) ? 0 : changes ? EROFS : EIO;
     }
+    if (fault == Fault::kRead)
+        return isOneOf(kLooks, call) || (call == SYS_read && !standard) ? EIO : 0;
+    if (isOneOf(kWrites, call))
+        return standard ? 0 : ENOSPC;
+    return call == SYS_fsync ? EIO : isOneOf(kMakes, call) ? EROFS : 0;
 }
-
-#if defined(__x86_64__)
-inline SystemCall callIn(const user_regs_struct& registers) {
-    return {static_cast<long>(registers.orig_rax), registers.rdi, registers.rsi, registers.rdx};
-}
-inline void setNumber(user_regs_struct& registers, int number) {
-    registers.orig_rax = static_cast<unsigned long>(number);
-}
-inline void setResult(user_regs_struct& registers, int result) {
-    registers.rax = static_cast<unsigned long>(result);
-}
-#else
-inline SystemCall callIn(const user_regs_struct& registers) {
-    return {registers.orig_eax, static_cast<unsigned long>(registers.ebx),
-            static_cast<unsigned long>(registers.ecx), static_cast<unsigned long>(registers.edx)};
-}
-inline void setNumber(user_regs_struct& registers, int number) {
-    registers.orig_eax = number;
-}
-inline void setResult(user_regs_struct& registers, int result) {
-    registers.eax = result;
-}
-#endif
 
 /* Lets the stopped child run on to its end. */
 inline FaultyRun follow(pid_t child, Fault fault, int number) {
-    constexpr int kSystemCallStop = SIGTRAP | 0x80;
+    constexpr int kSystemCall = SIGTRAP | 0x80;
     ptrace(PTRACE_SETOPTIONS, child, nullptr, PTRACE_O_TRACESYSGOOD | PTRACE_O_EXITKILL);
-    int status = 0;
-    int error = 0;
+    int status = 0, error = 0, signal = 0;
     bool entering = true;
-    for (int signal = 0;;) {
-        ptrace(PTRACE_SYSCALL, child, nullptr, signal);
-        if (waitpid(child, &status, 0) != child || !WIFSTOPPED(status))
-            break;
-        signal = WSTOPSIG(status) == kSystemCallStop ? 0 : WSTOPSIG(status);
+    while (ptrace(PTRACE_SYSCALL, child, nullptr, signal) == 0 &&
+           waitpid(child, &status, 0) == child && WIFSTOPPED(status)) {
+        signal = WSTOPSIG(status) == kSystemCall ? 0 : WSTOPSIG(status);
         if (signal != 0)
             continue;
         user_regs_struct registers = {};
         ptrace(PTRACE_GETREGS, child, nullptr, &registers);
-        if (!entering && error != 0 && number == 0) {
-            number = -1;
-            setResult(registers, -error);
-        } else if (entering && number > 0) {
-            error = errorOf(fault, callIn(registers));
-            if (error != 0 && --number == 0)
-                setNumber(registers, -1); /* no system call */
+        if (entering && number > 0 && (error = errorOf(fault, registers)) != 0 && --number == 0) {
+            registers.*kNumber = -1; /* no system call */
+        } else if (!entering && number == 0 && error != 0) {
+            registers.*kResult = -std::exchange(error, 0);
+            --number;
         }
         ptrace(PTRACE_SETREGS, child, nullptr, &registers);
         entering = !entering;
@@ -150,22 +102,19 @@ inline FaultyRun follow(pid_t child, Fault fault, int number) {
 inline FaultyRun runWithFault(Fault fault, int number, const std::function<int()>& work) {
     const pid_t child = fork();
     if (child == 0) {
-        ptrace(PTRACE_TRACEME, 0, nullptr, nullptr);
+        if (ptrace(PTRACE_TRACEME, 0, nullptr, nullptr) != 0)
+            _exit(255);
         raise(SIGSTOP);
         _exit(work());
     }
     int status = 0;
     waitpid(child, &status, 0);
-    return faults::follow(child, fault, number);
+    return WIFSTOPPED(status) ? faults::follow(child, fault, number) : FaultyRun{255, false};
 }
 
 /* Not every system lets a process do that. */
 inline bool canMakeFaults() {
-    const pid_t child = fork();
-    if (child == 0)
-        _exit(ptrace(PTRACE_TRACEME, 0, nullptr, nullptr) == 0 ? 0 : 1);
-    int status = 0;
-    return waitpid(child, &status, 0) == child && status == 0;
+    return runWithFault(Fault::kRead, 0, [] { return 0; }).status == 0;
 }
 
 } // namespace velnor::test
