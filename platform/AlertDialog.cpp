@@ -17,14 +17,13 @@ struct Button {
 /* The alert's buttons, the one that closing the dialog chooses last. */
 std::vector<Button> OrderedButtons(const PlatformAlert& alert) {
     std::vector<Button> buttons;
-    for (SInt32 i = 0; i < 3; ++i) {
-        if (alert.buttons[i] != nullptr) {
-            buttons.push_back({i, alert.buttons[i]});
+    for (const bool cancels : {false, true}) {
+        for (SInt32 i = 0; i < 3; ++i) {
+            if (alert.buttons[i] != nullptr && (i == alert.cancelButton) == cancels) {
+                buttons.push_back({i, alert.buttons[i]});
+            }
         }
     }
-    std::stable_partition(buttons.begin(), buttons.end(), [&alert](const Button& button) {
-        return button.index != alert.cancelButton;
-    });
     return buttons;
 }
 
