@@ -254,8 +254,14 @@ TEST(Songs, OfAPackageThatNobodyHereWrotePlayFromStartToEnd) {
         GTEST_SKIP() << "the package openttd-openmsx is not installed";
     HostProgram program;
     ASSERT_EQ(program.install("Odd").status, 0);
+#ifdef VELNOR_SANITIZED
+    constexpr int kEvery = 8; /* of them: all would take minutes */
+#else
+    constexpr int kEvery = 1;
+#endif
+    int number = 0;
     for (const auto& entry : std::filesystem::directory_iterator(folder)) {
-        if (entry.path().extension() != ".mid")
+        if (entry.path().extension() != ".mid" || number++ % kEvery != 0)
             continue;
         const Outcome outcome =
             program.run({"render", entry.path(), "-o", program.path("o.wav"), "--tail", "0"});
