@@ -25,6 +25,7 @@ inline Channels renderAlone(const std::vector<TimedEvent>& events, int frames, i
     const std::unique_ptr<fluid_settings_t, decltype(&delete_fluid_settings)> settings(
         new_fluid_settings(), delete_fluid_settings);
     fluid_settings_setnum(settings.get(), "synth.sample-rate", rate);
+    fluid_settings_setint(settings.get(), "synth.dynamic-sample-loading", 1);
     const std::unique_ptr<fluid_synth_t, decltype(&delete_fluid_synth)> synth(
         new_fluid_synth(settings.get()), delete_fluid_synth);
     const std::unique_ptr<fluid_midi_event_t, decltype(&delete_fluid_midi_event)> message(

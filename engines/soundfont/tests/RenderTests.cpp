@@ -12,9 +12,8 @@ TEST(Render, EqualsFluidSynthAloneSampleForSample) {
             const Engine engine({2, 0, rate, offline});
             const Channels ours = engine.render(piece, kFrames);
             EXPECT_GT(peak(ours[0]), 0.05F);
-            EXPECT_EQ(ours, renderAlone(piece, kFrames, rate,
-                                        offline ? FLUID_INTERP_HIGHEST : FLUID_INTERP_4THORDER))
-                << rate << offline;
+            const int quality = offline ? FLUID_INTERP_HIGHEST : FLUID_INTERP_4THORDER;
+            EXPECT_TRUE(ours == renderAlone(piece, kFrames, rate, quality)) << rate << offline;
         }
     }
 }
