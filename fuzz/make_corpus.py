@@ -1,7 +1,10 @@
 #!/usr/bin/env python3
 """Writes the fuzzers' seeds: make_corpus.py FOLDER. One folder per fuzzer, one file per seed."""
+import datetime
 import pathlib
 import plistlib
+import random
+import struct
 import sys
 
 
@@ -39,9 +42,65 @@ def preferences_seeds():
     yield "quotes", b"<plist a='>'><array a='\"><array>'><?x \"?><true/><!-- \"?> --></array></plist>"
 
 
+def property_list_seeds():
+    for name, content in preferences_seeds():
+        yield name, content
+    tree = {"d": datetime.datetime(2004, 2, 29), "u": plistlib.UID(7), "e": {}, "n": -(2**63), "i": float("inf")}
+    yield "kinds", plistlib.dumps(tree, fmt=plistlib.FMT_BINARY)
+
+
+def code(text):
+    return int.from_bytes(text.encode(), "big")
+
+
+def state_seeds():
+    state = {"version": 0, "type": code("aumu"), "subtype": code("QXTA"), "manufacturer": code("QXMA")}
+    blob = struct.pack(">4If", 0, 0, 1, 5, 0.5)
+    names = {"0": {"0": "unit"}, "2": {"0": "out", "3": "more"}}
+    full = state | {"data": blob, "name": "Soft", "element-name": names, "OrmoData": b"chunk"}
+    # The fuzzer takes its choices from the end: read as a file, initialized, engine, several outputs.
+    for name, tree in (("identity", state), ("full", full), ("part", full | {"part": 1})):
+        for ending in (b"\1\1\1\0", b"\1\0\0\1"):
+            yield f"{name}_{ending[1]}", plistlib.dumps(tree) + ending
+            yield f"{name}_{ending[1]}_binary", plistlib.dumps(tree, fmt=plistlib.FMT_BINARY) + ending
+    for number, content in noise(128):
+        yield number, content + b"\0\1\1\1"
+
+
+def noise(size):
+    """Inputs that are used up by random choices."""
+    for number in range(16):
+        yield f"noise_{number}", random.Random(number).randbytes(size)
+
+
+def component_seeds():
+    yield from noise(1024)
+
+
+def view_seeds():
+    yield from noise(128)
+
+
+def midi_file_seeds():
+    def chunk(kind, content):
+        return kind + struct.pack(">I", len(content)) + content
+
+    end = b"\0\xff\x2f\0"
+    tempo = b"\0\xff\x51\3\x07\xa1\x20\0\xff\x58\4\x03\2\x18\x08"
+    notes = b"\0\x90\x3c\x40\x60\x3c\0\x81\0\xc1\5\0\xf0\3\1\2\xf7\0\xff\1\2hi\0\xb0\7\x7f"
+    one = chunk(b"MThd", struct.pack(">3H", 0, 1, 96)) + chunk(b"MTrk", tempo + notes + end)
+    frames = chunk(b"MThd", struct.pack(">3H", 0, 1, 0xE728)) + chunk(b"MTrk", notes + end)
+    two = chunk(b"MThd", struct.pack(">3H", 1, 2, 480) + b"more") + chunk(b"MTrk", tempo + end)
+    two += chunk(b"XFIH", b"other") + chunk(b"MTrk", notes + end)
+    for name, content in (("one", one), ("frames", frames), ("two", two), ("cut", two[:-9])):
+        yield name, content + b"\1"  # read as a file
+    yield "events", tempo + notes + b"\0\x60\0\0"  # wrapped: division, tracks, kind
+
+
 def main():
     folder = pathlib.Path(sys.argv[1])
-    seeds = {"text": text_seeds, "setup_file": setup_file_seeds, "preferences": preferences_seeds}
+    suffix = "_seeds"
+    seeds = {name.removesuffix(suffix): make for name, make in globals().items() if name.endswith(suffix)}
     for name, make in seeds.items():
         (folder / name).mkdir(parents=True, exist_ok=True)
         for seed, content in make():

@@ -2,10 +2,10 @@
 // sample.
 #include "engines/soundfont/Chunk.h"
 #include "engines/soundfont/Player.h"
+#include "fuzz/FuzzCheck.h"
 
 #include <array>
 #include <cmath>
-#include <cstdlib>
 #include <memory>
 
 using namespace velnor::soundfont;
@@ -14,12 +14,6 @@ namespace {
 
 constexpr char kFontFile[] = "/usr/share/sounds/sf2/TimGM6mb.sf2";
 constexpr uint32_t kFrames = 512;
-
-void require(bool holds) {
-    if (!holds) {
-        std::abort();
-    }
-}
 
 struct Rig {
     StateExchange exchange;
@@ -61,7 +55,7 @@ void playChord(Player& player) {
     player.process(*block, channels, kFrames);
     for (const auto& channel : samples) {
         for (const float sample : channel) {
-            require(std::isfinite(sample));
+            FUZZ_CHECK(std::isfinite(sample));
         }
     }
 }
@@ -71,17 +65,17 @@ void tryState(const EngineState& state) {
     rig().exchange.post(state);
     playChord(rig().player);
     EngineState kept;
-    require(decodeChunk(encodeChunk(rig().exchange.latest()).data(), kChunkSize, kept));
+    FUZZ_CHECK(decodeChunk(encodeChunk(rig().exchange.latest()).data(), kChunkSize, kept));
 }
 
 void tryChunk(const uint8_t* bytes, size_t size) {
     EngineState state;
     if (!decodeChunk(bytes, size, state)) {
-        require(encodeChunk(state) == encodeChunk(EngineState{}));
+        FUZZ_CHECK(encodeChunk(state) == encodeChunk(EngineState{}));
         return;
     }
     const std::vector<uint8_t> again = encodeChunk(state);
-    require(std::equal(again.begin(), again.end(), bytes, bytes + size));
+    FUZZ_CHECK(std::equal(again.begin(), again.end(), bytes, bytes + size));
     tryState(state);
 }
 

@@ -1,17 +1,24 @@
 // The text functions against plain versions that follow their rules word by word.
 #include "fuzz/FuzzCheck.h"
+#include "platform/CFRef.h"
+#include "platform/CFString.h"
 #include "support/Comments.h"
 #include "support/Numbers.h"
 #include "support/PathStrings.h"
 #include "support/Text.h"
 #include "support/TextFiles.h"
+#include "support/UnicodeEncoding.h"
 
 #include <cctype>
 #include <cerrno>
 #include <climits>
 #include <cmath>
 #include <cstring>
+#include <iconv.h>
+#include <optional>
 #include <sstream>
+#include <sys/mman.h>
+#include <unistd.h>
 
 namespace {
 
@@ -186,6 +193,115 @@ void checkNumber(const std::string& bytes) {
     FUZZ_CHECK(PStringToDouble(text.c_str(), whole) == (*end == '\0' && end != text.c_str()));
 }
 
+// Parsed back, the text of a number is the number as far as its digits go.
+void checkNumberText(const std::string& bytes) {
+    double value = 0;
+    if (bytes.size() < sizeof value)
+        return;
+    std::memcpy(&value, bytes.data(), sizeof value);
+    std::string text;
+    PDoubleToString(text, value, true);
+    FUZZ_CHECK(!text.empty() && text.find(',') == kNone);
+    if (!std::isfinite(value) || std::fabs(value) > 1e300)
+        return;
+    double back = 0;
+    FUZZ_CHECK(PStringToDouble(text.c_str(), back));
+    const double size = std::fabs(value);
+    // Six decimals, or all that count; the whole numbers count for what is as near them as 2.3e-16.
+    const double printed = size < 1e12 && size > 1e-6 ? 1e-6 : 2.3e-16;
+    FUZZ_CHECK(std::fabs(back - value) <= printed + 1e-11 * size);
+}
+
+void checkCase(const std::string& text) {
+    std::string upper;
+    std::string lower;
+    uppercase(text, upper);
+    lowercase(text, lower);
+    FUZZ_CHECK(upper.size() == text.size() && lower.size() == text.size());
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        const bool isLower = text[i] >= 'a' && text[i] <= 'z';
+        const bool isUpper = text[i] >= 'A' && text[i] <= 'Z';
+        FUZZ_CHECK(upper[i] == (isLower ? text[i] - 32 : text[i]));
+        FUZZ_CHECK(lower[i] == (isUpper ? text[i] + 32 : text[i]));
+    }
+}
+
+void checkMark(const std::string& text) {
+    static const int file = memfd_create("marked", 0);
+    static const std::string path = "/proc/self/fd/" + std::to_string(file);
+    const std::string start = text.substr(0, 8);
+    FUZZ_CHECK(ftruncate(file, 0) == 0);
+    FUZZ_CHECK(pwrite(file, start.data(), start.size(), 0) == static_cast<ssize_t>(start.size()));
+    const std::string marks[] = {"\xEF\xBB\xBF",
+                                 "\xFE\xFF",
+                                 "\xFF\xFE",
+                                 std::string("\0\0\xFE\xFF", 4),
+                                 std::string("\xFF\xFE\0\0", 4),
+                                 "+/v",
+                                 "\xF7\x64\x4C",
+                                 "\xDD\x73\x66\x73",
+                                 "\x0E\xFE\xFF",
+                                 "\xFB\xEE\x28"};
+    int expected = 0;
+    while (expected < NO_BOM && (start.size() < 4 || !start.starts_with(marks[expected])))
+        ++expected;
+    UNICODE_ENCODING encoding = UTF_8;
+    unsigned long length = 99;
+    FUZZ_CHECK(getUnicodeEncoding(path, encoding, length) == (expected != NO_BOM));
+    FUZZ_CHECK(encoding == expected);
+    FUZZ_CHECK(length == (expected == NO_BOM ? 99 : marks[expected].size()));
+}
+
+struct Encoding {
+    CFStringEncoding number;
+    const char* name; // that the C library knows it by
+    iconv_t converter = iconv_open("UTF-16LE", name);
+};
+
+// The text's UTF-16 units as the C library has them; nothing when it is no text in the encoding.
+std::optional<std::u16string> plainUnits(const std::string& text, const Encoding& encoding) {
+    std::u16string units(text.size() + 1, u'\0');
+    char* from = const_cast<char*>(text.data());
+    char* to = reinterpret_cast<char*>(units.data());
+    std::size_t left = text.size();
+    std::size_t room = units.size() * sizeof(char16_t);
+    iconv(encoding.converter, nullptr, nullptr, nullptr, nullptr);
+    const bool converts =
+        iconv(encoding.converter, &from, &left, &to, &room) != static_cast<std::size_t>(-1);
+    units.resize(units.size() - room / sizeof(char16_t));
+    return converts && left == 0 ? std::optional(units) : std::nullopt;
+}
+
+void checkEncoding(const std::string& text, const Encoding& encoding) {
+    const std::optional<std::u16string> expected = plainUnits(text, encoding);
+    const velnor::CFRef<CFStringRef> string(
+        CFStringCreateWithBytes(kCFAllocatorDefault, reinterpret_cast<const UInt8*>(text.data()),
+                                static_cast<CFIndex>(text.size()), encoding.number, false));
+    FUZZ_CHECK(bool(string) == expected.has_value());
+    if (!string)
+        return;
+    const CFIndex count = CFStringGetLength(string.Get());
+    std::u16string units(static_cast<std::size_t>(count), u'\0');
+    CFStringGetCharacters(string.Get(), CFRange{0, count},
+                          reinterpret_cast<UniChar*>(units.data()));
+    FUZZ_CHECK(units == *expected);
+    const CFIndex room = CFStringGetMaximumSizeForEncoding(count, encoding.number) + 1;
+    std::string back(static_cast<std::size_t>(room), 'x');
+    FUZZ_CHECK(bool(CFStringGetCString(string.Get(), back.data(), room, encoding.number)) ==
+               (text.find('\0') == kNone));
+    FUZZ_CHECK(text.find('\0') != kNone || back.c_str() == text);
+}
+
+void checkEncodings(const std::string& text) {
+    static const Encoding kUtf8 = {kCFStringEncodingUTF8, "UTF-8"};
+    static const Encoding kAscii = {kCFStringEncodingASCII, "ASCII"};
+    static const Encoding kLegacy = {kCFStringEncodingMacRoman, "MACINTOSH"};
+    checkEncoding(text, kUtf8);
+    checkEncoding(text, kAscii);
+    if (text.find_first_of("\xC6\xF0") == kNone) // the C library has other characters there
+        checkEncoding(text, kLegacy);
+}
+
 void checkPath(const std::string& path) {
     const std::string folder = getPathFromFile(path);
     const std::string file = getFileFromPath(path);
@@ -208,6 +324,10 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, std::size_t size) {
     checkTokens(text.substr(std::min<std::size_t>(2, size)), text.substr(0, 2));
     checkTrim(text);
     checkNumber(text);
+    checkNumberText(text);
+    checkCase(text);
+    checkMark(text);
+    checkEncodings(text);
     checkPath(text);
     return 0;
 }
