@@ -7,6 +7,7 @@
 #include <csignal>
 #include <functional>
 #include <iterator>
+#include <type_traits>
 #include <utility>
 
 #include <fcntl.h>
@@ -47,6 +48,7 @@ constexpr long kMakes[] = {SYS_rename, SYS_renameat, SYS_renameat2,       SYS_li
                            SYS_linkat, SYS_mkdir,    SYS_symlinkat,       SYS_ftruncate64,
                            SYS_fchmod, SYS_mkdirat,  SYS_utimensat_time64};
 #endif
+using Register = std::remove_cvref_t<decltype(user_regs_struct().*kNumber)>;
 constexpr long kWrites[] = {SYS_write, SYS_writev, SYS_pwrite64};
 
 template <std::size_t Size>
@@ -84,9 +86,9 @@ inline FaultyRun follow(pid_t child, Fault fault, int number) {
         user_regs_struct registers = {};
         ptrace(PTRACE_GETREGS, child, nullptr, &registers);
         if (entering && number > 0 && (error = errorOf(fault, registers)) != 0 && --number == 0) {
-            registers.*kNumber = -1; /* no system call */
+            registers.*kNumber = Register(-1); /* no system call */
         } else if (!entering && number == 0 && error != 0) {
-            registers.*kResult = -std::exchange(error, 0);
+            registers.*kResult = Register(-std::exchange(error, 0));
             --number;
         }
         ptrace(PTRACE_SETREGS, child, nullptr, &registers);
