@@ -52,8 +52,8 @@ struct Behaviour {
     std::int32_t vendorResult = 0;
     bool answerVendor = false; /* write vendorAnswer over the value */
     std::uint32_t vendorAnswer = 0;
-    int throwAt = -1; /* the opcode whose calls throw, as no engine should */
-    int thrown = 0;   /* how often */
+    int throwAt = -1;         /* the opcode whose calls throw, as no engine should */
+    int thrown = 0;           /* how often */
     bool writePattern = true; /* else kOpProcess leaves the buffers alone */
 };
 
