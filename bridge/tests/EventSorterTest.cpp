@@ -34,7 +34,9 @@ TEST(EventSorter, EveryKindOfDisorderEndsInStableOrder) {
             events[i].unused[1] = static_cast<std::uint8_t>(i);
         }
         std::vector<MIDIEvent> expected = events;
-        std::ranges::stable_sort(expected, {}, &MIDIEvent::offset);
+        std::ranges::sort(expected, {}, [](const MIDIEvent& event) {
+            return std::tuple(event.offset, event.unused[0], event.unused[1]);
+        });
         sorter->sort(events.data(), count);
         ASSERT_EQ(std::memcmp(events.data(), expected.data(), count * sizeof(MIDIEvent)), 0)
             << count << " in round " << round;
