@@ -2,6 +2,7 @@
 
 #include <tinyxml.h>
 
+#include <array>
 #include <cstdio>
 #include <cstring>
 #include <fstream>
@@ -20,10 +21,13 @@ struct FileCloser {
 
 bool readWhole(const std::string& path, std::string& text) {
     std::ifstream in(path, std::ios::binary);
-    text.resize(kLargestFile + 1);
-    in.read(text.data(), static_cast<std::streamsize>(text.size()));
-    text.resize(static_cast<std::size_t>(in.gcount()));
-    return in.eof() && !text.empty() && text.find('\0') == std::string::npos;
+    std::array<char, 4096> piece;
+    while (in && text.size() <= kLargestFile) {
+        in.read(piece.data(), piece.size());
+        text.append(piece.data(), static_cast<std::size_t>(in.gcount()));
+    }
+    return in.eof() && !text.empty() && text.size() <= kLargestFile &&
+           text.find('\0') == std::string::npos;
 }
 
 // The parser recurses once per element inside another, to any depth. An element that can hold
