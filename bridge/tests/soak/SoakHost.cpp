@@ -78,7 +78,10 @@ void SoakHost::sendEvents(UInt32 frames) {
                                  0,
                                  0,
                                  {}};
-        mExpected.push_back(event);
+        mExpected.insert(
+            std::upper_bound(mExpected.begin(), mExpected.end(), event,
+                             [](const auto& a, const auto& b) { return a.offset < b.offset; }),
+            event);
         EXPECT_EQ(mInstrument->sendMidi(event.data[0], event.data[1], event.data[2], event.offset),
                   noErr);
     }
@@ -103,8 +106,6 @@ void SoakHost::pull(UInt32 frames) {
 
 /* One process call for all buses, with every message once, in order. */
 void SoakHost::checkBlock(UInt32 frames) {
-    std::stable_sort(mExpected.begin(), mExpected.end(),
-                     [](const auto& a, const auto& b) { return a.offset < b.offset; });
     const auto calls = callsOf(kOpProcess);
     ASSERT_EQ(calls.size(), 1U) << "block " << mBlocks;
     ASSERT_EQ(static_cast<UInt32>(calls[0].words[5]), frames);

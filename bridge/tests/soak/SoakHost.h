@@ -51,7 +51,7 @@ private:
     double mRate = 44100.0;
     UInt32 mMostFrames = 0;
     double mSampleTime = 0.0;
-    std::vector<MIDIEvent> mExpected; /* sent since the last pull or reset */
+    std::vector<MIDIEvent> mExpected; /* sent since the last pull or reset, by offset */
     double mSeconds = 0.0;
     std::uint64_t mBlocks = 0;
     std::uint64_t mEvents = 0;
