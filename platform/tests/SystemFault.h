@@ -7,6 +7,7 @@
 #include <csignal>
 #include <functional>
 #include <iterator>
+#include <string>
 #include <type_traits>
 #include <utility>
 
@@ -56,19 +57,26 @@ bool isOneOf(const long (&calls)[Size], long call) {
     return std::find(std::begin(calls), std::end(calls), call) != std::end(calls);
 }
 
+/* Not the standard streams, and not the pipe through which a sanitizer asks what it may read. */
+inline bool isOpenFile(pid_t process, unsigned long number) {
+    const std::string path = "/proc/" + std::to_string(process) + "/fd/" + std::to_string(number);
+    char first = 0;
+    return number > STDERR_FILENO && readlink(path.c_str(), &first, 1) == 1 && first == '/';
+}
+
 /* The error that the call gets, 0 when the fault does not concern it. */
-inline int errorOf(Fault fault, const user_regs_struct& registers) {
+inline int errorOf(Fault fault, pid_t process, const user_regs_struct& registers) {
     const auto call = static_cast<long>(registers.*kNumber);
-    const bool standard = registers.*kFirst <= STDERR_FILENO;
     if (call == SYS_open || call == SYS_openat) {
         const auto flags = registers.*(call == SYS_open ? kSecond : kThird);
         const bool changes = (flags & (O_ACCMODE | O_CREAT)) != O_RDONLY;
         return changes != (fault == Fault::kChange) ? 0 : changes ? EROFS : EIO;
     }
+    const auto onFile = [&] { return isOpenFile(process, registers.*kFirst); };
     if (fault == Fault::kRead)
-        return isOneOf(kLooks, call) || (call == SYS_read && !standard) ? EIO : 0;
+        return isOneOf(kLooks, call) || (call == SYS_read && onFile()) ? EIO : 0;
     if (isOneOf(kWrites, call))
-        return standard ? 0 : ENOSPC;
+        return onFile() ? ENOSPC : 0;
     return call == SYS_fsync ? EIO : isOneOf(kMakes, call) ? EROFS : 0;
 }
 
@@ -85,7 +93,8 @@ inline FaultyRun follow(pid_t child, Fault fault, int number) {
             continue;
         user_regs_struct registers = {};
         ptrace(PTRACE_GETREGS, child, nullptr, &registers);
-        if (entering && number > 0 && (error = errorOf(fault, registers)) != 0 && --number == 0) {
+        if (entering && number > 0 && (error = errorOf(fault, child, registers)) != 0 &&
+            --number == 0) {
             registers.*kNumber = Register(-1); /* no system call */
         } else if (!entering && number == 0 && error != 0) {
             registers.*kResult = Register(-std::exchange(error, 0));
