@@ -70,8 +70,9 @@ TEST_P(Soak, LosesNoEventAndDoesNotGrow) {
     host.close();
     PlatformAdvanceEventLoop(1.0);
     const std::size_t now = bytesInUse();
-    if (end > 10 * kShortRun) // before that, every buffer is still on its way to its largest
+    if (end > 10 * kShortRun) { // before that, every buffer is still on its way to its largest
         EXPECT_LE(now, bytes + kMostGrowth);
+    }
     EXPECT_EQ(PlatformLiveObjectCount(), objects);
     EXPECT_TRUE(home.alerts.Alerts().empty());
     std::cout << host.seconds() << " s, " << host.blocks() << " blocks, " << host.events()
