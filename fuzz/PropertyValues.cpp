@@ -216,6 +216,8 @@ void PropertyValues::ReleaseObject(AudioUnitPropertyID id, const void* data, UIn
     if (owned == std::end(kOwned) || room < owned->second + sizeof object)
         return;
     std::memcpy(&object, static_cast<const UInt8*>(data) + owned->second, sizeof object);
+    FUZZ_CHECK(object != nullptr);
+    FUZZ_CHECK(id == kAudioUnitProperty_ClassInfo || CFGetTypeID(object) == CFStringGetTypeID());
     mMemory.Adopt(object);
 }
 

@@ -81,6 +81,10 @@ def view_seeds():
     yield from noise(128)
 
 
+def event_sorter_seeds():
+    yield from noise(512)
+
+
 def midi_file_seeds():
     def chunk(kind, content):
         return kind + struct.pack(">I", len(content)) + content
