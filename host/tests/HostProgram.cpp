@@ -2,6 +2,7 @@
 
 #include <csignal>
 #include <filesystem>
+#include <stdexcept>
 #include <thread>
 
 #include <fcntl.h>
@@ -59,7 +60,8 @@ Outcome HostProgram::runInterrupted(const std::vector<std::string>& arguments, i
         argv.push_back(word.data());
     argv.push_back(nullptr);
     pid_t child = 0;
-    posix_spawn(&child, argv[0], &actions, nullptr, argv.data(), environ);
+    if (posix_spawn(&child, argv[0], &actions, nullptr, argv.data(), environ) != 0)
+        throw std::runtime_error(words[0]); // no process, and so none to signal
     posix_spawn_file_actions_destroy(&actions);
     if (signal != 0) {
         std::this_thread::sleep_for(std::chrono::milliseconds(after));
