@@ -110,9 +110,11 @@ OSStatus AUBase::DoRenderBus(AudioUnitRenderActionFlags& ioFlags, const AudioTim
 OSStatus AUBase::RenderBus(AudioUnitRenderActionFlags& ioFlags, const AudioTimeStamp& inTimeStamp,
                            UInt32 inBus, UInt32 inFrames) VELNOR_NONBLOCKING {
     const Float64 time = inTimeStamp.mSampleTime;
-    if (mLastRenderedSampleTime.exchange(time, std::memory_order_relaxed) == time) {
+    // A reset that comes between the two counts as one before this pull: it renders either way.
+    if (mLastRenderedSampleTime.load(std::memory_order_relaxed) == time) {
         return noErr;
     }
+    mLastRenderedSampleTime.store(time, std::memory_order_relaxed);
     PrepareOtherOutputs(inBus, inFrames);
     return Render(ioFlags, inTimeStamp, inFrames);
 }
