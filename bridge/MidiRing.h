@@ -39,17 +39,18 @@ public:
         return true;
     }
 
-    /* Consumer: hands each message that was queued before the call to accept(const MIDIEvent&), in
-     * order of arrival, and frees its slot after that. Concurrent with push; nonblocking as accept
-     * is. */
+    /* Consumer: hands messages to accept(const MIDIEvent&), in order of arrival, and frees each one's
+     * slot after that, until none is left or kCapacity were taken. Concurrent with push; nonblocking
+     * as accept is. */
     template <typename Accept>
     void take(Accept&& accept) VELNOR_NONBLOCKING {
-        std::int32_t read = mRingRead.load(std::memory_order_relaxed);
-        const std::int32_t write = mRingWrite.load(std::memory_order_acquire);
-        while (read != write) {
+        for (std::int32_t taken = 0; taken < kCapacity; ++taken) {
+            // Both are looked up each time: a reset may have come in between.
+            const std::int32_t read = mRingRead.load(std::memory_order_relaxed);
+            if (read == mRingWrite.load(std::memory_order_acquire))
+                return;
             accept(mSlots[static_cast<std::size_t>(read)]);
-            read = (read + 1) % kSlots;
-            mRingRead.store(read, std::memory_order_release);
+            mRingRead.store((read + 1) % kSlots, std::memory_order_release);
         }
     }
 

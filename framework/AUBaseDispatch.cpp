@@ -4,9 +4,22 @@
 #include "framework/PropertyTable.h"
 #include "framework/SelectorArguments.h"
 
+#include <algorithm>
+#include <cstring>
 #include <vector>
 
 namespace velnor {
+
+namespace {
+
+/// Whether a value of so many bytes may lie there: a type's size is a multiple of its alignment.
+bool IsAlignedFor(const void* inData, UInt32 inSize) {
+    const UInt32 largestPowerOfTwo = inSize & (~inSize + 1);
+    const UInt32 alignment = std::min<UInt32>(largestPowerOfTwo, alignof(UInt64));
+    return alignment == 0 || reinterpret_cast<uintptr_t>(inData) % alignment == 0;
+}
+
+} // namespace
 
 bool AUBase::CanDo(SInt16 inSelector) const {
     switch (inSelector) {
@@ -75,9 +88,12 @@ OSStatus AUBase::DoGetProperty(AudioUnitPropertyID inID, AudioUnitScope inScope,
 OSStatus AUBase::FetchProperty(const PropertyAddress& inAt, UInt32 inSize, void* outData,
                                UInt32& ioDataSize) {
     const bool fits = ioDataSize >= inSize;
-    const bool direct = fits && reinterpret_cast<uintptr_t>(outData) % alignof(UInt64) == 0;
+    const bool direct = fits && IsAlignedFor(outData, inSize);
     std::vector<UInt64> whole(direct ? 0 : inSize / sizeof(UInt64) + 1);
     void* const value = direct ? outData : whole.data();
+    if (!direct) {
+        std::memcpy(value, outData, std::min(ioDataSize, inSize)); // a property may look at it
+    }
     mParameterListRoom = inSize;
     const OSStatus status =
         StatusOf([&] { return GetProperty(inAt.id, inAt.scope, inAt.element, value); });

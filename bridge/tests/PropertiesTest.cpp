@@ -116,6 +116,12 @@ TEST_F(Properties, VendorPropertiesPassThroughInBothDirections) {
     EXPECT_EQ(instrument.set(70001, byte), noErr);
     EXPECT_EQ(callsOf(kOpVendorProperty).at(0).bytes[0], std::string("\x07\0\0\0", 4));
     takeCalls();
+    alignas(8) UInt32 values[] = {0x04030201, 0x08070605};
+    EXPECT_EQ(instrument.get(70000, values[0]), noErr);
+    EXPECT_EQ(instrument.get(70000, values[1]), noErr); // wherever it lies
+    EXPECT_EQ(callsOf(kOpVendorProperty).at(0).bytes[0], "\x01\x02\x03\x04");
+    EXPECT_EQ(callsOf(kOpVendorProperty).at(1).bytes[0], "\x05\x06\x07\x08");
+    takeCalls();
     behaviour.answerVendor = true;
     behaviour.vendorAnswer = 4711;
     EXPECT_EQ(instrument.get(0x7FFFFFFF, value), noErr);

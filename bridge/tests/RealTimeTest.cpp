@@ -2,29 +2,50 @@
 #include "platform/tests/Testing.h"
 
 #include <atomic>
+#include <filesystem>
+#include <iterator>
 #include <map>
+#include <regex>
 
 namespace velnor::test {
 namespace {
 
 /* Every way out of the proof that the render road does not block, by file. One more has to be
  * argued for here. */
-TEST(RealTime, TheBridgesEscapesAreTheseAndNoMore) {
+TEST(RealTime, TheEscapesAreTheseAndNoMore) {
+    namespace fs = std::filesystem;
     std::map<std::string, int> escapes;
-    for (const auto& entry : std::filesystem::directory_iterator(VELNOR_SOURCE_DIR "/bridge")) {
-        if (!entry.is_regular_file())
-            continue;
-        const std::string text = ReadFile(entry.path().string());
-        const std::string use = "VELNOR_RT_ESCAPE(";
-        for (std::size_t at = text.find(use); at != std::string::npos; at = text.find(use, at + 1))
-            ++escapes[entry.path().filename().string()];
-    }
-    EXPECT_THAT(escapes, (std::map<std::string, int>{
-                             {"EngineCall.h", 1},        // the engine's entry point
-                             {"HostTransport.cpp", 1},   // the host's callbacks
-                             {"SamplerAURender.cpp", 3}, // reserved room; two lines on lost MIDI
-                             {"SyncInfo.cpp", 1},        // the description that no render asks for
-                         }));
+    for (const char* layer : {"platform", "support", "framework", "bridge", "engines"})
+        for (const auto& entry :
+             fs::recursive_directory_iterator(fs::path(VELNOR_SOURCE_DIR) / layer)) {
+            const std::string name = fs::relative(entry.path(), VELNOR_SOURCE_DIR).string();
+            if (!entry.is_regular_file() || name.find("/tests/") != std::string::npos)
+                continue;
+            const std::string text = ReadFile(entry.path().string());
+            const std::regex use(" VELNOR_RT_ESCAPE(_CHECKED)?\\(");
+            const auto count =
+                std::distance(std::sregex_iterator(text.begin(), text.end(), use), {});
+            if (count > 0 && name != "platform/Facts.h")
+                escapes[name] = static_cast<int>(count);
+        }
+    EXPECT_THAT(escapes,
+                (std::map<std::string, int>{
+                    {"bridge/EngineCall.h", 1},          // the engine's entry point
+                    {"bridge/HostTransport.cpp", 1},     // the host's callbacks
+                    {"bridge/SamplerAURender.cpp", 3},   // reserved room; two lines on lost MIDI
+                    {"bridge/SyncInfo.cpp", 1},          // the description that no render asks for
+                    {"engines/soundfont/Synth.h", 1},    // the library that makes the sound
+                    {"framework/AUBaseRender.cpp", 3},   // two try blocks; the thread's own id
+                    {"framework/AUBaseSchedule.cpp", 1}, // more events than ever before
+                    {"framework/AUElement.cpp", 1},      // a parameter's first value
+                    {"framework/AUInputSource.cpp", 2},  // the host's input
+                    {"framework/FastEntries.cpp", 1},    // a try block
+                    {"framework/PropertyListenerList.cpp", 1},   // the host's listeners
+                    {"framework/RenderNotificationList.cpp", 1}, // and notifications
+                    {"framework/ThrowStatus.h", 1},              // a failure
+                    {"platform/Clock.cpp", 1},                   // no system call behind it
+                    {"platform/ComponentInstances.h", 1},        // the component's own code
+                }));
 }
 
 /* The host's MIDI thread against its render thread, through the component's entry. */

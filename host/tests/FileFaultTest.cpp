@@ -35,13 +35,16 @@ protected:
         std::vector<char*> argv;
         for (std::string& word : words)
             argv.push_back(word.data());
-        const FaultyRun run = runWithFault(mFault, number, [&] {
-            dup2(out, STDOUT_FILENO);
-            dup2(error, STDERR_FILENO);
-            if (chdir(program->home.Root().c_str()) != 0)
-                return -1;
-            return host::runCommandLine(static_cast<int>(argv.size()), argv.data());
-        });
+        const FaultyRun run = runWithFault(
+            mFault, number,
+            [&] {
+                dup2(out, STDOUT_FILENO);
+                dup2(error, STDERR_FILENO);
+                if (chdir(program->home.Root().c_str()) != 0)
+                    return -1;
+                return host::runCommandLine(static_cast<int>(argv.size()), argv.data());
+            },
+            program->home.Home());
         close(out);
         close(error);
         return run;
@@ -59,6 +62,7 @@ protected:
     /* Nothing but what was there and what the command names. */
     void expectNothingHalf() const {
         EXPECT_EQ(program->filesLike("out").size(), 2u);
+        fs::create_directories(program->home.Home());
         for (const auto& entry : fs::recursive_directory_iterator(program->home.Home()))
             EXPECT_FALSE(entry.path().filename().string().starts_with(".velnor-") &&
                          entry.path().extension() != ".lock")
@@ -102,7 +106,7 @@ TEST_P(FileFault, IsOneLineAndLeavesNothingHalf) {
         EXPECT_TRUE(result.starts_with("precious"));
         EXPECT_EQ(error.find("error:"), std::string::npos);
         EXPECT_FALSE(error.empty());
-        if (mFault == Fault::kRead)
+        if (mFault == Fault::kRead || mFault == Fault::kVanish)
             continue; /* an alert may come first */
         EXPECT_EQ(std::count(error.begin(), error.end(), '\n'), 1);
         EXPECT_TRUE(error.find(program->home.Root()) != std::string::npos ||
@@ -112,13 +116,16 @@ TEST_P(FileFault, IsOneLineAndLeavesNothingHalf) {
     EXPECT_GT(failures, 2);
 }
 
+std::string nameOf(const testing::TestParamInfo<FileFault::ParamType>& test) {
+    const char* const kNames[] = {"Changes", "ChangesFromThereOn", "Reads", "HomeThatVanishes"};
+    return std::get<0>(test.param)[0] + kNames[test.index % std::size(kNames)];
+}
+
 INSTANTIATE_TEST_SUITE_P(Commands, FileFault,
                          testing::Combine(testing::Values(kRender, kPreset, kInstall),
-                                          testing::Values(Fault::kChange, Fault::kRead)),
-                         [](const auto& test) {
-                             return std::get<0>(test.param)[0] +
-                                    (test.index % 2 == 0 ? "Changes" : "Reads");
-                         });
+                                          testing::Values(Fault::kChange, Fault::kChangesFromThere,
+                                                          Fault::kRead, Fault::kVanish)),
+                         nameOf);
 
 } // namespace
 } // namespace velnor::test

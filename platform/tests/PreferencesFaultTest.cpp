@@ -17,7 +17,9 @@ const Case kCases[] = {
     {"ChangesOfASoundFile", Fault::kChange, kSound},
     {"ChangesOfADamagedFile", Fault::kChange, kDamaged},
     {"ChangesWithoutAFile", Fault::kChange, ""},
+    {"ChangesFromThereOn", Fault::kChangesFromThere, kSound},
     {"ReadsOfASoundFile", Fault::kRead, kSound},
+    {"FolderThatVanishes", Fault::kVanish, kSound},
 };
 
 class PreferencesFault : public testing::TestWithParam<Case> {};
@@ -33,14 +35,17 @@ TEST_P(PreferencesFault, InAnyCallLeavesTheOldFileOrTheNewOne) {
         const TempHome home;
         if (!test.content.empty())
             WriteFile(PathOf(), test.content);
-        const FaultyRun run =
-            runWithFault(test.fault, number, [] { return Save("k", Value("new").Get()) ? 0 : 1; });
+        const FaultyRun run = runWithFault(
+            test.fault, number, [] { return Save("k", Value("new").Get()) ? 0 : 1; },
+            home.ConfigHome() + "/velnor");
         met = run.met;
         refused += run.status == 1;
         ASSERT_TRUE(run.status == 0 || (run.status == 1 && met)) << run.status;
         const bool isNew = Search("k") == "new";
-        ASSERT_TRUE(isNew || (run.status == 1 && ReadFile(PathOf()) == test.content));
-        ASSERT_EQ(static_cast<bool>(Load("n")), test.content == kSound);
+        if (test.fault != Fault::kVanish) {
+            ASSERT_TRUE(isNew || (run.status == 1 && ReadFile(PathOf()) == test.content));
+            ASSERT_EQ(static_cast<bool>(Load("n")), test.content == kSound);
+        }
         ASSERT_TRUE(!isNew || test.content != kDamaged ||
                     ReadFile(PathOf() + ".damaged") == kDamaged);
         ASSERT_FALSE(

@@ -5,11 +5,11 @@
 #include <algorithm>
 #include <cerrno>
 #include <csignal>
+#include <filesystem>
 #include <functional>
 #include <iterator>
 #include <string>
 #include <type_traits>
-#include <utility>
 
 #include <fcntl.h>
 #include <sys/ptrace.h>
@@ -20,10 +20,11 @@
 
 namespace velnor::test {
 
-/* kChange: writes find no space, flushes a broken disk, everything else that makes or renames a
- * read-only file system; taking something away works. kRead: opens, reads and looks find a broken
- * disk. The standard streams always work. */
-enum class Fault { kChange, kRead };
+/* What happens to one call. kChange: a write finds no space, a flush a broken disk, anything else
+ * that makes or renames a read-only file system; taking something away works. kRead: an open, a
+ * read or a look finds a broken disk. kVanish: just before any of these a folder goes.
+ * kChangesFromThere: every later change fails too. The standard streams always work. */
+enum class Fault { kChange, kChangesFromThere, kRead, kVanish };
 
 struct FaultyRun {
     int status; /* what work gave; below 0: minus the signal that ended the process */
@@ -36,7 +37,9 @@ namespace faults {
 constexpr auto kNumber = &user_regs_struct::orig_rax, kResult = &user_regs_struct::rax,
                kFirst = &user_regs_struct::rdi, kSecond = &user_regs_struct::rsi,
                kThird = &user_regs_struct::rdx;
-constexpr long kLooks[] = {SYS_getdents64, SYS_stat, SYS_lstat, SYS_statx, SYS_newfstatat};
+constexpr long kLooks[] = {SYS_getdents64, SYS_stat,      SYS_lstat,      SYS_statx,
+                           SYS_newfstatat, SYS_readlink,  SYS_readlinkat, SYS_access,
+                           SYS_faccessat,  SYS_faccessat2};
 constexpr long kMakes[] = {SYS_rename, SYS_renameat, SYS_renameat2, SYS_link,
                            SYS_linkat, SYS_mkdir,    SYS_symlinkat, SYS_ftruncate,
                            SYS_fchmod, SYS_mkdirat,  SYS_utimensat};
@@ -44,7 +47,9 @@ constexpr long kMakes[] = {SYS_rename, SYS_renameat, SYS_renameat2, SYS_link,
 constexpr auto kNumber = &user_regs_struct::orig_eax, kResult = &user_regs_struct::eax,
                kFirst = &user_regs_struct::ebx, kSecond = &user_regs_struct::ecx,
                kThird = &user_regs_struct::edx;
-constexpr long kLooks[] = {SYS_getdents64, SYS_stat64, SYS_lstat64, SYS_statx, SYS_fstatat64};
+constexpr long kLooks[] = {SYS_getdents64, SYS_stat64,    SYS_lstat64,    SYS_statx,
+                           SYS_fstatat64,  SYS_readlink,  SYS_readlinkat, SYS_access,
+                           SYS_faccessat,  SYS_faccessat2};
 constexpr long kMakes[] = {SYS_rename, SYS_renameat, SYS_renameat2,       SYS_link,
                            SYS_linkat, SYS_mkdir,    SYS_symlinkat,       SYS_ftruncate64,
                            SYS_fchmod, SYS_mkdirat,  SYS_utimensat_time64};
@@ -66,11 +71,14 @@ inline bool isOpenFile(pid_t process, unsigned long number) {
 
 /* The error that the call gets, 0 when the fault does not concern it. */
 inline int errorOf(Fault fault, pid_t process, const user_regs_struct& registers) {
+    if (fault == Fault::kVanish)
+        return std::max(errorOf(Fault::kChange, process, registers),
+                        errorOf(Fault::kRead, process, registers));
     const auto call = static_cast<long>(registers.*kNumber);
     if (call == SYS_open || call == SYS_openat) {
         const auto flags = registers.*(call == SYS_open ? kSecond : kThird);
         const bool changes = (flags & (O_ACCMODE | O_CREAT)) != O_RDONLY;
-        return changes != (fault == Fault::kChange) ? 0 : changes ? EROFS : EIO;
+        return changes == (fault == Fault::kRead) ? 0 : changes ? EROFS : EIO;
     }
     const auto onFile = [&] { return isOpenFile(process, registers.*kFirst); };
     if (fault == Fault::kRead)
@@ -81,11 +89,16 @@ inline int errorOf(Fault fault, pid_t process, const user_regs_struct& registers
 }
 
 /* Lets the stopped child run on to its end. */
-inline FaultyRun follow(pid_t child, Fault fault, int number) {
+inline FaultyRun follow(pid_t child, Fault fault, int number, const std::string& folder) {
     constexpr int kSystemCall = SIGTRAP | 0x80;
     ptrace(PTRACE_SETOPTIONS, child, nullptr, PTRACE_O_TRACESYSGOOD | PTRACE_O_EXITKILL);
-    int status = 0, error = 0, signal = 0;
+    int status = 0, met = 0, error = 0, signal = 0;
     bool entering = true;
+    const auto concerns = [&](const user_regs_struct& registers) {
+        const bool over = number < 1 || (met >= number && fault != Fault::kChangesFromThere);
+        error = over ? 0 : errorOf(fault, child, registers);
+        return error != 0 && ++met >= number;
+    };
     while (ptrace(PTRACE_SYSCALL, child, nullptr, signal) == 0 &&
            waitpid(child, &status, 0) == child && WIFSTOPPED(status)) {
         signal = WSTOPSIG(status) == kSystemCall ? 0 : WSTOPSIG(status);
@@ -93,24 +106,29 @@ inline FaultyRun follow(pid_t child, Fault fault, int number) {
             continue;
         user_regs_struct registers = {};
         ptrace(PTRACE_GETREGS, child, nullptr, &registers);
-        if (entering && number > 0 && (error = errorOf(fault, child, registers)) != 0 &&
-            --number == 0) {
+        if (!entering) {
+            if (error != 0)
+                registers.*kResult = Register(-error);
+        } else if (!concerns(registers)) {
+            error = 0;
+        } else if (fault == Fault::kVanish) {
+            std::filesystem::remove_all(folder);
+            error = 0;
+        } else {
             registers.*kNumber = Register(-1); /* no system call */
-        } else if (!entering && number == 0 && error != 0) {
-            registers.*kResult = Register(-std::exchange(error, 0));
-            --number;
         }
         ptrace(PTRACE_SETREGS, child, nullptr, &registers);
         entering = !entering;
     }
-    return {WIFEXITED(status) ? WEXITSTATUS(status) : -WTERMSIG(status), number < 0};
+    return {WIFEXITED(status) ? WEXITSTATUS(status) : -WTERMSIG(status), met >= number};
 }
 
 } // namespace faults
 
-/* Runs work in a child process, in which the number-th call that the fault concerns fails, the
- * first being 1. */
-inline FaultyRun runWithFault(Fault fault, int number, const std::function<int()>& work) {
+/* Runs work in a child process, in which the fault comes to the number-th call that it concerns,
+ * the first being 1. kVanish takes the folder away. */
+inline FaultyRun runWithFault(Fault fault, int number, const std::function<int()>& work,
+                              const std::string& folder = "") {
     const pid_t child = fork();
     if (child == 0) {
         if (ptrace(PTRACE_TRACEME, 0, nullptr, nullptr) != 0)
@@ -120,7 +138,8 @@ inline FaultyRun runWithFault(Fault fault, int number, const std::function<int()
     }
     int status = 0;
     waitpid(child, &status, 0);
-    return WIFSTOPPED(status) ? faults::follow(child, fault, number) : FaultyRun{255, false};
+    return WIFSTOPPED(status) ? faults::follow(child, fault, number, folder)
+                              : FaultyRun{255, false};
 }
 
 /* Not every system lets a process do that. */

@@ -12,22 +12,23 @@ namespace velnor::test {
 namespace {
 
 long sCountdown = 0; /* 0: nothing fails */
-bool sFailed = false;
+FailedAllocation sFailed = FailedAllocation::kNone;
 
-bool isDue() {
+bool isDue(FailedAllocation by) {
     if (sCountdown == 0 || --sCountdown > 0)
         return false;
-    return sFailed = true;
+    sFailed = by;
+    return true;
 }
 
 } // namespace
 
 void failAllocation(long number) {
     sCountdown = number;
-    sFailed = false;
+    sFailed = FailedAllocation::kNone;
 }
 
-bool allocationFailed() {
+FailedAllocation failedAllocation() {
     sCountdown = 0;
     return sFailed;
 }
@@ -35,7 +36,9 @@ bool allocationFailed() {
 } // namespace velnor::test
 
 void* operator new(std::size_t size) {
-    void* const block = velnor::test::isDue() ? nullptr : std::malloc(size > 0 ? size : 1);
+    using namespace velnor::test;
+    void* const block =
+        isDue(FailedAllocation::kByNew) ? nullptr : std::malloc(size > 0 ? size : 1);
     if (block == nullptr)
         throw std::bad_alloc();
     return block;
@@ -63,16 +66,16 @@ static bool isDueFor(const void* caller) {
     const std::string_view file = path.substr(path.rfind('/') + 1);
     const bool isOurs =
         file == "Velnor" || file.starts_with("libvelnorplatform") || file.starts_with("ld-linux");
-    return isOurs && velnor::test::isDue();
+    return isOurs && velnor::test::isDue(velnor::test::FailedAllocation::kByMalloc);
 }
 
-void* malloc(std::size_t size) {
+VELNOR_PLATFORM_API void* malloc(std::size_t size) {
     return isDueFor(__builtin_return_address(0)) ? nullptr : __libc_malloc(size);
 }
-void* calloc(std::size_t count, std::size_t size) {
+VELNOR_PLATFORM_API void* calloc(std::size_t count, std::size_t size) {
     return isDueFor(__builtin_return_address(0)) ? nullptr : __libc_calloc(count, size);
 }
-void* realloc(void* block, std::size_t size) {
+VELNOR_PLATFORM_API void* realloc(void* block, std::size_t size) {
     return isDueFor(__builtin_return_address(0)) ? nullptr : __libc_realloc(block, size);
 }
 #endif

@@ -4,12 +4,15 @@
 
 namespace velnor::test {
 
+enum class FailedAllocation { kNone, kByNew, kByMalloc };
+
 /* Lets the number-th allocation from here on fail, the first being 1: of operator new, whoever
- * calls it, and of malloc for the component, the platform library and the dynamic loader. libplist
- * is left out: it uses what malloc gives it without a look. One thread. */
+ * calls it, and of malloc for the component, the platform library and the dynamic loader. Other
+ * libraries' own are left out: libplist uses what malloc gives it without a look. Under sanitizers
+ * only operator new fails. One thread. */
 void failAllocation(long number);
-/* Ends that; true when the allocation came and failed. */
-bool allocationFailed();
+/* Ends that; kNone when the allocation did not come. */
+FailedAllocation failedAllocation();
 
 } // namespace velnor::test
 

@@ -82,20 +82,25 @@ const struct {
     const char* name;
     OSStatus (*run)(Session& session);
     bool closes = false; /* it does so whatever it answers */
+    int least = 0;       /* allocations by operator new; the loader and the buffers use malloc */
+    bool usesMalloc = false;
 } kStages[] = {
     {"register",
      [](Session& session) {
          UInt32 count = 0;
          return PlatformRegisterComponentBundle(VELNOR_BUNDLE_DIR "/Velnor.component",
                                                 session.components, 2, &count);
-     }},
+     },
+     false, 10},
     {"open",
      [](Session& session) {
          return OSStatus{OpenAComponent(session.components[0], &session.unit)};
-     }},
-    {"initialise", [](Session& session) { return AudioUnitInitialize(session.unit); }},
-    {"save", save},
-    {"restore", restore},
+     },
+     false, 10, true},
+    {"initialise", [](Session& session) { return AudioUnitInitialize(session.unit); }, false, 1,
+     true},
+    {"save", save, false, 10},
+    {"restore", restore, false, 1},
     {"vendor",
      [](Session& session) {
          UInt32 value = 0;
@@ -105,7 +110,7 @@ const struct {
     {"render", render},
     {"reset",
      [](Session& session) { return AudioUnitReset(session.unit, kAudioUnitScope_Global, 0); }},
-    {"show", show},
+    {"show", show, false, 5},
     {"idle",
      [](Session&) {
          PlatformAdvanceEventLoop(2);
@@ -135,26 +140,28 @@ void runSession(const Attempt& attempt) {
                                         String("OrmoData").Get()));
 }
 
-/* Whether the stage made so many allocations. */
-bool runShortOfMemory(std::size_t failing, long number) {
-    bool failed = false;
+/* Which allocation failed in the stage; kNone: it makes no so many. */
+FailedAllocation runShortOfMemory(std::size_t failing, long number) {
+    FailedAllocation failed = FailedAllocation::kNone;
     runSession([&](std::size_t stage, Session& session) {
         if (stage == failing)
             failAllocation(number);
         const OSStatus status = kStages[stage].run(session);
-        const bool failedNow = allocationFailed();
-        failed = failed || failedNow;
-        EXPECT_TRUE(status == noErr ||
-                    (failedNow && (status == memFullErr || status == couldNotOpenComponent)))
+        if (stage == failing)
+            failed = failedAllocation();
+        EXPECT_TRUE(status == noErr || (stage == failing && failed != FailedAllocation::kNone &&
+                                        (status == memFullErr || status == couldNotOpenComponent)))
             << status;
         return status;
     });
     return failed;
 }
 
+constexpr int kWentWrong = 99;
+
 /* In a process of its own: what it did and met is gone with it. */
 void runAndExit(std::size_t failing, long number, CFIndex objects) {
-    bool failed = true;
+    auto failed = FailedAllocation::kNone;
     try {
         failed = runShortOfMemory(failing, number);
     } catch (const std::exception& exception) {
@@ -164,7 +171,7 @@ void runAndExit(std::size_t failing, long number, CFIndex objects) {
 #if defined(__SANITIZE_ADDRESS__)
     EXPECT_EQ(__lsan_do_recoverable_leak_check(), 0);
 #endif
-    _exit(testing::Test::HasFailure() ? 2 : failed ? 1 : 0);
+    _exit(testing::Test::HasFailure() ? kWentWrong : static_cast<int>(failed));
 }
 
 /* What is alive after a session; the engine's bundle then stays for good. */
@@ -178,18 +185,28 @@ class AllocationFault : public testing::TestWithParam<std::size_t> {};
 
 TEST_P(AllocationFault, OfEveryNumberIsAStatusAndLeavesNothingBehind) {
     const CFIndex objects = objectsAfterASession();
+    int byNew = 0, byMalloc = 0;
     std::string wrong;
-    int status = 0;
-    for (long number = 1; number == 1 || status != 0; ++number) {
+    for (long number = 1; wrong.size() < 100; ++number) {
         TestHost host;
         const pid_t child = fork();
         if (child == 0)
             runAndExit(GetParam(), number, objects);
+        int status = 0;
         ASSERT_EQ(waitpid(child, &status, 0), child);
-        if (status != 0 && (!WIFEXITED(status) || WEXITSTATUS(status) != 1))
+        const auto failed = FailedAllocation{WIFEXITED(status) ? WEXITSTATUS(status) : kWentWrong};
+        if (failed == FailedAllocation::kNone)
+            break;
+        byNew += failed == FailedAllocation::kByNew;
+        byMalloc += failed == FailedAllocation::kByMalloc;
+        if (failed > FailedAllocation::kByMalloc)
             wrong += " " + std::to_string(number);
     }
     EXPECT_EQ(wrong, "");
+    EXPECT_GE(byNew, kStages[GetParam()].least);
+#if !defined(VELNOR_SANITIZED)
+    EXPECT_TRUE(byMalloc > 0 || !kStages[GetParam()].usesMalloc);
+#endif
 }
 
 TEST(EngineException, OfAnyCallIsAStatusAndTheNextCallWorks) {

@@ -1,6 +1,6 @@
 /* An engine that renders badly in the way that VELNOR_ODD_ENGINE names: "crash", "abort", "throw",
- * "nan", "slow" (a tenth of a second a block), "stall" (a second for the first block), "loud".
- * Otherwise it is silent. */
+ * "nan", "infinite", "denormal", "slow" (a tenth of a second a block), "stall" (a second for the
+ * first block), "loud". Otherwise it is silent. */
 #include "bridge/OrmoEngine.h"
 
 #include <chrono>
@@ -21,6 +21,10 @@ bool sStalled = false;
 float badSample(const std::string& way) {
     if (way == "nan")
         return std::numeric_limits<float>::quiet_NaN();
+    if (way == "infinite")
+        return -std::numeric_limits<float>::infinity();
+    if (way == "denormal")
+        return std::numeric_limits<float>::denorm_min();
     return way == "loud" ? 2.0F : 0.0F;
 }
 
