@@ -5,6 +5,9 @@
 set -euo pipefail
 cd "$(dirname "$0")/.."
 case ${1-} in -h | --help) sed -n '2,4s/^# \{0,1\}//p' "$0"; exit 0 ;; esac
+for number in "$@"; do
+    [[ $number =~ ^[1-9][0-9]*$ ]] || { echo "soak.sh: '$number' is no whole number above 0" >&2; exit 2; }
+done
 export VELNOR_SOAK_SECONDS=${1:-600}
 if [ $# -gt 1 ]; then export VELNOR_SOAK_SEED=$2; fi
 scripts/install-packages.sh build

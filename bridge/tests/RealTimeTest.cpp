@@ -2,10 +2,13 @@
 #include "platform/tests/Testing.h"
 
 #include <atomic>
+#include <cstdlib>
 #include <filesystem>
 #include <iterator>
 #include <map>
 #include <regex>
+
+#include <unistd.h>
 
 namespace velnor::test {
 namespace {
@@ -47,6 +50,15 @@ TEST(RealTime, TheEscapesAreTheseAndNoMore) {
                     {"platform/ComponentInstances.h", 1},        // the component's own code
                 }));
 }
+
+#if defined(VELNOR_REALTIME_SANITIZER)
+void allocates() VELNOR_NONBLOCKING {
+    std::free(std::malloc(static_cast<std::size_t>(getpid())));
+}
+TEST(RealTimeDeathTest, TheSanitizerStopsWhatBlocks) {
+    EXPECT_DEATH(allocates(), "unsafe-library-call|RealtimeSanitizer");
+}
+#endif
 
 /* The host's MIDI thread against its render thread, through the component's entry. */
 TEST_F(Playing, MessagesSentWhileRenderingArriveOnceAndInOrder) {

@@ -26,6 +26,9 @@ public:
     double seconds() const { return mSeconds; } /* simulated so far */
     std::uint64_t blocks() const { return mBlocks; }
     std::uint64_t events() const { return mEvents; }
+    /* Sessions of more than a second; those in which something was heard. */
+    int longSessions() const { return mLongSessions; }
+    int soundingSessions() const { return mSoundingSessions; }
     void close(); /* editor, window, instrument */
 
 private:
@@ -53,6 +56,9 @@ private:
     double mSampleTime = 0.0;
     std::vector<MIDIEvent> mExpected; /* sent since the last pull or reset, by offset */
     double mSeconds = 0.0;
+    float mPeak = 0.0F; /* of this session */
+    int mLongSessions = 0;
+    int mSoundingSessions = 0;
     std::uint64_t mBlocks = 0;
     std::uint64_t mEvents = 0;
 };

@@ -51,6 +51,7 @@ class Soak : public testing::TestWithParam<const char*> {};
 TEST_P(Soak, LosesNoEventAndDoesNotGrow) {
     const std::uint64_t seed = wantedSeed();
     const double end = wantedSeconds();
+    ASSERT_GT(end, 0.0) << "VELNOR_SOAK_SECONDS";
     std::cout << "VELNOR_SOAK_SEED=" << seed << " VELNOR_SOAK_SECONDS=" << end << std::endl;
     TestHost home;
     prepare(home, GetParam());
@@ -74,10 +75,14 @@ TEST_P(Soak, LosesNoEventAndDoesNotGrow) {
         EXPECT_LE(now, bytes + kMostGrowth);
     }
     EXPECT_EQ(PlatformLiveObjectCount(), objects);
+    EXPECT_GE(host.seconds(), end);
+    EXPECT_GT(host.events(), 0U);
+    EXPECT_GE(2 * host.soundingSessions(), host.longSessions());
     EXPECT_TRUE(home.alerts.Alerts().empty());
     std::cout << host.seconds() << " s, " << host.blocks() << " blocks, " << host.events()
-              << " events; heap " << bytes << " bytes after a quarter, " << now << " at the end"
-              << std::endl;
+              << " events, " << host.soundingSessions() << " of " << host.longSessions()
+              << " long sessions heard; heap " << bytes << " bytes after a quarter, " << now
+              << " at the end" << std::endl;
 }
 
 INSTANTIATE_TEST_SUITE_P(Engines, Soak, testing::Values("Probe.engine", "SoundFont.engine"),
