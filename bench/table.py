@@ -3,7 +3,7 @@
 
     table.py RESULTS [--quick] [--document FILE]
 
-RESULTS holds NAME_bench.json of each Google Benchmark program and the lines of render_compare.py in
+RESULTS holds NAME_bench.json of each Google Benchmark program and what render_compare.py printed as
 render_compare.json; the table's rows go to table.json there. --document also rewrites the block
 between the two bench markers of FILE. Exit status 1 when a row is missing; a missed goal is none.
 """
@@ -22,8 +22,9 @@ import textwrap
 Row = collections.namedtuple("Row", "name ours peer goal")
 Result = collections.namedtuple("Result", "group name ours peer unit ratio goal met")
 
-# ours and peer are "PROGRAM/BENCHMARK COUNTER" with a counter in nanoseconds; a peer may be a limit
-# in nanoseconds, of which the goal is 1. Without a goal a row only reports.
+# ours and peer are "PROGRAM/BENCHMARK COUNTER", or of render_compare.py "COMMAND COUNTER"; the counter's
+# ending is its unit. A peer may be a limit in that unit, of which the goal is 1. Without a goal a row
+# only reports.
 
 
 def against_peer(name, benchmark, goal):
@@ -70,15 +71,18 @@ GROUPS = (
     ("Opening an instrument, against one read and parse of the registry's file",
      [against_peer("1 entry in the registry", "bridge/Open/1", None),
       against_peer("100 entries", "bridge/Open/100", None)]),
+    ("velnor-host render",
+     [Row("CPU, a whole song in real time, against fluidsynth -F", "ours in real time cpu_ns", "fluidsynth cpu_ns", 1.00),
+      Row("CPU, 60 s, against a minimal program on libfluidsynth", "ours cpu_ns", "minimal cpu_ns", 1.02),
+      Row("peak memory, a whole song in real time, against fluidsynth -F", "ours in real time peak_kib",
+          "fluidsynth peak_kib", 1.00),
+      Row("peak memory, 60 s, against a minimal program on libfluidsynth", "ours peak_kib", "minimal peak_kib", None),
+      Row("CPU to the first block, against fluidsynth -F", "ours first_block_ns", "fluidsynth first_block_ns", 0.5)]),
 )
-
-# render_compare.py names its rows and goals itself; these it has to have.
-RENDER_GROUP = "velnor-host render"
-RENDER_ROWS = ("CPU, a whole song", "CPU, 60 s", "peak memory", "CPU to the first block")
 
 
 def counters_in(results):
-    """The least over the repetitions of every "PROGRAM/BENCHMARK COUNTER"."""
+    """The least over the repetitions of every counter; render_compare.py gives medians."""
     samples = collections.defaultdict(list)
     context = {}
     for file in sorted(results.glob("*_bench.json")):
@@ -90,30 +94,21 @@ def counters_in(results):
                 for counter in run:
                     if counter.endswith("_ns"):
                         samples[f"{file.name.removesuffix('_bench.json')}/{name} {counter}"].append(run[counter])
+    compared = results / "render_compare.json"
+    for command, counters in json.loads(compared.read_text()).items() if compared.exists() else ():
+        for counter, value in counters.items():
+            samples[f"{command} {counter}"].append(value)
     return {name: min(values) for name, values in samples.items()}, context
 
 
-def bench_results(counters):
+def results_of(counters):
     for group, rows in GROUPS:
         for row in rows:
             ours = counters.get(row.ours)
             peer = row.peer if isinstance(row.peer, (int, float)) else counters.get(row.peer)
             ratio = ours / peer if ours is not None and peer else None
             met = None if row.goal is None or ratio is None else ratio <= row.goal
-            yield Result(group, row.name, ours, peer, "ns", ratio, row.goal, met)
-
-
-def render_results(file):
-    rows = [json.loads(line) for line in file.read_text().splitlines()] if file.exists() else []
-    for row in rows:
-        kib = "memory" in row["name"]
-        scale = 1 if kib else 1e9
-        name = row["name"].replace(", KiB", "")
-        yield Result(RENDER_GROUP, name, row["ours"] * scale, row["peer"] * scale, "KiB" if kib else "ns", row["ratio"],
-                     row["goal"], row["met"])
-    for name in RENDER_ROWS:
-        if not any(row["name"].startswith(name) for row in rows):
-            yield Result(RENDER_GROUP, name, None, None, "ns", None, None, None)
+            yield Result(group, row.name, ours, peer, "KiB" if row.ours.endswith("_kib") else "ns", ratio, row.goal, met)
 
 
 def quantity(value, unit):
@@ -188,7 +183,7 @@ def main():
     parser.add_argument("--document", type=pathlib.Path, help="rewrite the table in this document too")
     options = parser.parse_args()
     counters, context = counters_in(options.results)
-    results = [*bench_results(counters), *render_results(options.results / "render_compare.json")]
+    results = list(results_of(counters))
     (options.results / "table.json").write_text(json.dumps([result._asdict() for result in results], indent=1) + "\n")
     print_table(results, options.quick)
     missing = [result for result in results if result.ratio is None]

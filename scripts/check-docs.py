@@ -17,7 +17,7 @@ def paths_in(text):
 
 missing = [
     f"{doc.relative_to(ROOT)} names {path}"
-    for doc in [ROOT / "README.md", *sorted(ROOT.glob("docs/*.md")), *sorted(ROOT.glob("*/README.md"))]
+    for doc in [ROOT / "README.md", *sorted(ROOT.glob("docs/*.md")), *sorted(ROOT.glob("*/README.md")), *sorted(ROOT.glob("engines/*/README.md"))]
     for path in paths_in(doc.read_text())
     if not (ROOT / path).exists()
 ]
