@@ -49,11 +49,6 @@ void writeAndReadBack(const Texts& path) {
 
 } // namespace
 
-extern "C" int LLVMFuzzerInitialize(int*, char***) {
-    setenv("TMPDIR", "/dev/shm", 0);
-    return 0;
-}
-
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, std::size_t size) {
     static const test::TempHome home;
     const std::string folder = home.ConfigHome() + "/velnor";
