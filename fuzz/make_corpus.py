@@ -6,6 +6,7 @@ import plistlib
 import random
 import struct
 import sys
+import zlib
 
 
 def text_seeds():
@@ -71,6 +72,28 @@ def noise(size):
     """Inputs that are used up by random choices."""
     for number in range(16):
         yield f"noise_{number}", random.Random(number).randbytes(size)
+
+
+def soundfont_chunk_seeds():
+    def chunk(bank, program, bend):
+        state = struct.pack("<fHB4fBB3fB", 0.2, 256, 1, 0.2, 0, 0.5, 0.9, 1, 3, 2, 0.3, 8, 0)
+        for channel in range(16):
+            controllers = bytearray(120)
+            controllers[7], controllers[10], controllers[84] = 100, 64, 255
+            group = (0, 16) if channel == 0 else (255, 0)
+            state += struct.pack("<hh", bank, program) + controllers + struct.pack("<HBB", bend, 2, 0) + bytes(128)
+            state += struct.pack("<4B63f", 0, 0, *group, *[0] * 63)
+        return struct.pack("<4s3I", b"VSFC", 1, 16 + len(state), zlib.crc32(state)) + state
+
+    good = chunk(0, 0, 0x2000)
+    yield "good", good
+    yield "program", chunk(128, 127, 0x3FFF)
+    yield "cut", good[:-1]
+    yield "long", good + b"\0"
+    # Two bytes of offset, one of value.
+    yield "edit", b"\x38\0\5"  # another program
+    for name, offset in (("magic", 0), ("version", 4), ("size", 9), ("checksum", 12)):
+        yield name, struct.pack("<HB", offset, 1)
 
 
 def component_seeds():

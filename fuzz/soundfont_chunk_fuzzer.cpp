@@ -26,19 +26,36 @@ Rig& rig() {
     return instance;
 }
 
-// The fuzzer cannot guess checksums and a fixed size, so it changes single bytes (two bytes of
-// offset, one of value) of a good chunk, which is then sealed.
-std::vector<uint8_t> sealed(const uint8_t* data, size_t size) {
-    std::vector<uint8_t> chunk = rig().asOpened;
-    for (size_t i = 0; i + 2 < size; i += 3) {
-        const size_t offset = static_cast<size_t>(data[i] | data[i + 1] << 8);
-        chunk[kChunkHeaderSize + offset % (kChunkSize - kChunkHeaderSize)] = data[i + 2];
-    }
+void seal(std::vector<uint8_t>& chunk) {
     const uint32_t checksum =
         chunkChecksum(chunk.data() + kChunkHeaderSize, chunk.size() - kChunkHeaderSize);
     for (size_t i = 0; i < 4; ++i) {
         chunk[kChunkHeaderSize - 4 + i] = static_cast<uint8_t>(checksum >> (8 * i));
     }
+}
+
+// The fuzzer cannot guess checksums. A chunk that it wrote itself gets the one that fits.
+std::vector<uint8_t> sealed(const uint8_t* data, size_t size) {
+    std::vector<uint8_t> chunk(data, data + size);
+    seal(chunk);
+    return chunk;
+}
+
+// A good chunk with single bytes changed (two bytes of offset, one of value): those of the header,
+// checksum and all, after it is sealed.
+std::vector<uint8_t> edited(const uint8_t* data, size_t size) {
+    std::vector<uint8_t> chunk = rig().asOpened;
+    const auto edit = [&](bool header) {
+        for (size_t i = 0; i + 2 < size; i += 3) {
+            const size_t offset = static_cast<size_t>(data[i] | data[i + 1] << 8) % kChunkSize;
+            if ((offset < kChunkHeaderSize) == header) {
+                chunk[offset] = data[i + 2];
+            }
+        }
+    };
+    edit(false);
+    seal(chunk);
+    edit(true);
     return chunk;
 }
 
@@ -83,7 +100,7 @@ void tryChunk(const uint8_t* bytes, size_t size) {
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     tryChunk(data, size);
-    const std::vector<uint8_t> chunk = sealed(data, size);
+    const std::vector<uint8_t> chunk = size < kChunkSize ? edited(data, size) : sealed(data, size);
     tryChunk(chunk.data(), chunk.size());
     return 0;
 }
