@@ -1,0 +1,11 @@
+// Byte-order marks and text encodings against plain versions and the C library.
+#pragma once
+
+#include <string>
+
+namespace velnor::fuzz {
+
+void checkMark(const std::string& text);
+void checkEncodings(const std::string& text);
+
+} // namespace velnor::fuzz

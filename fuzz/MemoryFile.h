@@ -1,0 +1,33 @@
+// A file that takes no place on any disk.
+#pragma once
+
+#include "fuzz/FuzzCheck.h"
+
+#include <string>
+#include <string_view>
+#include <sys/mman.h>
+#include <unistd.h>
+
+namespace velnor::fuzz {
+
+class MemoryFile {
+public:
+    MemoryFile() = default;
+    ~MemoryFile() { close(mFile); }
+    MemoryFile(const MemoryFile&) = delete;
+    MemoryFile& operator=(const MemoryFile&) = delete;
+
+    // The path, behind which the content stands from now on.
+    const std::string& holding(std::string_view content) const {
+        FUZZ_CHECK(ftruncate(mFile, 0) == 0);
+        FUZZ_CHECK(pwrite(mFile, content.data(), content.size(), 0) ==
+                   static_cast<ssize_t>(content.size()));
+        return mPath;
+    }
+
+private:
+    const int mFile = memfd_create("fuzz", 0);
+    const std::string mPath = "/proc/self/fd/" + std::to_string(mFile);
+};
+
+} // namespace velnor::fuzz

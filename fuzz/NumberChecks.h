@@ -1,0 +1,11 @@
+// The number functions against plain versions that follow their rules word by word.
+#pragma once
+
+#include <string>
+
+namespace velnor::fuzz {
+
+// The bytes as the text of a number, and as numbers.
+void checkNumbers(const std::string& bytes);
+
+} // namespace velnor::fuzz
