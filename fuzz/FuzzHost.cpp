@@ -41,7 +41,10 @@ void FuzzHost::Load(bool multiOutput, const std::string& bundle) {
     mBundles[multiOutput].Reset(CFBundleCreate(kCFAllocatorDefault, url.Get()));
     void* const image = dlopen(test::executableOf(bundle).c_str(), RTLD_NOW | RTLD_LOCAL);
     FUZZ_CHECK(image != nullptr);
-    mEntries[multiOutput] = reinterpret_cast<ComponentEntry>(dlsym(image, "SamplerAUEntry"));
+    const auto entry = [image](const char* name) {
+        return reinterpret_cast<ComponentEntry>(dlsym(image, name));
+    };
+    mEntries[multiOutput] = {entry("SamplerAUEntry"), entry("SamplerAUViewEntry")};
     UInt32 count = 0;
     FUZZ_CHECK(PlatformRegisterComponentBundle(bundle.c_str(), mComponents[multiOutput].data(), 2,
                                                &count) == noErr);

@@ -30,8 +30,13 @@ public:
     // Stops the fuzzer when the instrument that was opened last, now closed, has left objects,
     // engine instances or editors behind.
     void CheckNothingIsLeft();
-    // The instrument's exported entry.
-    ComponentEntry Entry(const Variant& variant) const { return mEntries[variant.multiOutput]; }
+    // The exported entries.
+    ComponentEntry InstrumentEntry(const Variant& variant) const {
+        return mEntries[variant.multiOutput][0];
+    }
+    ComponentEntry ViewEntry(const Variant& variant) const {
+        return mEntries[variant.multiOutput][1];
+    }
 
 private:
     FuzzHost();
@@ -40,8 +45,9 @@ private:
 
     test::TestHost mHost;
     std::array<CFRef<CFBundleRef>, 2> mBundles;
-    std::array<std::array<Component, 2>, 2> mComponents{}; // instrument and view of each
-    std::array<ComponentEntry, 2> mEntries{};
+    // Instrument and view of each.
+    std::array<std::array<Component, 2>, 2> mComponents{};
+    std::array<std::array<ComponentEntry, 2>, 2> mEntries{};
     std::array<CFIndex, 4> mObjects{}; // alive while no instrument of the variant is open
     Variant mOpened{};
     bool mEngineInstalled = true;

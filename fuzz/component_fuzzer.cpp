@@ -1,81 +1,115 @@
 // Parameter blocks of every selector, in any order and with any values that a block may hold,
-// against an open instrument: no crash, only known statuses, and nothing left behind.
+// against an open instrument and its view: no crash, only known statuses, and nothing left behind.
+#include "fuzz/ComponentCaller.h"
 #include "fuzz/FuzzHost.h"
 #include "fuzz/HostMemory.h"
 #include "fuzz/PropertyValues.h"
-#include "platform/ComponentParameterBlock.h"
+#include "platform/CarbonView.h"
+#include "platform/EventLoop.h"
 
 #include <algorithm>
 #include <bit>
 #include <cstddef>
+#include <optional>
 
 namespace velnor::fuzz {
 namespace {
 
 constexpr int kMostCalls = 64;
-constexpr ComponentResult kInstrumentVersion = 0x00010003;
-constexpr SInt16 kSelectors[] = {kComponentCanDoSelect,
-                                 kComponentVersionSelect,
-                                 kAudioUnitInitializeSelect,
-                                 kAudioUnitUninitializeSelect,
-                                 kAudioUnitGetPropertyInfoSelect,
-                                 kAudioUnitGetPropertySelect,
-                                 kAudioUnitSetPropertySelect,
-                                 kAudioUnitGetParameterSelect,
-                                 kAudioUnitSetParameterSelect,
-                                 kAudioUnitResetSelect,
-                                 kAudioUnitAddPropertyListenerSelect,
-                                 kAudioUnitRemovePropertyListenerSelect,
-                                 kAudioUnitRenderSelect,
-                                 kAudioUnitAddRenderNotifySelect,
-                                 kAudioUnitRemoveRenderNotifySelect,
-                                 kAudioUnitScheduleParametersSelect,
-                                 kMusicDeviceMIDIEventSelect,
-                                 kMusicDeviceSysExSelect,
-                                 kMusicDevicePrepareInstrumentSelect,
-                                 kMusicDeviceReleaseInstrumentSelect,
-                                 kMusicDeviceStartNoteSelect,
-                                 kMusicDeviceStopNoteSelect};
 
-bool IsKnown(ComponentResult status) {
-    constexpr ComponentResult kKnown[] = {noErr,
-                                          1,
-                                          -1,
-                                          paramErr,
-                                          memFullErr,
-                                          badComponentSelector,
-                                          kInstrumentVersion,
-                                          kAudioUnitErr_InvalidProperty,
-                                          kAudioUnitErr_InvalidParameter,
-                                          kAudioUnitErr_InvalidElement,
-                                          kAudioUnitErr_TooManyFramesToProcess,
-                                          kAudioUnitErr_FormatNotSupported,
-                                          kAudioUnitErr_Uninitialized,
-                                          kAudioUnitErr_InvalidScope,
-                                          kAudioUnitErr_PropertyNotWritable,
-                                          kAudioUnitErr_InvalidPropertyValue,
-                                          kAudioUnitErr_Initialized};
-    return std::find(std::begin(kKnown), std::end(kKnown), status) != std::end(kKnown);
-}
+// A view of the instrument's, with a window to be in. Closed before the instrument.
+class ViewSession {
+public:
+    ViewSession(FuzzedDataProvider& input, HostMemory& memory, const Variant& variant,
+                AudioUnit unit)
+        : mInput(input), mMemory(memory), mUnit(unit), mView(FuzzHost::Shared().OpenView(variant)),
+          mCaller(input, kView, FuzzHost::Shared().ViewEntry(variant), mView) {
+        const Rect bounds = {0, 0, 400, 600};
+        const WindowAttributes attributes =
+            input.ConsumeBool() ? kWindowCompositingAttribute : kWindowNoAttributes;
+        FUZZ_CHECK(CreateNewWindow(attributes, &bounds, &mWindow) == noErr);
+        FUZZ_CHECK(GetRootControl(mWindow, &mRoot) == noErr);
+    }
+    ~ViewSession() {
+        mCaller.Close();
+        DisposeWindow(mWindow);
+    }
+    ViewSession(const ViewSession&) = delete;
+    ViewSession& operator=(const ViewSession&) = delete;
+
+    void Call() {
+        switch (mInput.ConsumeIntegralInRange<int>(0, 15)) {
+        case 0:
+            mCaller.Send(kComponentOpenSelect, ComponentInstance{nullptr});
+            return;
+        case 1:
+            mCaller.Send(kComponentCloseSelect, mView);
+            return;
+        case 2:
+        case 3:
+            mCaller.Ask();
+            return;
+        case 4:
+            mCaller.SendToNobody();
+            return;
+        case 5:
+        case 6:
+            mCaller.SendNulls();
+            return;
+        case 7:
+            PlatformAdvanceEventLoop(0.5);
+            return;
+        default:
+            Create();
+        }
+    }
+
+private:
+    const Float32Point* Point() {
+        const auto x = static_cast<Float32>(OneIn(mInput, 4) ? Real(mInput) : 10.5);
+        return mMemory.ValueOrNull(Float32Point{x, 20.5F});
+    }
+
+    void Create() {
+        auto* const place = mMemory.ValueOrNull<ControlRef>();
+        const ComponentResult status =
+            mCaller.Send(kAudioUnitCarbonViewCreateSelect, OneIn(mInput, 8) ? nullptr : mUnit,
+                         OneIn(mInput, 8) ? nullptr : mWindow, OneIn(mInput, 8) ? nullptr : mRoot,
+                         Point(), Point(), place);
+        FUZZ_CHECK(status != noErr || GetControlOwner(*place) == mWindow);
+    }
+
+    FuzzedDataProvider& mInput;
+    HostMemory& mMemory;
+    const AudioUnit mUnit;
+    const ComponentInstance mView;
+    ComponentCaller mCaller;
+    WindowRef mWindow = nullptr;
+    ControlRef mRoot = nullptr;
+};
 
 class Session {
 public:
     Session(FuzzedDataProvider& input, const Variant& variant)
-        : mInput(input), mEntry(FuzzHost::Shared().Entry(variant)),
-          mUnit(FuzzHost::Shared().Open(variant, Engine(input))), mMemory(input),
-          mValues(input, mMemory, mUnit) {}
-    ~Session() { FUZZ_CHECK(CloseComponent(mUnit) == (mGone ? OSStatus{paramErr} : noErr)); }
+        : mInput(input), mVariant(variant), mUnit(FuzzHost::Shared().Open(variant, Engine(input))),
+          mCaller(input, kInstrument, FuzzHost::Shared().InstrumentEntry(variant), mUnit),
+          mMemory(input), mValues(input, mMemory, mUnit) {}
+    ~Session() {
+        mView.reset();
+        mCaller.Close();
+    }
     Session(const Session&) = delete;
     Session& operator=(const Session&) = delete;
 
     void Run() {
         constexpr void (Session::* kCalls[])() = {
-            &Session::Simple,       &Session::NoArguments,   &Session::GetProperty,
-            &Session::SetProperty,  &Session::SetProperty,   &Session::GetParameter,
-            &Session::SetParameter, &Session::Listener,      &Session::Notification,
-            &Session::Schedule,     &Session::Midi,          &Session::SysEx,
-            &Session::StartNote,    &Session::OtherNotes,    &Session::Render,
-            &Session::Render,       &Session::FastParameter, &Session::FastMidi};
+            &Session::Simple,        &Session::Odd,          &Session::View,
+            &Session::View,          &Session::GetProperty,  &Session::SetProperty,
+            &Session::SetProperty,   &Session::GetParameter, &Session::SetParameter,
+            &Session::Listener,      &Session::Notification, &Session::Schedule,
+            &Session::Midi,          &Session::SysEx,        &Session::StartNote,
+            &Session::OtherNotes,    &Session::Render,       &Session::Render,
+            &Session::FastParameter, &Session::FastMidi};
         if (mInput.ConsumeBool())
             Send(kAudioUnitInitializeSelect);
         for (int i = 0; i < kMostCalls && mInput.remaining_bytes() > 0; ++i)
@@ -111,26 +145,9 @@ private:
         }
     }
 
-    // The arguments in the order of the call. One block in sixteen holds too few or too many words.
     template <typename... Args>
     ComponentResult Send(SInt16 selector, Args... arguments) {
-        std::size_t count = sizeof...(Args);
-        if (OneIn(mInput, 16))
-            count = mInput.ConsumeIntegralInRange<std::size_t>(0, count + 2);
-        auto whole = encode(selector, arguments...);
-        auto words = std::make_unique<uintptr_t[]>(1 + count);
-        auto* const block = reinterpret_cast<ComponentParameters*>(words.get());
-        block->paramSize = static_cast<UInt8>(count * sizeof(uintptr_t));
-        block->what = selector;
-        std::copy_n(whole.params, std::min(count, sizeof...(Args)), words.get() + 1);
-        return Enter(block);
-    }
-
-    ComponentResult Enter(ComponentParameters* block) {
-        const ComponentResult result = mEntry(block, GetComponentInstanceStorage(mUnit));
-        FUZZ_CHECK(IsKnown(result));
-        FUZZ_CHECK(!mGone || result == paramErr);
-        return result;
+        return mCaller.Send(selector, arguments...);
     }
 
     void Simple() {
@@ -139,7 +156,8 @@ private:
             Send(kComponentOpenSelect, ComponentInstance{nullptr});
             return;
         case 1:
-            mGone = Send(kComponentCloseSelect, mUnit) == noErr || mGone;
+            mView.reset();
+            Send(kComponentCloseSelect, mUnit);
             return;
         case 2:
         case 3:
@@ -154,12 +172,23 @@ private:
         }
     }
 
-    // Any selector, its arguments all zero.
-    void NoArguments() {
-        const SInt16 selector = mInput.ConsumeBool() ? mInput.PickValueInArray(kSelectors)
-                                                     : mInput.ConsumeIntegral<SInt16>();
-        if (selector != kComponentCloseSelect)
-            Send(selector, 0U, 0U, 0U, 0U, 0U);
+    void Odd() {
+        switch (mInput.ConsumeIntegralInRange<int>(0, 3)) {
+        case 0:
+            mCaller.SendToNobody();
+            return;
+        case 1:
+            mCaller.Ask();
+            return;
+        default:
+            mCaller.SendNulls();
+        }
+    }
+
+    void View() {
+        if (!mView)
+            mView.emplace(mInput, mMemory, mVariant, mUnit);
+        mView->Call();
     }
 
     void GetProperty() {
@@ -282,7 +311,6 @@ private:
         Send(mInput.ConsumeBool() ? SInt16{kMusicDevicePrepareInstrumentSelect}
                                   : SInt16{kMusicDeviceReleaseInstrumentSelect},
              Number(mInput, 3));
-        Send(kComponentCanDoSelect, mInput.ConsumeIntegral<SInt16>());
     }
 
     void Render() {
@@ -326,13 +354,8 @@ private:
         UInt32 size = sizeof proc;
         AudioUnitGetProperty(mUnit, kAudioUnitProperty_FastDispatch, kAudioUnitScope_Global,
                              selector, &proc, &size);
-        FUZZ_CHECK(mGone || proc != nullptr);
+        FUZZ_CHECK(mCaller.IsGone() || proc != nullptr);
         return proc;
-    }
-
-    OSStatus Known(OSStatus status) {
-        FUZZ_CHECK(IsKnown(status));
-        return status;
     }
 
     OSStatus FastRender(AudioUnitRenderActionFlags* flags, const AudioTimeStamp* stamp, UInt32 bus,
@@ -369,12 +392,13 @@ private:
     }
 
     FuzzedDataProvider& mInput;
-    const ComponentEntry mEntry;
+    const Variant mVariant;
     const AudioUnit mUnit;
+    ComponentCaller mCaller;
     HostMemory mMemory;
     PropertyValues mValues;
     Float64 mSampleTime = 0;
-    bool mGone = false; // the close selector came past the component manager
+    std::optional<ViewSession> mView;
     volatile int mSink = 0;
 };
 
