@@ -32,20 +32,33 @@ def setup_file_seeds():
     yield "cut", setup(vendor)[:60]
 
 
-def preferences_seeds():
-    registry = {"Plugins": {"AU": {"000": {"path": "/p", "version": "1"}}}}
+REGISTRY = {"Plugins": {"AU": {"000": {"path": "/p", "version": "1"}}}}
+
+
+def domain_files():
     values = {"base_dir": "/d", "n": 7, "r": 1.5, "t": True, "b": b"\0\1", "a": [1, {"k": "v"}]}
-    for name, tree in (("registry", registry), ("values", values), ("text", "text"), ("empty", {})):
+    for name, tree in (("registry", REGISTRY), ("values", values), ("text", "text"), ("empty", {})):
         yield name, plistlib.dumps(tree)
         yield name + "_binary", plistlib.dumps(tree, fmt=plistlib.FMT_BINARY)
     yield "nested", plistlib.dumps({"Plugins": {"AU": {"a": {"b": {"c": {"d": "e"}}}}}})
-    yield "cut", plistlib.dumps(registry)[:-20]
+    yield "cut", plistlib.dumps(REGISTRY)[:-20]
     yield "quotes", b"<plist a='>'><array a='\"><array>'><?x \"?><true/><!-- \"?> --></array></plist>"
 
 
+def preferences_seeds():
+    # The fuzzer takes its choices from the end: scope to write, places of the first part and of the
+    # second, where the second begins. The user's own file for any host is place 1.
+    for name, content in domain_files():
+        yield name, content + struct.pack("<H3B", 0xFFFF, 0, 2, 1)
+    own = plistlib.dumps({"base_dir": "/own", "o": 1})
+    other = plistlib.dumps(REGISTRY | {"base_dir": "/other"}, fmt=plistlib.FMT_BINARY)
+    for scope in range(4):
+        for places, others in ((1, 2), (2, 0b101100), (0b010100, 0b101000)):
+            yield f"two_{scope}_{places}", own + other + struct.pack("<H3B", len(own), others, places, scope)
+
+
 def property_list_seeds():
-    for name, content in preferences_seeds():
-        yield name, content
+    yield from domain_files()
     tree = {"d": datetime.datetime(2004, 2, 29), "u": plistlib.UID(7), "e": {}, "n": -(2**63), "i": float("inf")}
     yield "kinds", plistlib.dumps(tree, fmt=plistlib.FMT_BINARY)
 

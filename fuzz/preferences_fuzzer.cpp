@@ -1,13 +1,15 @@
-// The configuration store on any domain file: no crash, no object left behind, a write that
-// succeeds is read back, and the neighbours of a written key stay.
+// The configuration store on any files of a domain, the user's and all users', for this host and
+// for any: no crash, no object left behind, the search finds the first value, a write that succeeds
+// is read back, and the neighbours of a written key stay.
 #include "fuzz/FuzzCheck.h"
+#include "fuzz/PreferenceFiles.h"
 #include "platform/CFBase.h"
-#include "platform/tests/TempHome.h"
 #include "support/ConfigStore.h"
 #include "support/InstallationRegistry.h"
 
 #include <algorithm>
-#include <filesystem>
+
+#include <fuzzer/FuzzedDataProvider.h>
 
 namespace {
 
@@ -50,13 +52,21 @@ void writeAndReadBack(const Texts& path) {
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, std::size_t size) {
-    static const test::TempHome home;
-    const std::string folder = home.ConfigHome() + "/velnor";
-    std::filesystem::remove_all(folder);
-    test::WriteFile(folder + "/" + kDomain + ".plist",
-                    std::string(reinterpret_cast<const char*>(data), size));
+    static fuzz::PreferenceFiles files(kDomain);
+    FuzzedDataProvider input(data, size);
+    const auto scope =
+        input.PickValueInArray({fuzz::PreferenceFiles::kUserHost, fuzz::PreferenceFiles::kUser,
+                                fuzz::PreferenceFiles::kAllHost, fuzz::PreferenceFiles::kAll});
+    // Two contents, each in any of the places.
+    const auto places = input.ConsumeIntegral<uint8_t>();
+    const auto otherPlaces = input.ConsumeIntegral<uint8_t>();
+    const auto cut = input.ConsumeIntegral<uint16_t>();
+    files.Remove();
+    files.Write(places, input.ConsumeBytesAsString(cut));
+    files.Write(otherPlaces, input.ConsumeRemainingBytesAsString());
     const CFIndex objects = PlatformLiveObjectCount();
     {
+        files.CheckReading();
         std::vector<PluginInfo> plugins;
         listAUPathVersion("Tavo", "Tarn 12", plugins);
         readEverything({}, 0);
@@ -64,6 +74,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, std::size_t size) {
         writeAndReadBack({"a", "b"});
         writeConfigIntValue(kDomain, "n", 1, CONFIG_LEVEL_USER);
         deleteConfigValue(kDomain, "n", CONFIG_LEVEL_USER);
+        files.CheckWriting(scope);
+        files.CheckReading();
     }
     FUZZ_CHECK(PlatformLiveObjectCount() == objects);
     return 0;
