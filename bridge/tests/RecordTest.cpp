@@ -66,14 +66,21 @@ TEST(Record, MultiOutputIsOnForTheByteOneAlone) {
     }
 }
 
-TEST(Record, SingleConfigurationHasItsChannels) {
+TEST(Record, SingleConfigurationTakesItsChannelsAlone) {
     TestHost host;
-    Instrument instrument(
-        host.patchedComponent([](ProductRecord& record) { record.outputChannels = 6; }));
-    EXPECT_EQ(configurationsOf(instrument), (Configurations{{0, 6}}));
-    EXPECT_EQ(instrument.initialize(), -10868);
-    EXPECT_EQ(instrument.setFormat(0, 6), noErr);
-    EXPECT_EQ(instrument.initialize(), noErr);
+    const std::string component =
+        host.patchedComponent([](ProductRecord& record) { record.outputChannels = 6; });
+    for (const UInt32 channels : {2U, 6U, 7U}) {
+        freshProbe();
+        Instrument instrument(component);
+        EXPECT_EQ(configurationsOf(instrument), (Configurations{{0, 6}}));
+        EXPECT_EQ(instrument.setFormat(0, channels), noErr);
+        EXPECT_EQ(instrument.initialize(), channels == 6 ? noErr : -10868);
+        EXPECT_EQ(callsOf(kOpOpenInstance).size(), channels == 6 ? 1U : 0U);
+        EXPECT_THAT(host.log(),
+                    IsSupersetOf({std::string("I:Initialize - numBuses : 1"),
+                                  "I:Initialize - numOutputs : " + std::to_string(channels)}));
+    }
 }
 
 TEST(Record, MultiOutputLayoutsDescribeTheBusesChannels) {

@@ -10,6 +10,7 @@
 #include <dlfcn.h>
 #include <filesystem>
 #include <stdexcept>
+#include <tuple>
 
 namespace velnor::test {
 
@@ -123,6 +124,35 @@ std::vector<MIDIEvent> eventsOf(const probe::Call& call) {
     std::vector<MIDIEvent> events(count);
     std::memcpy(events.data(), bytes.data() + sizeof count, count * sizeof(MIDIEvent));
     return events;
+}
+
+HostCallbackInfo Transport::callbacks() {
+    const auto beatAndTempo = [](void* context, Float64* outBeat, Float64* outTempo) {
+        Transport& self = *static_cast<Transport*>(context);
+        self.wrongPresets += std::tuple(*outBeat, *outTempo) != std::tuple(0, 120);
+        std::tie(*outBeat, *outTempo) = std::tie(self.beat, self.tempo);
+        return self.beatStatus;
+    };
+    const auto musicalTime = [](void* context, UInt32* outToNextBeat, Float32* outNumerator,
+                                UInt32* outDenominator, Float64* outDownBeat) {
+        Transport& self = *static_cast<Transport*>(context);
+        auto out = std::tie(*outNumerator, *outDenominator, *outDownBeat);
+        self.wrongPresets += *outToNextBeat != 0 || out != std::tuple(4, 4U, 0);
+        out = std::tie(self.numerator, self.denominator, self.downBeat);
+        return self.timeStatus;
+    };
+    const auto state = [](void* context, Boolean* outPlaying, Boolean* outChanged,
+                          Float64* outSamplePos, Boolean* outCycling, Float64* outStart,
+                          Float64* outEnd) {
+        Transport& self = *static_cast<Transport*>(context);
+        auto out =
+            std::tie(*outPlaying, *outChanged, *outSamplePos, *outCycling, *outStart, *outEnd);
+        self.wrongPresets += out != std::tuple(1, 0, 0, 0, 0, 0);
+        out = std::tie(self.playing, self.changed, self.samplePos, self.cycling, self.cycleStart,
+                       self.cycleEnd);
+        return self.stateStatus;
+    };
+    return {this, beatAndTempo, musicalTime, state};
 }
 
 Instrument::Instrument(const std::string& bundle) {

@@ -62,6 +62,19 @@ std::vector<probe::Call> callsOf(OrmoOpcode opcode);
 /* The events that a process call brought. */
 std::vector<MIDIEvent> eventsOf(const probe::Call& call);
 
+/* What the host's callbacks answer, and whether they do. */
+struct Transport {
+    OSStatus beatStatus = noErr, timeStatus = noErr, stateStatus = noErr;
+    Float64 beat = 9.5, tempo = 90, downBeat = 9;
+    Float32 numerator = 2.6F;
+    UInt32 denominator = 8;
+    Boolean playing = 1, changed = 1, cycling = 1;
+    Float64 samplePos = 12345, cycleStart = 8, cycleEnd = 16;
+    int wrongPresets = 0; /* calls whose places did not hold what stands for no answer */
+
+    HostCallbackInfo callbacks();
+};
+
 /* One open instrument. */
 class Instrument {
 public:

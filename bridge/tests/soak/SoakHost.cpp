@@ -115,15 +115,10 @@ void SoakHost::checkBlock(UInt32 frames) {
     const auto calls = callsOf(kOpProcess);
     ASSERT_EQ(calls.size(), 1U) << "block " << mBlocks;
     ASSERT_EQ(static_cast<UInt32>(calls[0].words[5]), frames);
-    std::uint32_t count = 0;
-    std::memcpy(&count, calls[0].bytes[0].data(), sizeof count);
-    ASSERT_EQ(count, mExpected.size()) << "block " << mBlocks;
-    const char* received = calls[0].bytes[0].data() + sizeof count;
-    for (const MIDIEvent& event : mExpected) {
-        ASSERT_EQ(std::memcmp(received, &event, offsetof(MIDIEvent, unused)), 0)
-            << "block " << mBlocks;
-        received += sizeof event;
-    }
+    const auto same = [](const MIDIEvent& a, const MIDIEvent& b) {
+        return std::memcmp(&a, &b, offsetof(MIDIEvent, unused)) == 0;
+    };
+    ASSERT_TRUE(std::ranges::equal(eventsOf(calls[0]), mExpected, same)) << "block " << mBlocks;
     freshProbe();
 }
 
