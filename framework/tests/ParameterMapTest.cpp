@@ -21,26 +21,6 @@ TEST(ParameterMap, FindsWhatWasInsertedAndListsItInAscendingOrder) {
     EXPECT_EQ(map.Find(2), nullptr);
 }
 
-TEST(ParameterMap, ThreadsInsertTheSameIdsWhileOthersRead) {
-    ParameterMap map;
-    constexpr AudioUnitParameterID kIds = 2000;
-    constexpr AudioUnitParameterID kSpread = 2654435761u;
-    const auto insertAll = [&] {
-        for (AudioUnitParameterID i = 0; i < kIds; ++i) {
-            map.Insert(i * kSpread, 0.5f).SetValue(0.5f);
-        }
-    };
-    std::thread first(insertAll);
-    std::thread second(insertAll);
-    for (AudioUnitParameterID i = 0; i < kIds; ++i) {
-        const ParameterMapEvent* const event = map.Find(i * kSpread);
-        EXPECT_TRUE(event == nullptr || event->GetValue() == 0.5f);
-    }
-    first.join();
-    second.join();
-    EXPECT_EQ(map.Ids().size(), kIds);
-}
-
 TEST(ParameterEventSort, OrdersByStartAndKeepsTheOrderOfEqualOnes) {
     std::minstd_rand random(1);
     for (const UInt32 count : {0u, 1u, 2u, 3u, 24u, 1000u}) {

@@ -52,37 +52,5 @@ TEST(RenderNotificationList, AppliesRequestsInTheirOrderAndHoldsAPairOnce) {
     }
 }
 
-TEST(RenderNotificationList, ThreadsChangeItWhileItRendersAndNothingIsLostOrFreedTwice) {
-    constexpr int kThreads = 3;
-    constexpr int kRounds = 4000;
-    RenderNotificationList list;
-    std::vector<int> calls(kThreads * 2, 0);
-    std::atomic<int> running{kThreads};
-    std::vector<std::thread> threads;
-    for (int t = 0; t < kThreads; ++t) {
-        threads.emplace_back([&, t] {
-            int* const stays = &calls[static_cast<size_t>(2 * t)];
-            int* const goes = stays + 1;
-            for (int round = 0; round < kRounds; ++round) {
-                list.Add(Count, goes);
-                list.Add(Count, stays);
-                list.Remove(Count, goes);
-            }
-            --running;
-        });
-    }
-    while (running > 0) {
-        list.ApplyChanges();
-        Notify(list);
-    }
-    for (std::thread& thread : threads) {
-        thread.join();
-    }
-    list.ApplyChanges();
-    calls.assign(calls.size(), 0);
-    Notify(list);
-    EXPECT_EQ(calls, (std::vector<int>{1, 0, 1, 0, 1, 0}));
-}
-
 } // namespace
 } // namespace velnor
