@@ -21,12 +21,6 @@ OSStatus Copy(const std::string& source, const std::string& folder, const char* 
     return FSCopyObjectSync(&from, &to, text.Get(), nullptr, options);
 }
 
-mode_t ModeOf(const std::string& path) {
-    struct stat info{};
-    EXPECT_EQ(lstat(path.c_str(), &info), 0) << path;
-    return info.st_mode & 07777;
-}
-
 Texts Names(const std::string& folder) {
     Texts names;
     for (const auto& entry : fs::directory_iterator(folder))

@@ -4,7 +4,8 @@
 #include "platform/tests/Testing.h"
 
 #include <bit>
-#include <functional>
+#include <type_traits>
+#include <utility>
 
 namespace velnor::test {
 namespace {
@@ -46,6 +47,16 @@ ComponentResult RecordingEntry(ComponentParameters* params, void*) {
     return params->what == kComponentOpenSelect ? noErr : kAnswer;
 }
 
+template <typename T>
+std::uintptr_t WordOf(T value) {
+    if constexpr (std::is_pointer_v<T>)
+        return reinterpret_cast<std::uintptr_t>(value);
+    else if constexpr (std::is_same_v<T, Float32>)
+        return std::bit_cast<UInt32>(value);
+    else
+        return static_cast<std::uintptr_t>(value);
+}
+
 // A pointer of whatever type a call takes.
 struct Ptr {
     std::uintptr_t address;
@@ -54,62 +65,51 @@ struct Ptr {
         return reinterpret_cast<T*>(address);
     }
 };
-constexpr Ptr a{101}, b{102}, c{103};
-const UInt32 kBits = std::bit_cast<UInt32>(0.25f);
 
-TEST(ParameterBlock, EveryHostCallReachesTheEntryWithItsSelectorAndWords) {
-    const ComponentDescription codes = {Code("test"), Code("rcrd"), Code("VELN"), 0, 0};
-    const Component component = PlatformRegisterComponentEntry(&codes, RecordingEntry, "r", 1);
-    const ComponentInstance instance = OpenComponent(component);
-    ASSERT_NE(instance, nullptr);
-    using Call = std::function<OSStatus(ComponentInstance)>;
-    for (const auto& [selector, words, call] : Rows<SInt16, Words, Call>{
-             {1, {}, AudioUnitInitialize},
-             {2, {}, AudioUnitUninitialize},
-             {3,
-              {5, 6, 7, 101, 102},
-              [](auto u) { return AudioUnitGetPropertyInfo(u, 5, 6, 7, a, b); }},
-             {4,
-              {5, 6, 7, 101, 102},
-              [](auto u) { return AudioUnitGetProperty(u, 5, 6, 7, a, b); }},
-             {5, {5, 6, 7, 101, 8}, [](auto u) { return AudioUnitSetProperty(u, 5, 6, 7, a, 8); }},
-             {6, {5, 6, 7, 101}, [](auto u) { return AudioUnitGetParameter(u, 5, 6, 7, a); }},
-             {7,
-              {5, 6, 7, kBits, 9},
-              [](auto u) { return AudioUnitSetParameter(u, 5, 6, 7, 0.25f, 9); }},
-             {9, {6, 7}, [](auto u) { return AudioUnitReset(u, 6, 7); }},
-             {10, {5, 101, 102}, [](auto u) { return AudioUnitAddPropertyListener(u, 5, a, b); }},
-             {11, {5, 101}, [](auto u) { return AudioUnitRemovePropertyListener(u, 5, a); }},
-             {14,
-              {101, 102, 3, 64, 103},
-              [](auto u) { return AudioUnitRender(u, a, b, 3, 64, c); }},
-             {15, {101, 102}, [](auto u) { return AudioUnitAddRenderNotify(u, a, b); }},
-             {16, {101, 102}, [](auto u) { return AudioUnitRemoveRenderNotify(u, a, b); }},
-             {17, {101, 2}, [](auto u) { return AudioUnitScheduleParameters(u, a, 2); }},
-             {0x101,
-              {0x93, 60, 100, 5},
-              [](auto u) { return MusicDeviceMIDIEvent(u, 0x93, 60, 100, 5); }},
-             {0x102, {101, 9}, [](auto u) { return MusicDeviceSysEx(u, a, 9); }},
-             {0x103, {4}, [](auto u) { return MusicDevicePrepareInstrument(u, 4); }},
-             {0x104, {4}, [](auto u) { return MusicDeviceReleaseInstrument(u, 4); }},
-             {0x105,
-              {4, 1, 101, 16, 102},
-              [](auto u) { return MusicDeviceStartNote(u, 4, 1, a, 16, b); }},
-             {0x106, {1, 60, 16}, [](auto u) { return MusicDeviceStopNote(u, 1, 60, 16); }},
-             {0x301,
-              {101, 102, 103, 101, 102, 103},
-              [](auto u) { return AudioUnitCarbonViewCreate(u, a, b, c, a, b, c); }},
-             {-3, {0x101}, [](auto u) { return ComponentFunctionImplemented(u, 0x101); }},
-             {-4, {}, GetComponentVersion}}) {
+struct EveryHostCall : Test {
+    ~EveryHostCall() override { EXPECT_EQ(CloseComponent(instance), kAnswer); }
+    template <typename... T>
+    void Reaches(SInt16 selector, OSStatus (*call)(ComponentInstance, T...),
+                 std::type_identity_t<T>... arguments) {
         SCOPED_TRACE(selector);
-        EXPECT_EQ(call(instance), kAnswer);
-        EXPECT_EQ(gWhat, selector);
-        EXPECT_EQ(gWords, words);
-        gWhat = 0;
-        EXPECT_EQ(call(nullptr), badComponentInstance);
+        EXPECT_EQ(call(instance, arguments...), kAnswer);
+        EXPECT_EQ(std::exchange(gWhat, 0), selector);
+        EXPECT_EQ(gWords, (Words{WordOf(arguments)...}));
+        EXPECT_EQ(call(nullptr, arguments...), badComponentInstance);
         EXPECT_EQ(gWhat, 0);
     }
-    EXPECT_EQ(CloseComponent(instance), kAnswer);
+
+    const ComponentDescription codes = {Code("test"), Code("rcrd"), Code("VELN"), 0, 0};
+    const ComponentInstance instance =
+        OpenComponent(PlatformRegisterComponentEntry(&codes, RecordingEntry, "r", 1));
+};
+
+TEST_F(EveryHostCall, ReachesTheEntryWithItsSelectorAndWords) {
+    constexpr Ptr a{101}, b{102}, c{103};
+    ASSERT_NE(instance, nullptr);
+    Reaches(1, AudioUnitInitialize);
+    Reaches(2, AudioUnitUninitialize);
+    Reaches(3, AudioUnitGetPropertyInfo, 5, 6, 7, a, b);
+    Reaches(4, AudioUnitGetProperty, 5, 6, 7, a, b);
+    Reaches(5, AudioUnitSetProperty, 5, 6, 7, a, 8);
+    Reaches(6, AudioUnitGetParameter, 5, 6, 7, a);
+    Reaches(7, AudioUnitSetParameter, 5, 6, 7, 0.25f, 9);
+    Reaches(9, AudioUnitReset, 6, 7);
+    Reaches(10, AudioUnitAddPropertyListener, 5, a, b);
+    Reaches(11, AudioUnitRemovePropertyListener, 5, a);
+    Reaches(14, AudioUnitRender, a, b, 3, 64, c);
+    Reaches(15, AudioUnitAddRenderNotify, a, b);
+    Reaches(16, AudioUnitRemoveRenderNotify, a, b);
+    Reaches(17, AudioUnitScheduleParameters, a, 2);
+    Reaches(0x101, MusicDeviceMIDIEvent, 0x93, 60, 100, 5);
+    Reaches(0x102, MusicDeviceSysEx, a, 9);
+    Reaches(0x103, MusicDevicePrepareInstrument, 4);
+    Reaches(0x104, MusicDeviceReleaseInstrument, 4);
+    Reaches(0x105, MusicDeviceStartNote, 4, 1, a, 16, b);
+    Reaches(0x106, MusicDeviceStopNote, 1, 60, 16);
+    Reaches(0x301, AudioUnitCarbonViewCreate, a, b, c, a, b, c);
+    Reaches(-3, ComponentFunctionImplemented, 0x101);
+    Reaches(-4, GetComponentVersion);
 }
 
 } // namespace

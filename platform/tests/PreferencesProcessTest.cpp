@@ -1,12 +1,8 @@
 #include "platform/tests/PreferencesHome.h"
+#include "platform/tests/SystemFault.h"
 
-#include <csignal>
 #include <fcntl.h>
-#include <functional>
 #include <sys/file.h>
-#include <sys/ptrace.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 namespace velnor::test {
 namespace {
@@ -27,13 +23,14 @@ bool Succeeds(pid_t child) {
 
 TEST(PreferencesProcess, WritersOfDifferentKeysLoseNothing) {
     const TempHome home;
-    constexpr int kWriters = 6;
+    constexpr int kProcesses = 6;
+    constexpr int kWriters = kProcesses + 4; // the others are threads of this process
     constexpr int kKeys = 20;
     const auto key = [](int writer, int i) {
         return std::to_string(writer) + "." + std::to_string(i);
     };
     std::vector<pid_t> writers;
-    for (int writer = 0; writer < kWriters; ++writer) {
+    for (int writer = 0; writer < kProcesses; ++writer) {
         writers.push_back(Start([&] {
             bool saved = true;
             for (int i = 0; i < kKeys; ++i)
@@ -41,59 +38,18 @@ TEST(PreferencesProcess, WritersOfDifferentKeysLoseNothing) {
             return saved;
         }));
     }
+    InThreads(kWriters - kProcesses, [&](int thread) {
+        for (int i = 0; i < kKeys; ++i) {
+            const std::string mine = key(kProcesses + thread, i);
+            EXPECT_TRUE(Save(mine, Value(mine).Get()));
+            EXPECT_EQ(Search(mine), mine);
+        }
+    });
     for (const pid_t writer : writers)
         EXPECT_TRUE(Succeeds(writer));
     EXPECT_EQ(KeyList().size(), std::size_t{kWriters * kKeys});
     for (int i = 0; i < kWriters * kKeys; ++i)
         EXPECT_EQ(Search(key(i % kWriters, i / kWriters)), key(i % kWriters, i / kWriters));
-}
-
-/* Runs work in a child up to its stop-th entry into or return from the system, and kills it there.
- * True when it had ended before. */
-bool KillAtStop(int stop, const std::function<bool()>& work) {
-    const pid_t child = Start([&work] {
-        ptrace(PTRACE_TRACEME, 0, nullptr, nullptr);
-        raise(SIGSTOP);
-        return work();
-    });
-    int status = 0;
-    waitpid(child, &status, 0);
-    for (int i = 0; i < stop; ++i) {
-        ptrace(PTRACE_SYSCALL, child, nullptr, nullptr);
-        waitpid(child, &status, 0);
-        if (!WIFSTOPPED(status)) {
-            return true;
-        }
-    }
-    kill(child, SIGKILL);
-    waitpid(child, &status, 0);
-    return false;
-}
-
-TEST(PreferencesProcess, AWriterKilledAtAnyStepLeavesTheOldFileOrTheNewOne) {
-    if (!Succeeds(Start([] { return ptrace(PTRACE_TRACEME, 0, nullptr, nullptr) == 0; }))) {
-        GTEST_SKIP() << "this system does not let a process trace its child";
-    }
-    const std::string sound = PlistFile("<key>k</key><string>old</string><key>n</key><true/>");
-    const std::string damaged = "not a property list";
-    for (const std::string& old : {sound, damaged}) {
-        int stop = 0, oldLeft = 0, newLeft = 0;
-        for (bool ended = false; !ended; ++stop) {
-            SCOPED_TRACE(stop);
-            const TempHome home;
-            WriteFile(PathOf(), old);
-            ended = KillAtStop(stop, [] { return Save("k", Value("new").Get()); });
-            const bool isOld = ReadFile(PathOf()) == old;
-            ++(isOld ? oldLeft : newLeft);
-            ASSERT_TRUE(isOld || Search("k") == "new");
-            ASSERT_EQ(static_cast<bool>(Load("n")), old == sound);
-            ASSERT_TRUE(Save("after", Value("x").Get())) << "a lock is left";
-            ASSERT_EQ(ReadFile(PathOf() + ".damaged"), old == damaged ? damaged : "");
-            ASSERT_FALSE(std::filesystem::exists(PathOf() + ".damaged-2"));
-        }
-        EXPECT_GT(oldLeft, 10);
-        EXPECT_GT(newLeft, 1);
-    }
 }
 
 TEST(PreferencesProcess, AWriterWaitsForTheOneThatHoldsTheLock) {
@@ -112,6 +68,61 @@ TEST(PreferencesProcess, AWriterWaitsForTheOneThatHoldsTheLock) {
     EXPECT_TRUE(Succeeds(writer));
     EXPECT_EQ(Search("k"), "new");
 }
+
+struct Case {
+    const char* name;
+    Fault fault;
+    std::string content; /* of the file before; empty: there is none */
+};
+const std::string kSound = PlistFile("<key>k</key><string>old</string><key>n</key><true/>");
+const std::string kDamaged = "not a property list";
+const Case kCases[] = {
+    {"ChangesOfASoundFile", Fault::kChange, kSound},
+    {"ChangesOfADamagedFile", Fault::kChange, kDamaged},
+    {"ChangesWithoutAFile", Fault::kChange, ""},
+    {"ChangesFromThereOn", Fault::kChangesFromThere, kSound},
+    {"ReadsOfASoundFile", Fault::kRead, kSound},
+    {"FolderThatVanishes", Fault::kVanish, kSound},
+    {"DeathOverASoundFile", Fault::kDeath, kSound},
+    {"DeathOverADamagedFile", Fault::kDeath, kDamaged},
+};
+
+class PreferencesFault : public testing::TestWithParam<Case> {};
+
+TEST_P(PreferencesFault, InAnyCallLeavesTheOldFileOrTheNewOne) {
+    if (!canMakeFaults())
+        GTEST_SKIP() << "this system does not let a process trace its child";
+    const Case& test = GetParam();
+    bool met = true;
+    int failed = 0;
+    for (int number = 1; met; ++number) {
+        SCOPED_TRACE(number);
+        const TempHome home;
+        if (!test.content.empty())
+            WriteFile(PathOf(), test.content);
+        const FaultyRun run = runWithFault(
+            test.fault, number, [] { return Save("k", Value("new").Get()) ? 0 : 1; },
+            home.ConfigHome() + "/velnor");
+        met = run.met;
+        failed += run.status != 0;
+        const int failure = test.fault == Fault::kDeath ? -SIGKILL : 1;
+        ASSERT_TRUE(run.status == 0 || (run.status == failure && met)) << run.status;
+        const bool isNew = Search("k") == "new";
+        if (test.fault != Fault::kVanish) {
+            ASSERT_TRUE(isNew || (run.status != 0 && ReadFile(PathOf()) == test.content));
+            ASSERT_EQ(static_cast<bool>(Load("n")), test.content == kSound);
+        }
+        ASSERT_TRUE(run.status < 0 || !std::filesystem::exists(home.ConfigHome() +
+                                                               "/velnor/.velnor-preferences.new"));
+        ASSERT_TRUE(Save("after", Value("x").Get())) << "a lock is left";
+        ASSERT_EQ(ReadFile(PathOf() + ".damaged"), test.content == kDamaged ? kDamaged : "");
+        ASSERT_FALSE(std::filesystem::exists(PathOf() + ".damaged-2"));
+    }
+    EXPECT_GT(failed, 2);
+}
+
+INSTANTIATE_TEST_SUITE_P(Faults, PreferencesFault, testing::ValuesIn(kCases),
+                         [](const auto& test) { return test.param.name; });
 
 } // namespace
 } // namespace velnor::test

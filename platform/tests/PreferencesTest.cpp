@@ -18,11 +18,6 @@ ino_t InodeOf(const std::string& path) {
     return stat(path.c_str(), &info) == 0 ? info.st_ino : 0;
 }
 
-mode_t ModeOf(const std::string& path) {
-    struct stat info{};
-    return stat(path.c_str(), &info) == 0 ? info.st_mode & 0777 : 0;
-}
-
 TEST_F(Preferences, TheSearchPrefersTheUserAndThenTheHost) {
     const Scope scopes[] = {{kCFPreferencesAnyUser, kCFPreferencesAnyHost},
                             {kCFPreferencesAnyUser, kCFPreferencesCurrentHost},
@@ -279,17 +274,6 @@ TEST_F(Preferences, ValuesHandedOutAreCountedAndOutliveTheCache) {
     EXPECT_EQ(PlatformLiveObjectCount(), alive + 3) << "the map, its key and its leaf";
     held.Reset();
     EXPECT_EQ(PlatformLiveObjectCount(), alive);
-}
-
-TEST_F(Preferences, ThreadsShareOneDomain) {
-    InThreads(4, [](int thread) {
-        for (int round = 0; round < 15; ++round) {
-            const std::string key = std::to_string(thread) + "-" + std::to_string(round);
-            EXPECT_TRUE(Save(key, Value(key).Get()));
-            EXPECT_EQ(Search(key), key);
-        }
-    });
-    EXPECT_EQ(KeyList().size(), 60u);
 }
 
 } // namespace

@@ -23,8 +23,9 @@ namespace velnor::test {
 /* What happens to one call. kChange: a write finds no space, a flush a broken disk, anything else
  * that makes or renames a read-only file system; taking something away works. kRead: an open, a
  * read or a look finds a broken disk. kVanish: just before any of these a folder goes.
- * kChangesFromThere: every later change fails too. The standard streams always work. */
-enum class Fault { kChange, kChangesFromThere, kRead, kVanish };
+ * kChangesFromThere: every later change fails too. kDeath: the process is killed, at any call. The
+ * standard streams always work. */
+enum class Fault { kChange, kChangesFromThere, kRead, kVanish, kDeath };
 
 struct FaultyRun {
     int status; /* what work gave; below 0: minus the signal that ended the process */
@@ -74,6 +75,8 @@ inline int errorOf(Fault fault, pid_t process, const user_regs_struct& registers
     if (fault == Fault::kVanish)
         return std::max(errorOf(Fault::kChange, process, registers),
                         errorOf(Fault::kRead, process, registers));
+    if (fault == Fault::kDeath)
+        return EINTR;
     const auto call = static_cast<long>(registers.*kNumber);
     if (call == SYS_open || call == SYS_openat) {
         const auto flags = registers.*(call == SYS_open ? kSecond : kThird);
@@ -114,6 +117,10 @@ inline FaultyRun follow(pid_t child, Fault fault, int number, const std::string&
         } else if (fault == Fault::kVanish) {
             std::filesystem::remove_all(folder);
             error = 0;
+        } else if (fault == Fault::kDeath) {
+            kill(child, SIGKILL);
+            waitpid(child, &status, 0);
+            break;
         } else {
             registers.*kNumber = Register(-1); /* no system call */
         }

@@ -8,6 +8,7 @@
 #include <iterator>
 #include <stdexcept>
 #include <string>
+#include <sys/stat.h>
 
 namespace velnor::test {
 
@@ -62,6 +63,12 @@ inline std::string WriteFile(const std::string& path, const std::string& content
 inline std::string ReadFile(const std::string& path) {
     std::ifstream file(path, std::ios::binary);
     return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+}
+
+/* 0 when there is no such entry. */
+inline mode_t ModeOf(const std::string& path) {
+    struct stat info{};
+    return lstat(path.c_str(), &info) == 0 ? info.st_mode & 07777 : 0;
 }
 
 } // namespace velnor::test
