@@ -23,26 +23,19 @@ TEST(Install, ChecksEverythingBeforeItChangesAnything) {
     HostProgram program;
     const std::string bundles = VELNOR_BUNDLE_DIR;
     const std::string component = bundles + "/Velnor.component";
-    const std::string engine = bundles + "/Odd.engine";
-    const struct {
-        std::vector<std::string> arguments;
-        const char* says;
-    } kCases[] = {
-        {{program.path("none"), "--engine", engine, "--data", program.path("data")},
-         "not a bundle"},
-        {{engine, "--engine", engine, "--data", program.path("data")}, "no product record"},
-        {{component, "--engine", bundles + "/NoEntryPoint.engine", "--data", program.path("data")},
-         "does not load"},
-        {{component, "--engine", bundles + "/NoExecutable.engine", "--data", program.path("data")},
-         "does not load"},
-        {{component, "--engine", engine, "--data", program.path("nowhere")}, "not a folder"},
-    };
-    for (const auto& test : kCases) {
-        std::vector<std::string> arguments = {"install"};
-        arguments.insert(arguments.end(), test.arguments.begin(), test.arguments.end());
-        const Outcome outcome = program.run(arguments);
+    const std::string odd = bundles + "/Odd.engine";
+    const std::string data = program.path("data");
+    for (const auto& [bundle, engine, folder, says] :
+         Rows<std::string, std::string, std::string, const char*>{
+             {program.path("none"), odd, data, "not a bundle"},
+             {odd, odd, data, "no product record"},
+             {component, bundles + "/NoEntryPoint.engine", data, "does not load"},
+             {component, bundles + "/NoExecutable.engine", data, "does not load"},
+             {component, odd, program.path("nowhere"), "not a folder"}}) {
+        const Outcome outcome =
+            program.run({"install", bundle, "--engine", engine, "--data", folder});
         EXPECT_EQ(outcome.status, 1);
-        EXPECT_THAT(outcome.error, HasSubstr(test.says));
+        EXPECT_THAT(outcome.error, HasSubstr(says));
     }
     EXPECT_FALSE(std::filesystem::exists(program.home.DataHome() + "/velnor"));
     EXPECT_FALSE(std::filesystem::exists(program.home.ConfigHome()));

@@ -3,8 +3,7 @@
 #include "host/MidiSong.h"
 #include "host/SongRenderer.h"
 #include "host/tests/HostProgram.h"
-
-#include <gtest/gtest.h>
+#include "platform/tests/Testing.h"
 
 namespace velnor::host {
 namespace {
@@ -26,25 +25,20 @@ TEST(MidiFile, ASongCutAnywhereIsRefused) {
 }
 
 TEST(MidiFile, SaysWhatIsWrongAndWhere) {
-    const struct {
-        std::string file;
-        std::string problem;
-    } kCases[] = {
-        {"RIFF....", "it does not begin with a MIDI file header"},
-        {withTrack(std::string("\0\x3C", 2)),
-         "track 1 has a data byte where a message should begin at byte 24"},
-        {withTrack(std::string("\0\x90\x3C\x90", 4)),
-         "track 1 has a message with a data byte missing at byte 26"},
-        {withTrack(std::string("\0\xFF\x51\x02\0\0", 6)),
-         "track 1 has a meta event of the wrong length at byte 28"},
-        {withTrack("\xFF\xFF\xFF\xFF\x90"),
-         "track 1 has a number of more than four bytes at byte 26"},
-        {withTrack(std::string("\0\xF0\x05\x01", 4)), "track 1 is cut short at byte 25"},
-        {withTrack(std::string("\0\xF3\x01", 3)),
-         "track 1 has a message that files do not hold at byte 24"},
-    };
-    for (const auto& test : kCases)
-        EXPECT_EQ(checkMidiFile(bytesOf(test.file)), test.problem);
+    for (const auto& [file, problem] : test::Rows<std::string, std::string>{
+             {"RIFF....", "it does not begin with a MIDI file header"},
+             {withTrack(std::string("\0\x3C", 2)),
+              "track 1 has a data byte where a message should begin at byte 24"},
+             {withTrack(std::string("\0\x90\x3C\x90", 4)),
+              "track 1 has a message with a data byte missing at byte 26"},
+             {withTrack(std::string("\0\xFF\x51\x02\0\0", 6)),
+              "track 1 has a meta event of the wrong length at byte 28"},
+             {withTrack("\xFF\xFF\xFF\xFF\x90"),
+              "track 1 has a number of more than four bytes at byte 26"},
+             {withTrack(std::string("\0\xF0\x05\x01", 4)), "track 1 is cut short at byte 25"},
+             {withTrack(std::string("\0\xF3\x01", 3)),
+              "track 1 has a message that files do not hold at byte 24"}})
+        EXPECT_EQ(checkMidiFile(bytesOf(file)), problem);
 }
 
 TEST(MidiSong, KeepsFileOrderAmongMessagesOfOneTick) {
