@@ -27,9 +27,8 @@ TEST(BringUp, EachFailureTellsTheUserOnceAndLeavesASilentInstrument) {
              {"/d", bundles + "NotABundle.engine", noBundle + bundles + "NotABundle.engine",
               "find engine file", ""},
              {"/d", bundles + "NoEntryPoint.engine", noFunction, "connect to engine", "ormoOpcode"},
-             {"/d", bundles + "NotLoadable.engine", noFunction, "connect to engine", "NotLoadable"},
-             {"/d", bundles + "NoExecutable.engine", noFunction, "connect to engine",
-              "NoExecutable"}}) {
+             {"/d", bundles + "NotLoadable.engine", noFunction, "connect to engine",
+              "NotLoadable"}}) {
         SCOPED_TRACE(error);
         TestHost host;
         host.setDataDir(dataDir);

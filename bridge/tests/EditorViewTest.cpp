@@ -1,9 +1,7 @@
 #include "bridge/tests/TestHost.h"
-#include "platform/CarbonView.h"
 #include "platform/EventLoop.h"
+#include "platform/tests/HostWindow.h"
 #include "platform/tests/Testing.h"
-
-#include <memory>
 
 namespace velnor::test {
 namespace {
@@ -15,15 +13,9 @@ const Opcodes kClosed = {kOpDetachEditor, kOpEditorDestroy};
 class EditorView : public testing::Test {
 protected:
     void SetUp() override { PlatformAdvanceEventLoop(0); }
-    void TearDown() override {
-        CloseView();
-        DisposeWindow(window);
-    }
-
     void OpenInstrument(bool initialized,
                         const std::string& path = builtBundle("Velnor.component")) {
-        bundle = path;
-        instrument = std::make_unique<Instrument>(bundle);
+        instrument.emplace(path);
         if (initialized) {
             EXPECT_EQ(instrument->initialize(), noErr);
         }
@@ -31,26 +23,11 @@ protected:
     }
     // Has the host open the instrument's view in a new window.
     OSStatus Show(WindowAttributes attributes) {
-        DisposeWindow(window);
-        const Rect bounds = {0, 0, 600, 800};
-        EXPECT_EQ(CreateNewWindow(attributes, &bounds, &window), noErr);
-        EXPECT_EQ(GetRootControl(window, &parent), noErr);
-        Component components[2] = {};
-        UInt32 count = 0;
-        EXPECT_EQ(PlatformRegisterComponentBundle(bundle.c_str(), components, 2, &count), noErr);
-        view = OpenComponent(components[1]);
-        const Float32Point location = {30.5f, 40.5f}, size = {100, 100};
-        return AudioUnitCarbonViewCreate(view, instrument->unit(), window, parent, &location, &size,
-                                         &pane);
+        return window.emplace(attributes).Show(instrument->view(), instrument->unit());
     }
     OSStatus ShowInitialized(WindowAttributes attributes) {
         OpenInstrument(true);
         return Show(attributes);
-    }
-    void CloseView() {
-        if (view != nullptr) {
-            EXPECT_EQ(CloseComponent(std::exchange(view, nullptr)), noErr);
-        }
     }
     Opcodes TakeOpcodes() {
         Opcodes opcodes;
@@ -64,30 +41,21 @@ protected:
         GetControlBounds(control, &bounds);
         return {bounds.left, bounds.top, bounds.right, bounds.bottom};
     }
-    static int Count(ControlRef control) {
-        UInt16 count = 0;
-        EXPECT_EQ(CountSubControls(control, &count), noErr);
-        return count;
-    }
     void ExpectFallback(const char* wanted, int left, int top) {
         ControlRef text = nullptr;
-        ASSERT_EQ(GetIndexedSubControl(pane, 1, &text), noErr);
+        ASSERT_EQ(GetIndexedSubControl(window->pane, 1, &text), noErr);
         EXPECT_EQ(Text(CFRef(PlatformControlCopyText(text)).Get()), wanted);
         const ControlFontStyleRec style = PlatformControlGetFontStyle(text);
         EXPECT_EQ(style.flags, kControlUseFontMask);
         EXPECT_EQ(style.font, kControlFontSmallSystemFont);
         EXPECT_EQ(Place(text), (std::vector{left, top, left + 200, top + 200}));
-        EXPECT_EQ(Place(pane), (std::vector{30, 40, 230, 240}));
+        EXPECT_EQ(Place(window->pane), (std::vector{30, 40, 230, 240}));
     }
 
     TestHost host;
     probe::Probe& probe = freshProbe();
-    std::string bundle;
-    std::unique_ptr<Instrument> instrument;
-    ComponentInstance view = nullptr;
-    WindowRef window = nullptr;
-    ControlRef parent = nullptr;
-    ControlRef pane = nullptr;
+    std::optional<Instrument> instrument;
+    std::optional<HostWindow> window;
 };
 
 TEST_F(EditorView, EngineIsCalledInOrderWithItsHandles) {
@@ -101,13 +69,14 @@ TEST_F(EditorView, EngineIsCalledInOrderWithItsHandles) {
     EXPECT_NE(editor, 0);
     EXPECT_EQ(calls[0].bytes[0], "/data/OrmoSetup.xml");
     EXPECT_THAT(calls[0].words, ElementsAre(0, kOpEditorCreate, _, _, engine, 0, 0, 0, 0));
-    EXPECT_THAT(calls[1].words, ElementsAre(editor, kOpEditorOpen,
-                                            reinterpret_cast<OrmoWord>(window), 0, 0, 1, 0, 0, 0));
+    EXPECT_THAT(calls[1].words,
+                ElementsAre(editor, kOpEditorOpen, reinterpret_cast<OrmoWord>(window->window), 0, 0,
+                            1, 0, 0, 0));
     EXPECT_THAT(calls[2].words, ElementsAre(engine, kOpAttachEditor, editor, 0, 0, 0, 0, 0, 0));
     EXPECT_THAT(calls[3].words, ElementsAre(editor, kOpEditorGetView, _, 0, 0, 0, 0, 0, 0));
-    EXPECT_EQ(Count(pane), 0);
+    EXPECT_EQ(Count(window->pane), 0);
     probe.clear();
-    CloseView();
+    EXPECT_EQ(window->CloseView(), noErr);
     const auto closing = probe.calls();
     ASSERT_EQ(closing.size(), 2u);
     EXPECT_THAT(closing[0].words, ElementsAre(engine, kOpDetachEditor, editor, 0, 0, 0, 0, 0, 0));
@@ -130,13 +99,13 @@ TEST_F(EditorView, RootControlSitsAtThePanesCornerAndThePaneTakesItsSize) {
         ASSERT_EQ(ShowInitialized(attributes), noErr);
         EXPECT_EQ(Place(control),
                   compositing ? (std::vector{0, 0, 400, 300}) : (std::vector{30, 40, 430, 340}));
-        EXPECT_EQ(Place(pane), (std::vector{30, 40, 430, 340}));
+        EXPECT_EQ(Place(window->pane), (std::vector{30, 40, 430, 340}));
         EXPECT_EQ(HIViewIsVisible(control), !compositing);
         EXPECT_EQ(HIViewGetNeedsDisplay(control), !compositing);
-        CloseView();
-        EXPECT_EQ(Count(parent), 0);
+        EXPECT_EQ(window->CloseView(), noErr);
+        EXPECT_EQ(Count(window->root), 0);
         instrument.reset();
-        DisposeWindow(window);
+        window.reset();
         EXPECT_EQ(PlatformLiveObjectCount(), before);
     }
 }
@@ -150,7 +119,7 @@ TEST_F(EditorView, IdleComesAfterOneSecondAndThenFifteenTimesASecond) {
     EXPECT_EQ(TakeOpcodes(), Opcodes{kOpEditorIdle});
     PlatformAdvanceEventLoop(10);
     EXPECT_EQ(TakeOpcodes(), Opcodes(150, kOpEditorIdle));
-    CloseView();
+    EXPECT_EQ(window->CloseView(), noErr);
     PlatformAdvanceEventLoop(2);
     EXPECT_EQ(TakeOpcodes(), kClosed);
 }
@@ -158,10 +127,10 @@ TEST_F(EditorView, IdleComesAfterOneSecondAndThenFifteenTimesASecond) {
 TEST_F(EditorView, RefusedEditorIsStillDetachedAndDestroyed) {
     probe.behaviour.editorOpenResult = -5;
     EXPECT_EQ(ShowInitialized(kWindowCompositingAttribute), 1);
-    EXPECT_EQ(pane, nullptr);
+    EXPECT_EQ(window->pane, nullptr);
     PlatformAdvanceEventLoop(3);
     EXPECT_EQ(TakeOpcodes(), (Opcodes{kOpEditorCreate, kOpEditorOpen}));
-    CloseView();
+    EXPECT_EQ(window->CloseView(), noErr);
     EXPECT_EQ(TakeOpcodes(), kClosed);
     EXPECT_EQ(probe.openEditors(), 0u);
 }
@@ -169,7 +138,7 @@ TEST_F(EditorView, RefusedEditorIsStillDetachedAndDestroyed) {
 TEST_F(EditorView, RootControlThatIsNoneIsLeftAlone) {
     probe.behaviour.rootControl = &probe;
     ASSERT_EQ(ShowInitialized(kWindowNoAttributes), noErr);
-    EXPECT_EQ(Count(pane), 0);
+    EXPECT_EQ(Count(window->pane), 0);
 }
 
 TEST_F(EditorView, WithoutAnEditorItKeepsTheFallbackTextAndSendsNothingMore) {
@@ -182,7 +151,7 @@ TEST_F(EditorView, WithoutAnEditorItKeepsTheFallbackTextAndSendsNothingMore) {
         EXPECT_EQ(instrument->initialize(), noErr);
         probe.clear();
         PlatformAdvanceEventLoop(3);
-        CloseView();
+        EXPECT_EQ(window->CloseView(), noErr);
         EXPECT_EQ(TakeOpcodes(), Opcodes{});
     }
 }

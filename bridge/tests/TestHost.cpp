@@ -156,10 +156,9 @@ HostCallbackInfo Transport::callbacks() {
 }
 
 Instrument::Instrument(const std::string& bundle) {
-    Component component = nullptr;
     UInt32 count = 0;
-    EXPECT_EQ(PlatformRegisterComponentBundle(bundle.c_str(), &component, 1, &count), noErr);
-    EXPECT_EQ(PlatformOpenComponent(component, &mUnit), noErr);
+    EXPECT_EQ(PlatformRegisterComponentBundle(bundle.c_str(), mComponents, 2, &count), noErr);
+    EXPECT_EQ(PlatformOpenComponent(mComponents[0], &mUnit), noErr);
     if (mUnit == nullptr)
         throw std::runtime_error("the component does not open: " + bundle);
 }

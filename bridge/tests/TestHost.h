@@ -84,6 +84,7 @@ public:
     Instrument& operator=(const Instrument&) = delete;
 
     AudioUnit unit() const { return mUnit; }
+    Component view() const { return mComponents[1]; }
     OSStatus initialize() { return AudioUnitInitialize(mUnit); }
     OSStatus uninitialize() { return AudioUnitUninitialize(mUnit); }
     void close();
@@ -116,6 +117,7 @@ public:
     Audio pullNext(UInt32 frames = 64);
 
 private:
+    Component mComponents[2] = {}; /* instrument and view */
     AudioUnit mUnit = nullptr;
     Float64 mSampleTime = 0;
 };

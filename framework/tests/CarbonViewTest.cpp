@@ -1,9 +1,11 @@
 #include "framework/AUCarbonViewBase.h"
 #include "framework/ComponentEntryPoint.h"
+#include "platform/tests/HostWindow.h"
 #include "platform/tests/Testing.h"
 
 #include <functional>
 #include <limits>
+#include <optional>
 
 namespace velnor::test {
 namespace {
@@ -50,31 +52,21 @@ protected:
     }
     void TearDown() override {
         EXPECT_EQ(CloseComponent(view), noErr);
-        DisposeWindow(window);
+        window.reset();
         EXPECT_EQ(PlatformLiveObjectCount(), before);
     }
     void Reopen() {
         EXPECT_EQ(CloseComponent(view), noErr);
         view = OpenComponent(TestComponent());
     }
-    void OpenWindow(WindowAttributes attributes) {
-        const Rect bounds = {0, 0, 600, 800};
-        ASSERT_EQ(CreateNewWindow(attributes, &bounds, &window), noErr);
-        ASSERT_EQ(GetRootControl(window, &parent), noErr);
-    }
     OSStatus Create() {
-        return AudioUnitCarbonViewCreate(view, kUnit, window, parent, &location, &size, &pane);
-    }
-    int PanesInWindow() const {
-        UInt16 count = 0;
-        EXPECT_EQ(CountSubControls(parent, &count), noErr);
-        return count;
+        return AudioUnitCarbonViewCreate(view, kUnit, window->window, window->root, &location,
+                                         &size, &pane);
     }
 
     CFIndex before = PlatformLiveObjectCount();
     ComponentInstance view = nullptr;
-    WindowRef window = nullptr;
-    ControlRef parent = nullptr;
+    std::optional<HostWindow> window;
     ControlRef pane = nullptr;
     Float32Point location = {30.75f, 40.25f};
     Float32Point size = {320, 240};
@@ -82,11 +74,11 @@ protected:
 
 TEST_F(CarbonView, PaneStandsAtTheLocationAndHoldsItsContents) {
     for (const bool compositing : {true, false}) {
-        OpenWindow(compositing ? kWindowCompositingAttribute : kWindowNoAttributes);
+        window.emplace(compositing ? kWindowCompositingAttribute : kWindowNoAttributes);
         Float32Point offset = {-1, -1};
         gCreateUI = [&](TestView& self, Float32 x, Float32 y) {
             EXPECT_EQ(self.GetEditAudioUnit(), kUnit);
-            EXPECT_EQ(self.GetCarbonWindow(), window);
+            EXPECT_EQ(self.GetCarbonWindow(), window->window);
             EXPECT_EQ(self.IsCompositWindow(), compositing);
             offset = {x, y};
             Embed(self, {0, 0, 50, 100});
@@ -103,51 +95,53 @@ TEST_F(CarbonView, PaneStandsAtTheLocationAndHoldsItsContents) {
         EXPECT_EQ(frame.size.width, 100);
         EXPECT_EQ(frame.size.height, 80);
         EXPECT_EQ(Create(), paramErr); // one user interface for each view
-        EXPECT_EQ(PanesInWindow(), 1);
+        EXPECT_EQ(Count(window->root), 1);
         Reopen();
-        EXPECT_EQ(PanesInWindow(), 0);
-        DisposeWindow(window);
+        EXPECT_EQ(Count(window->root), 0);
+        window.reset();
     }
 }
 
 TEST_F(CarbonView, FailedCreationAnswersItsStatusAndLeavesNoPane) {
-    OpenWindow(kWindowCompositingAttribute);
+    window.emplace(kWindowCompositingAttribute);
     for (const bool throws : {false, true}) {
         gCreateUI = [throws](TestView& self, Float32, Float32) {
             Embed(self, {0, 0, 5, 5});
             return throws ? throw OSStatus{1} : 1;
         };
-        pane = parent;
+        pane = window->root;
         EXPECT_EQ(Create(), 1);
         EXPECT_EQ(pane, nullptr);
-        EXPECT_EQ(PanesInWindow(), 0);
+        EXPECT_EQ(Count(window->root), 0);
         Reopen();
     }
 }
 
 TEST_F(CarbonView, BadArgumentsCreateNothing) {
-    OpenWindow(kWindowNoAttributes);
+    window.emplace(kWindowNoAttributes);
     gCreateUI = [](TestView&, Float32, Float32) -> OSStatus { throw OSStatus{2}; };
+    const WindowRef host = window->window;
+    const ControlRef root = window->root;
     const Float32 nan = std::numeric_limits<Float32>::quiet_NaN();
     const Float32Point sizes[] = {{nan, 10}, {40000, 10}, {-1, 10}};
     for (const auto& [unit, where, inside, at, extent, out] :
          Rows<AudioUnit, WindowRef, ControlRef, const Float32Point*, const Float32Point*,
-              ControlRef*>{{nullptr, window, parent, &location, &size, &pane},
-                           {kUnit, nullptr, parent, &location, &size, &pane},
-                           {kUnit, window, nullptr, &location, &size, &pane},
-                           {kUnit, window, parent, nullptr, &size, &pane},
-                           {kUnit, window, parent, &location, nullptr, &pane},
-                           {kUnit, window, parent, &location, &size, nullptr},
-                           {kUnit, window, parent, &location, &sizes[0], &pane},
-                           {kUnit, window, parent, &location, &sizes[1], &pane},
-                           {kUnit, window, parent, &location, &sizes[2], &pane}}) {
+              ControlRef*>{{nullptr, host, root, &location, &size, &pane},
+                           {kUnit, nullptr, root, &location, &size, &pane},
+                           {kUnit, host, nullptr, &location, &size, &pane},
+                           {kUnit, host, root, nullptr, &size, &pane},
+                           {kUnit, host, root, &location, nullptr, &pane},
+                           {kUnit, host, root, &location, &size, nullptr},
+                           {kUnit, host, root, &location, &sizes[0], &pane},
+                           {kUnit, host, root, &location, &sizes[1], &pane},
+                           {kUnit, host, root, &location, &sizes[2], &pane}}) {
         EXPECT_EQ(AudioUnitCarbonViewCreate(view, unit, where, inside, at, extent, out), paramErr);
     }
-    EXPECT_EQ(PanesInWindow(), 0);
+    EXPECT_EQ(Count(window->root), 0);
 }
 
 TEST_F(CarbonView, TimerIsOneForTheViewWithADelayOfAtLeastFiveMilliseconds) {
-    OpenWindow(kWindowNoAttributes);
+    window.emplace(kWindowNoAttributes);
     gCreateUI = [](TestView& self, Float32, Float32) {
         EXPECT_EQ(self.CreateEventLoopTimer(0, 0.1f), noErr);
         return self.CreateEventLoopTimer(0, 0.001f);
@@ -168,7 +162,7 @@ TEST_F(CarbonView, TimerIsOneForTheViewWithADelayOfAtLeastFiveMilliseconds) {
     PlatformAdvanceEventLoop(0.1);
     gTick = nullptr;
     PlatformAdvanceEventLoop(1);
-    EXPECT_EQ(PanesInWindow(), 0);
+    EXPECT_EQ(Count(window->root), 0);
 }
 
 TEST_F(CarbonView, SurvivesItsWindowAndItsPane) {
@@ -176,11 +170,11 @@ TEST_F(CarbonView, SurvivesItsWindowAndItsPane) {
         Embed(self, {0, 0, 5, 5});
         return noErr;
     };
-    OpenWindow(kWindowCompositingAttribute);
+    window.emplace(kWindowCompositingAttribute);
     ASSERT_EQ(Create(), noErr);
-    DisposeWindow(window);
+    window.reset();
     Reopen();
-    OpenWindow(kWindowCompositingAttribute);
+    window.emplace(kWindowCompositingAttribute);
     ASSERT_EQ(Create(), noErr);
     DisposeControl(pane);
 }

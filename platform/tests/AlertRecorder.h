@@ -10,8 +10,8 @@
 
 namespace velnor::test {
 
-/* While it lives, every alert of the process is written down and answered at once. Recorders nest:
- * the innermost one answers; when the outermost goes, the default presenter is back. */
+/* While it lives, every alert of the process is written down and answered at once. One at a time.
+ */
 class AlertRecorder {
 public:
     struct Alert {
@@ -21,8 +21,8 @@ public:
         std::array<std::string, 3> buttons; /* empty for none */
     };
 
-    AlertRecorder() : mOuter(sCurrent) { Install(this); }
-    ~AlertRecorder() { Install(mOuter); }
+    AlertRecorder() { PlatformSetAlertPresenter(&Record, this); }
+    ~AlertRecorder() { PlatformSetAlertPresenter(nullptr, nullptr); }
     AlertRecorder(const AlertRecorder&) = delete;
     AlertRecorder& operator=(const AlertRecorder&) = delete;
 
@@ -33,10 +33,6 @@ public:
     void Clear() { mAlerts.clear(); }
 
 private:
-    static void Install(AlertRecorder* recorder) {
-        sCurrent = recorder;
-        PlatformSetAlertPresenter(recorder ? &Record : nullptr, recorder);
-    }
     static SInt32 Record(const PlatformAlert* alert, void* context) {
         auto* recorder = static_cast<AlertRecorder*>(context);
         Alert copy{alert->level, alert->header, alert->message, {}};
@@ -47,8 +43,6 @@ private:
         return recorder->mAnswer;
     }
 
-    inline static AlertRecorder* sCurrent = nullptr;
-    AlertRecorder* mOuter;
     SInt32 mAnswer = 0;
     std::vector<Alert> mAlerts;
 };

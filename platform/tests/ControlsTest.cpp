@@ -1,4 +1,5 @@
 #include "platform/Controls.h"
+#include "platform/tests/HostWindow.h"
 #include "platform/tests/Testing.h"
 
 #include <array>
@@ -35,11 +36,6 @@ protected:
     static Sides Bounds(ControlRef control) {
         Rect bounds = {};
         return std::bit_cast<Sides>(*GetControlBounds(control, &bounds));
-    }
-    static int Count(ControlRef control) {
-        UInt16 count = 0;
-        EXPECT_EQ(CountSubControls(control, &count), noErr);
-        return count;
     }
 
     CFIndex before = PlatformLiveObjectCount();

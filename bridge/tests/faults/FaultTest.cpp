@@ -3,8 +3,8 @@
 #include "platform/CFDictionary.h"
 #include "platform/CFRef.h"
 #include "platform/CFString.h"
-#include "platform/CarbonView.h"
 #include "platform/EventLoop.h"
+#include "platform/tests/HostWindow.h"
 #include "platform/tests/Values.h"
 
 #include <gmock/gmock.h>
@@ -32,8 +32,7 @@ struct Session {
     AudioUnit unit = nullptr;
     CFRef<CFPropertyListRef> state;
     Float64 sampleTime = 0;
-    WindowRef window = nullptr;
-    AudioUnitCarbonView view = nullptr;
+    HostWindow window;
 };
 
 OSStatus save(Session& session) {
@@ -49,17 +48,9 @@ OSStatus restore(Session& session) {
 }
 
 OSStatus show(Session& session) {
-    OSStatus status = PlatformOpenComponent(session.components[1], &session.view);
+    const OSStatus status = session.window.Show(session.components[1], session.unit);
     if (status != noErr)
-        return status;
-    ControlRef root = nullptr;
-    ControlRef pane = nullptr;
-    const Float32Point place = {0, 0};
-    GetRootControl(session.window, &root);
-    status = AudioUnitCarbonViewCreate(session.view, session.unit, session.window, root, &place,
-                                       &place, &pane);
-    if (status != noErr)
-        CloseComponent(session.view);
+        session.window.CloseView();
     return status;
 }
 
@@ -116,7 +107,7 @@ const struct {
          PlatformAdvanceEventLoop(2);
          return OSStatus{noErr};
      }},
-    {"hide", [](Session& session) { return CloseComponent(session.view); }, true},
+    {"hide", [](Session& session) { return session.window.CloseView(); }, true},
     {"uninitialise", [](Session& session) { return AudioUnitUninitialize(session.unit); }},
     {"close", [](Session& session) { return CloseComponent(session.unit); }, true},
 };
@@ -125,9 +116,7 @@ using Attempt = std::function<OSStatus(std::size_t stage, Session& session)>;
 
 /* Attempts the stages; one that fails is run again, and works then. */
 void runSession(const Attempt& attempt) {
-    const Rect bounds = {0, 0, 100, 100};
     Session session;
-    CreateNewWindow(kWindowCompositingAttribute, &bounds, &session.window);
     for (std::size_t stage = 0; stage < std::size(kStages); ++stage) {
         takeCalls();
         if (attempt(stage, session) == noErr || kStages[stage].closes)
@@ -135,7 +124,6 @@ void runSession(const Attempt& attempt) {
         EXPECT_TRUE(callsOf(kOpSetChunk).empty()) << kStages[stage].name;
         EXPECT_EQ(kStages[stage].run(session), noErr) << kStages[stage].name;
     }
-    DisposeWindow(session.window);
     EXPECT_TRUE(CFDictionaryContainsKey(static_cast<CFDictionaryRef>(session.state.Get()),
                                         String("OrmoData").Get()));
 }

@@ -132,9 +132,12 @@ void SoakHost::disturb() {
     }
     if (oneIn(40))
         saveAndRestore();
-    if (oneIn(60))
-        mView == nullptr ? openEditor() : closeEditor();
-    if (mView != nullptr && oneIn(4))
+    if (mEditor && oneIn(60))
+        mEditor.reset();
+    else if (!mEditor && oneIn(60)) {
+        EXPECT_EQ(mEditor.emplace().Show(mInstrument->view(), mInstrument->unit()), noErr);
+    }
+    if (mEditor && oneIn(4))
         PlatformAdvanceEventLoop(0.05);
 }
 
@@ -145,32 +148,8 @@ void SoakHost::saveAndRestore() {
     EXPECT_TRUE(CFEqual(stateOf(*mInstrument).Get(), value));
 }
 
-void SoakHost::openEditor() {
-    const Rect bounds = {0, 0, 600, 800};
-    ControlRef root = nullptr;
-    ControlRef pane = nullptr;
-    ASSERT_EQ(CreateNewWindow(kWindowCompositingAttribute, &bounds, &mWindow), noErr);
-    ASSERT_EQ(GetRootControl(mWindow, &root), noErr);
-    Component components[2] = {};
-    UInt32 count = 0;
-    ASSERT_EQ(PlatformRegisterComponentBundle(mBundle.c_str(), components, 2, &count), noErr);
-    mView = OpenComponent(components[1]);
-    const Float32Point location = {0, 0};
-    const Float32Point size = {400, 300};
-    ASSERT_EQ(AudioUnitCarbonViewCreate(mView, mInstrument->unit(), mWindow, root, &location, &size,
-                                        &pane),
-              noErr);
-}
-
-void SoakHost::closeEditor() {
-    if (mView == nullptr)
-        return;
-    EXPECT_EQ(CloseComponent(std::exchange(mView, nullptr)), noErr);
-    DisposeWindow(std::exchange(mWindow, nullptr));
-}
-
 void SoakHost::close() {
-    closeEditor();
+    mEditor.reset();
     mInstrument.reset();
     freshProbe();
 }

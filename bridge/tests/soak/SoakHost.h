@@ -4,7 +4,7 @@
 #define VELNOR_BRIDGE_TESTS_SOAK_SOAKHOST_H
 
 #include "bridge/tests/TestHost.h"
-#include "platform/CarbonView.h"
+#include "platform/tests/HostWindow.h"
 
 #include <memory>
 #include <random>
@@ -41,15 +41,12 @@ private:
     void checkBlock(UInt32 frames);
     void disturb();
     void saveAndRestore();
-    void openEditor();
-    void closeEditor();
 
     const std::string mBundle;
     const bool mCheckEvents;
     std::mt19937_64 mRandom;
     std::unique_ptr<Instrument> mInstrument;
-    ComponentInstance mView = nullptr;
-    WindowRef mWindow = nullptr;
+    std::optional<HostWindow> mEditor;
     std::vector<UInt32> mChannels; /* of each bus */
     double mRate = 44100.0;
     UInt32 mMostFrames = 0;

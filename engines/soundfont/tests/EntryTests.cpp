@@ -1,8 +1,9 @@
 #include "engines/soundfont/SoundFontProperties.h"
 #include "engines/soundfont/tests/EngineUnderTest.h"
-#include "platform/Controls.h"
+#include "platform/tests/HostWindow.h"
 
 #include <atomic>
+#include <optional>
 
 namespace velnor::soundfont {
 namespace {
@@ -116,11 +117,6 @@ protected:
     const void* editorWord() const {
         return reinterpret_cast<const void*>(static_cast<uintptr_t>(mEditor));
     }
-    static int count(ControlRef control) {
-        UInt16 children = 0;
-        CountSubControls(control, &children);
-        return children;
-    }
     std::string line(UInt16 number) const {
         ControlRef control = nullptr;
         GetIndexedSubControl(mRoot, number, &control);
@@ -133,7 +129,7 @@ protected:
 };
 
 TEST_F(EditorTest, ShowsProgramsAndVoicesAfterIdle) {
-    EXPECT_EQ(count(mRoot), 17);
+    EXPECT_EQ(Count(mRoot), 17);
     HIRect frame{};
     HIViewGetFrame(mRoot, &frame);
     EXPECT_GT(frame.size.width, 0);
@@ -151,18 +147,14 @@ TEST_F(EditorTest, ShowsProgramsAndVoicesAfterIdle) {
 }
 
 TEST_F(EditorTest, LeavesNoControlBehindInWhateverOrderThingsGo) {
-    const Rect bounds{0, 0, 400, 400};
-    WindowRef window = nullptr;
-    ASSERT_EQ(CreateNewWindow(kWindowCompositingAttribute, &bounds, &window), noErr);
-    ControlRef pane = nullptr;
-    GetRootControl(window, &pane);
-    EXPECT_EQ(EmbedControl(mRoot, pane), noErr);
-    EXPECT_EQ(count(pane), 1);
+    std::optional<HostWindow> window(std::in_place);
+    EXPECT_EQ(EmbedControl(mRoot, window->root), noErr);
+    EXPECT_EQ(Count(window->root), 1);
     EXPECT_EQ(call(mEditor, kOpEditorDestroy), 0);
-    EXPECT_EQ(count(pane), 0);
+    EXPECT_EQ(Count(window->root), 0);
     SetUp();
-    EmbedControl(mRoot, pane);
-    DisposeWindow(window);
+    EmbedControl(mRoot, window->root);
+    window.reset();
     EXPECT_EQ(call(mEditor, kOpEditorIdle), 0);
     EXPECT_EQ(call(mEditor, kOpEditorDestroy), 0);
 }

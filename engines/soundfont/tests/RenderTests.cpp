@@ -28,19 +28,6 @@ TEST(Render, IsTheSameInEveryBlockSize) {
     }
 }
 
-TEST(Render, AnEventCountsFromTheFirst64FrameBlockThatIsNotComputedYet) {
-    for (const auto& [event, first] : Rows<int64_t, int64_t>{
-             {0, 0}, {1, 64}, {63, 64}, {64, 64}, {65, 128}, {1000, 1024}, {1024, 1024}}) {
-        Engine engine;
-        float off = 0;
-        engine.property(0x10004, off); // the reverb is never quite silent
-        engine.property(0x10006, off);
-        const auto left = engine.render({{event, 0x99, 42, 127}}, 2048, 100)[0];
-        const auto sound = std::ranges::find_if(left, [](float sample) { return sample != 0; });
-        EXPECT_THAT(sound - left.begin(), AllOf(Ge(first), Lt(first + 4))) << event;
-    }
-}
-
 TEST(Render, EventsOutsideTheBlockCountAtItsEdges) {
     const auto rendered = [](std::vector<int32_t> offsets) {
         const Engine engine;
