@@ -2,7 +2,6 @@
 #include "platform/Process.h"
 #include "platform/tests/Testing.h"
 
-#include <algorithm>
 #include <dlfcn.h>
 #include <memory>
 

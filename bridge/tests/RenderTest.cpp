@@ -41,50 +41,37 @@ void expectSilence(const Instrument::Audio& audio) {
 
 /* Each host-facing operation, in a row, and what the engine hears of it. */
 TEST_F(EngineCalls, ComeInTheOrderOfTheHostsOperations) {
-    const auto reset = [&] { return AudioUnitReset(instrument.unit(), kAudioUnitScope_Global, 0); };
     const std::string suspend = "12 E 0 0 0 0 0 0 0";
     const std::string resume = "13 E 0 0 0 0 0 0 0";
     const std::string resumeOffline = "13 E 0 0 0 1 0 0 0";
-    const auto initialize = [&] { return instrument.initialize(); };
-    const auto format = [&](UInt32 channels, Float64 rate) {
-        return [this, channels, rate] { return instrument.setFormat(0, channels, rate); };
-    };
-    const auto offline = [&](UInt32 on) {
-        return [this, on] { return instrument.setOffline(on); };
-    };
-    for (const auto& [operation, run, calls] : Rows<const char*, std::function<OSStatus()>, Texts>{
-             {"bring-up", [] { return noErr; }, {"8 0 ptr 0 0 0 0 0 0"}},
-             {"reset before initialize", reset, {}},
-             {"rate change before initialize", format(2, 22050.9), {}},
-             {"initialize",
-              initialize,
-              {"9 0 ptr ptr 0 0 0 0 0", "11 E 0 0 0 22050 1156 0 0", resume}},
-             {"initialize again", initialize, {}},
-             {"render",
-              [&] { return instrument.pullNext(64).status; },
-              {"15 E ptr ptr ptr 64 0 0 0"}},
-             {"reset", reset, {suspend, resume}},
-             {"offline on", offline(7), {suspend, resumeOffline}},
-             {"reset while offline", reset, {suspend, resumeOffline}},
-             {"rate change",
-              format(2, 48000),
-              {suspend, "11 E 0 0 0 48000 1156 0 0", resumeOffline}},
-             {"the same format", format(2, 48000), {}},
-             {"channel change", format(1, 48000), {}},
-             {"channels back", format(2, 48000), {}},
-             {"uninitialize", [&] { return instrument.uninitialize(); }, {suspend}},
-             {"uninitialize again", [&] { return instrument.uninitialize(); }, {}},
-             {"frame limit",
-              [&] { return instrument.set(kAudioUnitProperty_MaximumFramesPerSlice, UInt32{512}); },
-              {}},
-             {"second initialize", initialize, {"11 E 0 0 0 48000 512 0 0", resumeOffline}},
-             {"offline off", offline(0), {suspend, resume}},
-             {"close",
-              [&] { return instrument.close(), noErr; },
-              {suspend, "10 E 0 0 0 0 0 0 0"}}}) {
-        EXPECT_EQ(run(), noErr) << operation;
+    const auto hears = [](const char* operation, OSStatus status, const Texts& calls) {
+        EXPECT_EQ(status, noErr) << operation;
         EXPECT_EQ(takeCalls(), calls) << operation;
-    }
+    };
+    const auto reset = [&] { return AudioUnitReset(instrument.unit(), kAudioUnitScope_Global, 0); };
+    hears("bring-up", noErr, {"8 0 ptr 0 0 0 0 0 0"});
+    hears("reset before initialize", reset(), {});
+    hears("rate change before initialize", instrument.setFormat(0, 2, 22050.9), {});
+    hears("initialize", instrument.initialize(),
+          {"9 0 ptr ptr 0 0 0 0 0", "11 E 0 0 0 22050 1156 0 0", resume});
+    hears("initialize again", instrument.initialize(), {});
+    hears("render", instrument.pullNext(64).status, {"15 E ptr ptr ptr 64 0 0 0"});
+    hears("reset", reset(), {suspend, resume});
+    hears("offline on", instrument.setOffline(7), {suspend, resumeOffline});
+    hears("reset while offline", reset(), {suspend, resumeOffline});
+    hears("rate change", instrument.setFormat(0, 2, 48000),
+          {suspend, "11 E 0 0 0 48000 1156 0 0", resumeOffline});
+    hears("the same format", instrument.setFormat(0, 2, 48000), {});
+    hears("channel change", instrument.setFormat(0, 1, 48000), {});
+    hears("channels back", instrument.setFormat(0, 2, 48000), {});
+    hears("uninitialize", instrument.uninitialize(), {suspend});
+    hears("uninitialize again", instrument.uninitialize(), {});
+    hears("frame limit", instrument.set(kAudioUnitProperty_MaximumFramesPerSlice, UInt32{512}), {});
+    hears("second initialize", instrument.initialize(),
+          {"11 E 0 0 0 48000 512 0 0", resumeOffline});
+    hears("offline off", instrument.setOffline(0), {suspend, resume});
+    instrument.close();
+    hears("close", noErr, {suspend, "10 E 0 0 0 0 0 0 0"});
 }
 
 /* The new rate may differ from the bus's old one and yet be the one that the engine has. */

@@ -1,4 +1,3 @@
-#include "framework/FastEntries.h"
 #include "framework/tests/TestInstrument.h"
 
 #include <cmath>

@@ -1,5 +1,7 @@
 #include "framework/tests/TestInstrument.h"
 
+#include <functional>
+
 namespace velnor {
 namespace {
 
@@ -9,21 +11,14 @@ constexpr AudioUnitPropertyID kTold = kAudioUnitProperty_ContextName;
 struct Told {
     int count = 0;
     AudioUnit by = nullptr;
-    Told* alsoAdds = nullptr;
-    bool removesItself = false;
+    std::function<void()> then = [] {};
 };
 
-void Tell(void* inTold, AudioUnit inUnit, AudioUnitPropertyID inID, AudioUnitScope,
-          AudioUnitElement) {
+void Tell(void* inTold, AudioUnit inUnit, AudioUnitPropertyID, AudioUnitScope, AudioUnitElement) {
     Told& told = *static_cast<Told*>(inTold);
     ++told.count;
     told.by = inUnit;
-    if (told.alsoAdds != nullptr) {
-        AudioUnitAddPropertyListener(inUnit, inID, Tell, told.alsoAdds);
-    }
-    if (told.removesItself) {
-        AudioUnitRemovePropertyListener(inUnit, inID, Tell);
-    }
+    told.then();
 }
 
 void TellOther(void* inTold, AudioUnit, AudioUnitPropertyID, AudioUnitScope, AudioUnitElement) {
@@ -55,8 +50,8 @@ TEST(PropertyListeners, AreCalledOnceForEachUserDataUntilThePairIsRemoved) {
 TEST(PropertyListeners, MayChangeTheListWhileTheyAreCalled) {
     const OpenInstrument unit;
     Told late, adds, removes, after;
-    adds.alsoAdds = &late;
-    removes.removesItself = true;
+    adds.then = [&] { AudioUnitAddPropertyListener(unit, kTold, Tell, &late); };
+    removes.then = [&] { AudioUnitRemovePropertyListener(unit, kTold, Tell); };
     AudioUnitAddPropertyListener(unit, kTold, Tell, &removes);
     AudioUnitAddPropertyListener(unit, kTold, Tell, &after);
     AudioUnitAddPropertyListener(unit, kTold, TellOther, &after);
@@ -66,7 +61,7 @@ TEST(PropertyListeners, MayChangeTheListWhileTheyAreCalled) {
     AudioUnitAddPropertyListener(unit, kTold, Tell, &adds);
     unit->PropertyChanged(kTold, 0, 0);
     EXPECT_EQ(late.count, 0) << "registered after the change";
-    adds.alsoAdds = nullptr;
+    adds.then = [] {};
     unit->PropertyChanged(kTold, 0, 0);
     EXPECT_EQ(late.count, 1);
 }

@@ -1,4 +1,3 @@
-#include "host/JobError.h"
 #include "host/MidiFile.h"
 #include "host/MidiSong.h"
 #include "host/SongRenderer.h"

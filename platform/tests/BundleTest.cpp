@@ -1,5 +1,4 @@
 #include "platform/CFBundle.h"
-#include "platform/LoadedImages.h"
 #include "platform/tests/Testing.h"
 
 #include <sys/stat.h>

@@ -12,6 +12,7 @@ namespace velnor::test {
 namespace {
 
 namespace fs = std::filesystem;
+using FileCopy = InFolder;
 
 OSStatus Copy(const std::string& source, const std::string& folder, const char* name,
               UInt32 options = kFSFileOperationDefaultOptions) {
@@ -28,8 +29,7 @@ Texts Names(const std::string& folder) {
     return names;
 }
 
-TEST(FileCopy, AFileKeepsContentPermissionsAndDate) {
-    const TempFolder folder;
+TEST_F(FileCopy, AFileKeepsContentPermissionsAndDate) {
     const std::string content = std::string(300'000, 'x') + '\0' + "end";
     WriteFile(folder / "source", content);
     fs::permissions(folder / "source", fs::perms(0640));
@@ -49,8 +49,7 @@ TEST(FileCopy, AFileKeepsContentPermissionsAndDate) {
     EXPECT_EQ(info.st_mtim.tv_sec, 1'000'000'000);
 }
 
-TEST(FileCopy, AnExistingObjectIsReplacedOnlyWhenAsked) {
-    const TempFolder folder;
+TEST_F(FileCopy, AnExistingObjectIsReplacedOnlyWhenAsked) {
     WriteFile(folder / "file", "file");
     WriteFile(folder / "tree/inner", "inner");
     for (const auto& [source, target] : Rows<std::string, std::string>{{"file", "old file"},
@@ -73,8 +72,7 @@ TEST(FileCopy, AnExistingObjectIsReplacedOnlyWhenAsked) {
     }
 }
 
-TEST(FileCopy, AFolderComesWithAllThatItHolds) {
-    const TempFolder folder;
+TEST_F(FileCopy, AFolderComesWithAllThatItHolds) {
     WriteFile(folder / "tree/a/b/.hidden", "hidden");
     fs::create_symlink("/nowhere", folder / "tree/link");
     fs::create_directory(folder / "tree/empty");
@@ -87,8 +85,7 @@ TEST(FileCopy, AFolderComesWithAllThatItHolds) {
     EXPECT_THAT(Names(folder.Path()), UnorderedElementsAre("tree", "copy"));
 }
 
-TEST(FileCopy, AFailureInTheMiddleLeavesNoHalfCopy) {
-    const TempFolder folder;
+TEST_F(FileCopy, AFailureInTheMiddleLeavesNoHalfCopy) {
     WriteFile(folder / "tree/closed/file", "file");
     fs::permissions(folder / "tree/closed", fs::perms(0555));
     ASSERT_EQ(mkfifo((folder / "tree/pipe").c_str(), 0600), 0);
@@ -97,8 +94,7 @@ TEST(FileCopy, AFailureInTheMiddleLeavesNoHalfCopy) {
     EXPECT_THAT(Names(folder / "to"), IsEmpty());
 }
 
-TEST(FileCopy, AFullDiskLeavesTheOldFile) {
-    const TempFolder folder;
+TEST_F(FileCopy, AFullDiskLeavesTheOldFile) {
     WriteFile(folder / "source", std::string(100'000, 'x'));
     WriteFile(folder / "to/target", "old");
     const auto copy = [&] {
@@ -112,8 +108,7 @@ TEST(FileCopy, AFullDiskLeavesTheOldFile) {
     EXPECT_THAT(Names(folder / "to"), UnorderedElementsAre("target"));
 }
 
-TEST(FileCopy, RefusalsTellTheSideThatRefuses) {
-    const TempFolder folder;
+TEST_F(FileCopy, RefusalsTellTheSideThatRefuses) {
     WriteFile(folder / "source", "secret");
     fs::create_directories(folder / "to");
     fs::permissions(folder / "source", fs::perms(0600));
@@ -138,8 +133,7 @@ TEST(FileCopy, RefusalsTellTheSideThatRefuses) {
     EXPECT_EQ(FSCopyObjectSync(&gone, &to, nullptr, nullptr, 0), fnfErr);
 }
 
-TEST(FileCopy, NoCopyHoldsItselfOrReplacesWhatHoldsItsSource) {
-    const TempFolder folder;
+TEST_F(FileCopy, NoCopyHoldsItselfOrReplacesWhatHoldsItsSource) {
     WriteFile(folder / "tree/inner/file", "file");
     EXPECT_EQ(Copy(folder / "tree", folder / "tree", "x"), paramErr);
     EXPECT_EQ(Copy(folder / "tree", folder / "tree/inner", "x"), paramErr);
@@ -151,8 +145,7 @@ TEST(FileCopy, NoCopyHoldsItselfOrReplacesWhatHoldsItsSource) {
     EXPECT_EQ(ReadFile(folder / "tree2/inner/file"), "file");
 }
 
-TEST(FileCopy, OfCopiesToOneNameOneWins) {
-    const TempFolder folder;
+TEST_F(FileCopy, OfCopiesToOneNameOneWins) {
     WriteFile(folder / "tree/file", "file");
     fs::create_directory(folder / "to");
     std::atomic<int> made{0};

@@ -8,6 +8,8 @@ namespace {
 
 namespace fs = std::filesystem;
 using namespace std::string_literals;
+using FileRef = InFolder;
+using Catalog = InFolder;
 
 OSStatus Resolve(const std::string& path) {
     FSRef ref;
@@ -23,8 +25,7 @@ OSErr MakeFolder(const FSRef& parent, const std::u16string& name, FSRef* made = 
                                     nullptr);
 }
 
-TEST(FileRef, FailedLookupsTellWhatIsMissing) {
-    const TempFolder folder;
+TEST_F(FileRef, FailedLookupsTellWhatIsMissing) {
     WriteFile(folder / "file", "");
     fs::create_symlink(folder / "nowhere", folder / "dangling");
     fs::create_symlink(folder / "loop", folder / "loop");
@@ -41,8 +42,7 @@ TEST(FileRef, FailedLookupsTellWhatIsMissing) {
     }
 }
 
-TEST(FileRef, PathsResolveToTheRealObject) {
-    const TempFolder folder;
+TEST_F(FileRef, PathsResolveToTheRealObject) {
     fs::create_directories(folder / "real/deep");
     fs::create_directory_symlink("real", folder / "link");
     Boolean isDirectory = false;
@@ -62,8 +62,7 @@ TEST(FileRef, PathsResolveToTheRealObject) {
     EXPECT_STREQ(buffer.c_str(), PathOf(ref).c_str());
 }
 
-TEST(FileRef, NamesThatAreNoSingleEntryAreRefused) {
-    const TempFolder folder;
+TEST_F(FileRef, NamesThatAreNoSingleEntryAreRefused) {
     const FSRef parent = RefTo(folder.Path());
     for (const std::u16string& name : {u""s, u"."s, u".."s, u"a/b"s, u"a\0b"s,
                                        std::u16string{0xD800}, std::u16string{0xDC00, u'a'},
@@ -75,8 +74,7 @@ TEST(FileRef, NamesThatAreNoSingleEntryAreRefused) {
     EXPECT_TRUE(fs::is_empty(folder.Path()));
 }
 
-TEST(FileRef, FoldersAreMadeOnceAndFound) {
-    const TempFolder folder;
+TEST_F(FileRef, FoldersAreMadeOnceAndFound) {
     const FSRef parent = RefTo(folder.Path());
     FSRef made;
     FSRef found;
@@ -121,8 +119,7 @@ std::vector<Entry> List(const std::string& path, UInt32 step, OSErr* end) {
     return entries;
 }
 
-TEST(Catalog, EntriesComeWithNameKindAndPathInAnyStep) {
-    const TempFolder folder;
+TEST_F(Catalog, EntriesComeWithNameKindAndPathInAnyStep) {
     fs::create_directories(folder / "sub/deeper");
     fs::create_directory_symlink("sub", folder / "link");
     WriteFile(folder / ".hidden", "");
@@ -140,8 +137,7 @@ TEST(Catalog, EntriesComeWithNameKindAndPathInAnyStep) {
     }
 }
 
-TEST(Catalog, AnEntryWhosePathDoesNotFitEndsTheListing) {
-    const TempFolder folder;
+TEST_F(Catalog, AnEntryWhosePathDoesNotFitEndsTheListing) {
     const fs::path before = fs::current_path();
     fs::current_path(folder.Path());
     std::string path = folder.Path();
@@ -158,8 +154,7 @@ TEST(Catalog, AnEntryWhosePathDoesNotFitEndsTheListing) {
     fs::current_path(before);
 }
 
-TEST(Catalog, OnlyReadableFoldersOpen) {
-    const TempFolder folder;
+TEST_F(Catalog, OnlyReadableFoldersOpen) {
     WriteFile(folder / "file", "");
     const FSRef file = RefTo(folder / "file");
     const FSRef root = RefTo(folder.Path());

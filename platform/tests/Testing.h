@@ -22,6 +22,11 @@ using Texts = std::vector<std::string>;
 template <typename... Columns>
 using Rows = std::initializer_list<std::tuple<Columns...>>;
 
+/* A test with a folder of its own. */
+struct InFolder : Test {
+    const TempFolder folder;
+};
+
 /* Bytes from hexadecimal digits; blanks between bytes do not count. */
 inline std::string FromHex(std::string_view hex) {
     std::string bytes;

@@ -1,5 +1,4 @@
 #include "support/BundleVersion.h"
-#include "support/ConfigStore.h"
 #include "support/InstallationRegistry.h"
 #include "support/tests/LogFile.h"
 

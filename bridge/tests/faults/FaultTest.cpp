@@ -2,12 +2,10 @@
 #include "bridge/tests/faults/FailingAllocation.h"
 #include "platform/CFDictionary.h"
 #include "platform/CFRef.h"
-#include "platform/CFString.h"
 #include "platform/EventLoop.h"
 #include "platform/tests/HostWindow.h"
 #include "platform/tests/Values.h"
 
-#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <functional>
