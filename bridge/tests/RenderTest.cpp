@@ -153,7 +153,7 @@ TEST_F(Midi, ABlocksEventsComeByOffsetAndThenByArrival) {
 
 /* From places all around the queue, and again after a reset in the middle of it. */
 TEST_F(Midi, Message1024IsDroppedWithOneErrorLine) {
-    for (int round = 1; round <= 12; ++round) {
+    for (std::size_t round = 1; round <= 12; ++round) {
         for (SInt32 i = 0; i < 1024; ++i)
             EXPECT_EQ(instrument.sendMidi(0x90, 1, 2, i), noErr);
         EXPECT_THAT(host.log(), Contains("E:MIDI QUEUE ERROR").Times(round));
