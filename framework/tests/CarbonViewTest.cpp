@@ -29,12 +29,8 @@ ComponentResult TestViewEntry(ComponentParameters* params, void* storage) {
     return ComponentEntryPoint<TestView>::Dispatch(params, storage);
 }
 
-Component TestComponent() {
-    const ComponentDescription codes = {Code("auvw"), Code("Test"), Code("VELN"), 0, 0};
-    static const Component component =
-        PlatformRegisterComponentEntry(&codes, TestViewEntry, "view", 1);
-    return component;
-}
+const ComponentDescription kCodes = {Code("auvw"), Code("Test"), Code("VELN"), 0, 0};
+const Component kTestView = PlatformRegisterComponentEntry(&kCodes, TestViewEntry, "view", 1);
 
 ControlRef Embed(TestView& view, Rect bounds) {
     ControlRef control = nullptr;
@@ -47,24 +43,19 @@ class CarbonView : public testing::Test {
 protected:
     void SetUp() override {
         PlatformAdvanceEventLoop(0);
-        view = OpenComponent(TestComponent());
+        view = OpenComponent(kTestView);
         ASSERT_NE(view, nullptr);
     }
-    void TearDown() override {
-        EXPECT_EQ(CloseComponent(view), noErr);
-        window.reset();
-        EXPECT_EQ(PlatformLiveObjectCount(), before);
-    }
+    void TearDown() override { EXPECT_EQ(CloseComponent(view), noErr); }
     void Reopen() {
         EXPECT_EQ(CloseComponent(view), noErr);
-        view = OpenComponent(TestComponent());
+        view = OpenComponent(kTestView);
     }
     OSStatus Create() {
         return AudioUnitCarbonViewCreate(view, kUnit, window->window, window->root, &location,
                                          &size, &pane);
     }
 
-    CFIndex before = PlatformLiveObjectCount();
     ComponentInstance view = nullptr;
     std::optional<HostWindow> window;
     ControlRef pane = nullptr;

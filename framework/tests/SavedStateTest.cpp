@@ -40,29 +40,25 @@ void NoteScopeAndElement(void* userData, AudioUnit, AudioUnitPropertyID, AudioUn
 }
 
 TEST(SavedState, HoldsIdentityNameAndParametersByteForByte) {
-    const CFIndex alive = PlatformLiveObjectCount();
-    {
-        OpenInstrument unit({.inputs = 1, .outputs = 2, .groups = 1});
-        unit->mOffersAll = false;
-        EXPECT_TRUE(BlobOf(Saved(unit)).empty());
-        AudioUnitSetParameter(unit, 5, kGlobal, 0, 0.5f, 0);
-        AudioUnitSetParameter(unit, 0, kGlobal, 0, 1.0f, 0);
-        const State state = Saved(unit);
-        EXPECT_EQ(BlobOf(state), FromHex(kExample));
-        EXPECT_EQ(GetSInt32(state.Get(), "version"), 0);
-        EXPECT_EQ(GetSInt32(state.Get(), "type"), 0x61756D75);
-        EXPECT_EQ(GetSInt32(state.Get(), "subtype"), static_cast<SInt32>(kTestSubType));
-        EXPECT_EQ(GetSInt32(state.Get(), "manufacturer"), static_cast<SInt32>(kTestManufacturer));
-        EXPECT_EQ(Text(GetString(state.Get(), "name")), "Untitled");
-        EXPECT_EQ(CFDictionaryGetCount(state.Get()), 6);
+    OpenInstrument unit({.inputs = 1, .outputs = 2, .groups = 1});
+    unit->mOffersAll = false;
+    EXPECT_TRUE(BlobOf(Saved(unit)).empty());
+    AudioUnitSetParameter(unit, 5, kGlobal, 0, 0.5f, 0);
+    AudioUnitSetParameter(unit, 0, kGlobal, 0, 1.0f, 0);
+    const State state = Saved(unit);
+    EXPECT_EQ(BlobOf(state), FromHex(kExample));
+    EXPECT_EQ(GetSInt32(state.Get(), "version"), 0);
+    EXPECT_EQ(GetSInt32(state.Get(), "type"), 0x61756D75);
+    EXPECT_EQ(GetSInt32(state.Get(), "subtype"), static_cast<SInt32>(kTestSubType));
+    EXPECT_EQ(GetSInt32(state.Get(), "manufacturer"), static_cast<SInt32>(kTestManufacturer));
+    EXPECT_EQ(Text(GetString(state.Get(), "name")), "Untitled");
+    EXPECT_EQ(CFDictionaryGetCount(state.Get()), 6);
 
-        AudioUnitSetParameter(unit, 0xFFFFFFFF, kOutput, 1, -2.0f, 0);
-        AudioUnitSetParameter(unit, 1, kInput, 0, 0.0f, 0);
-        EXPECT_EQ(BlobOf(Saved(unit)),
-                  FromHex(kExample + "00000001 00000000 00000001 00000001 00000000"
-                                     "00000002 00000001 00000001 FFFFFFFF C0000000"));
-    }
-    EXPECT_EQ(PlatformLiveObjectCount(), alive);
+    AudioUnitSetParameter(unit, 0xFFFFFFFF, kOutput, 1, -2.0f, 0);
+    AudioUnitSetParameter(unit, 1, kInput, 0, 0.0f, 0);
+    EXPECT_EQ(BlobOf(Saved(unit)),
+              FromHex(kExample + "00000001 00000000 00000001 00000001 00000000"
+                                 "00000002 00000001 00000001 FFFFFFFF C0000000"));
 }
 
 TEST(SavedState, RestoreBringsBackWhatWasSaved) {

@@ -320,19 +320,16 @@ class OpenInstrument {
 public:
     explicit OpenInstrument(const TestInstrument::Shape& inShape = {}) {
         TestInstrument::sShape = inShape;
-        mOpenStatus = PlatformOpenComponent(Registration(), &mUnit);
+        mOpenStatus = PlatformOpenComponent(kRegistration, &mUnit);
     }
     ~OpenInstrument() { Close(); }
     OpenInstrument(const OpenInstrument&) = delete;
     OpenInstrument& operator=(const OpenInstrument&) = delete;
 
-    static Component Registration() {
-        static const ComponentDescription description = {kAudioUnitType_MusicDevice, kTestSubType,
-                                                         kTestManufacturer, 0, 0};
-        static const Component registration = PlatformRegisterComponentEntry(
-            &description, ComponentEntryPoint<TestInstrument>::Dispatch, "Test instrument", 1);
-        return registration;
-    }
+    static inline const ComponentDescription kCodes = {kAudioUnitType_MusicDevice, kTestSubType,
+                                                       kTestManufacturer, 0, 0};
+    static inline const Component kRegistration = PlatformRegisterComponentEntry(
+        &kCodes, ComponentEntryPoint<TestInstrument>::Dispatch, "Test instrument", 1);
 
     operator AudioUnit() const { return mUnit; }
     OSStatus GetOpenStatus() const { return mOpenStatus; }

@@ -175,15 +175,5 @@ TEST_F(Registry, BundlesWithoutAReadableVersionSaySo) {
     EXPECT_FALSE(registerOrmoPlugin(kVendor, kProduct, "AU")) << "a program is no bundle";
 }
 
-TEST_F(Registry, AThousandEntriesAreOneParse) {
-    std::string list;
-    for (int i = 1000; i < 2000; ++i)
-        list += entry(std::to_string(i), "/p", "1");
-    store(dict("Plugins", dict("AU", list)));
-    const CFIndex before = PlatformPreferencesParseCount();
-    EXPECT_EQ(entries().size(), 1000U);
-    EXPECT_EQ(PlatformPreferencesParseCount(), before + 1);
-}
-
 } // namespace
 } // namespace velnor::test
