@@ -122,7 +122,8 @@ std::vector<MIDIEvent> eventsOf(const probe::Call& call) {
     UInt32 count = 0;
     std::memcpy(&count, bytes.data(), sizeof count);
     std::vector<MIDIEvent> events(count);
-    std::memcpy(events.data(), bytes.data() + sizeof count, count * sizeof(MIDIEvent));
+    if (count > 0)
+        std::memcpy(events.data(), bytes.data() + sizeof count, count * sizeof(MIDIEvent));
     return events;
 }
 
