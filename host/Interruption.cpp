@@ -68,11 +68,12 @@ void watchForInterruption() {
     stack.ss_sp = sSignalStack;
     stack.ss_size = sizeof sSignalStack;
     sigaltstack(&stack, nullptr);
-    for (int signal : {SIGINT, SIGTERM, SIGHUP})
+    for (int signal : {SIGINT, SIGTERM, SIGHUP, SIGQUIT})
         handle(signal, askToStop, 0);
     for (int signal : {SIGSEGV, SIGABRT, SIGBUS, SIGFPE, SIGILL})
         handle(signal, crashed, SA_ONSTACK | static_cast<int>(SA_RESETHAND));
-    handle(SIGPIPE, SIG_IGN, 0);
+    for (int signal : {SIGPIPE, SIGXFSZ})
+        handle(signal, SIG_IGN, 0);
 }
 
 bool interrupted() {

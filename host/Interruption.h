@@ -4,9 +4,10 @@
 
 namespace velnor::host {
 
-/* From here on: SIGINT, SIGTERM and SIGHUP ask the job to stop (a second one ends the process at
- * once), a write to a closed pipe fails instead of ending the process, and a crash (of an engine,
- * as a rule) prints one line. Temporary files go in each case. Thread main, once. */
+/* From here on: SIGINT, SIGTERM, SIGHUP and SIGQUIT ask the job to stop (a second one ends the
+ * process at once), a write to a closed pipe or beyond the largest file allowed fails instead of
+ * ending the process, and a crash (of an engine, as a rule) prints one line. Temporary files go in
+ * each case. Thread main, once. */
 void watchForInterruption();
 
 /* Whether a person or the system asked to stop. Thread any, concurrent, nonblocking. */
