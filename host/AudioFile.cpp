@@ -1,6 +1,7 @@
 #include "host/AudioFile.h"
 
 #include "host/JobError.h"
+#include "host/Terminal.h"
 
 #include <cstring>
 
@@ -8,8 +9,21 @@ namespace velnor::host {
 
 namespace {
 
+/* What WAV's sizes leave for the samples, and how many frames FLAC counts. */
+constexpr std::int64_t kMostWavBytes = (std::int64_t{1} << 32) - 4096;
+constexpr std::int64_t kMostFlacFrames = (std::int64_t{1} << 36) - 1;
+
+int bytesOfSample(SampleFormat samples) {
+    return samples == SampleFormat::kInt16 ? 2 : samples == SampleFormat::kInt24 ? 3 : 4;
+}
+
+bool outgrowsWav(const AudioFormat& format) {
+    const int frame = format.channels * bytesOfSample(format.samples);
+    return format.container == Container::kWav && format.mostFrames > kMostWavBytes / frame;
+}
+
 int sndfileFormat(const AudioFormat& format) {
-    int code = SF_FORMAT_WAV;
+    int code = outgrowsWav(format) ? SF_FORMAT_RF64 : SF_FORMAT_WAV;
     if (format.container == Container::kFlac)
         code = SF_FORMAT_FLAC;
     if (format.container == Container::kRaw)
@@ -45,9 +59,15 @@ AudioFile::AudioFile(const std::string& path, const AudioFormat& format) : mPart
                            std::to_string(format.channels) + " channels of these samples at " +
                            std::to_string(format.rate) + " Hz; choose another --format or --bits",
                        kExitUsage);
+    if (format.container == Container::kFlac && format.mostFrames > kMostFlacFrames)
+        throw JobError(shownName(mPartial) + ": too long for FLAC; choose --format wav or raw",
+                       kExitUsage);
     mFile.reset(mStream.open(info));
     if (!mFile)
         fail(sf_strerror(nullptr));
+    if (outgrowsWav(format))
+        printNotice(shownName(mPartial) +
+                    ": with more than 4 GiB it is written as RF64, which is WAV with 64-bit sizes");
     sf_command(mFile.get(), SFC_SET_CLIPPING, nullptr, SF_TRUE);
 }
 

@@ -6,6 +6,7 @@
 #include "host/PartialFile.h"
 
 #include <cstddef>
+#include <cstdint>
 #include <memory>
 #include <span>
 #include <string>
@@ -21,10 +22,12 @@ struct AudioFormat {
     SampleFormat samples = SampleFormat::kInt16;
     int rate = 44100; /* frames per second */
     int channels = 2;
+    std::int64_t mostFrames = 0; /* that will be written */
 };
 
 /* Integers are rounded to the nearest step, without dither, and clipped. Raw is the samples alone,
- * little-endian, interleaved. Thread main. */
+ * little-endian, interleaved. A WAV file that might outgrow its 32-bit sizes is written as RF64,
+ * which a notice says. Thread main. */
 class AudioFile {
 public:
     /* Throws JobError: the path (see PartialFile), or a format that the file cannot have. */

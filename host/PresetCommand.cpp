@@ -1,6 +1,7 @@
 #include "host/PresetCommand.h"
 
 #include "host/ComponentFinder.h"
+#include "host/DistinctFiles.h"
 #include "host/Instrument.h"
 #include "host/JobError.h"
 #include "host/PlatformText.h"
@@ -109,6 +110,7 @@ void showPreset(const std::string& path) {
 }
 
 void savePreset(const std::string& path, const std::string& component, const std::string& from) {
+    requireDistinctFiles({from}, {path});
     Instrument instrument(findInstrument(component));
     instrument.setMaximumFrames(kBlock);
     instrument.initialize();

@@ -2,6 +2,8 @@
 
 #include "host/BusMix.h"
 #include "host/ComponentFinder.h"
+#include "host/DistinctFiles.h"
+#include "host/InputFile.h"
 #include "host/Interruption.h"
 #include "host/JobError.h"
 #include "host/LevelMeter.h"
@@ -15,9 +17,13 @@
 #include <cstdio>
 #include <memory>
 
+#include <unistd.h>
+
 namespace velnor::host {
 
 namespace {
+
+constexpr double kLongestSong = 24.0 * 3600.0; /* seconds; a longer one is bounded by --to */
 
 /* song.wav, 2 -> song-2.wav */
 std::string numberedPath(const std::string& path, UInt32 number) {
@@ -41,11 +47,13 @@ public:
     explicit RenderJob(const RenderOptions& options)
         : mOptions(options), mSong(readMidiSong(options.song)),
           mInstrument(findInstrument(options.component)) {
+        requireLength();
         if (!options.buses.empty())
             mInstrument.setBuses(options.buses);
         mInstrument.setOffline(!options.realtime);
         mRenderer = std::make_unique<SongRenderer>(mInstrument, mSong, options.plan);
         requireEngine();
+        requireRate();
         if (options.plan.fromSeconds > 0.0 && mRenderer->expectedFrames() <= 0)
             throw JobError("--from " + clockText(options.plan.fromSeconds) +
                            ": the song is over by then");
@@ -76,9 +84,25 @@ private:
                            "velnor-host doctor (or render with --allow-silence)");
     }
 
+    void requireRate() {
+        if (!mOptions.allowSilence && !mInstrument.engineTakesRate(mOptions.plan.rate))
+            throw JobError("the engine does not play at " + std::to_string(mOptions.format.rate) +
+                           " Hz; choose another --rate (or render silence with --allow-silence)");
+    }
+
+    /* One wrong delta time makes days of silence of a song. */
+    void requireLength() const {
+        const double seconds = mSong.lengthSeconds();
+        if (mOptions.plan.toSeconds < 0.0 && seconds > kLongestSong)
+            throw JobError(shownInput(mOptions.song) + ": it lasts " +
+                           std::to_string(static_cast<std::int64_t>(seconds / 3600.0)) +
+                           " hours; say with --to where to stop");
+    }
+
     void openFiles() {
         const UInt32 buses = mInstrument.pulledBuses();
         AudioFormat format = mOptions.format;
+        format.mostFrames = mRenderer->expectedFrames();
         if (!mOptions.split) {
             format.channels = 0;
             for (UInt32 bus = 0; bus < buses; ++bus)
@@ -87,10 +111,13 @@ private:
             mFiles.push_back(std::make_unique<AudioFile>(mOptions.output, format));
             return;
         }
+        std::vector<std::string> names = {mOptions.savePreset};
+        for (UInt32 bus = 0; bus < buses; ++bus)
+            names.push_back(numberedPath(mOptions.output, bus + 1));
+        requireDistinctFiles({mOptions.song, mOptions.preset}, names);
         for (UInt32 bus = 0; bus < buses; ++bus) {
             format.channels = static_cast<int>(mInstrument.bus(bus).size());
-            mFiles.push_back(
-                std::make_unique<AudioFile>(numberedPath(mOptions.output, bus + 1), format));
+            mFiles.push_back(std::make_unique<AudioFile>(names[bus + 1], format));
         }
     }
 
@@ -162,6 +189,12 @@ void renderCommand(const RenderOptions& options) {
         throw JobError("--split writes several files and cannot go to standard output", kExitUsage);
     if (options.savePreset == "-" && options.output == "-")
         throw JobError("sound and preset cannot both go to standard output", kExitUsage);
+    if (options.output == "-" && isatty(STDOUT_FILENO))
+        throw JobError("standard output is a terminal, which cannot show sound; name a file or "
+                       "pipe it on",
+                       kExitUsage);
+    requireDistinctFiles({options.song, options.preset},
+                         {options.split ? "" : options.output, options.savePreset});
     RenderJob(options).run();
 }
 
