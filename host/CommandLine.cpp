@@ -1,5 +1,6 @@
 #include "host/CommandLine.h"
 
+#include "host/ArgumentChecks.h"
 #include "host/DoctorCommand.h"
 #include "host/InfoCommand.h"
 #include "host/InstallCommand.h"
@@ -51,17 +52,24 @@ struct Arguments {
 };
 
 void addComponentOption(CLI::App* command, Arguments& arguments) {
-    command->add_option("COMPONENT", arguments.component,
-                        "Name, subtype code or bundle path (default: the first instrument)");
+    command
+        ->add_option("COMPONENT", arguments.component,
+                     "Name, subtype code or bundle path (default: the first instrument)")
+        ->check(notEmpty());
 }
 
 void addInstall(CLI::App& app, Arguments& arguments) {
     CLI::App* install =
         app.add_subcommand("install", "Put component and engine where instruments are found");
-    install->add_option("BUNDLE", arguments.install.component, "The .component bundle")->required();
-    install->add_option("--engine", arguments.install.engine, "The engine's bundle")->required();
+    install->add_option("BUNDLE", arguments.install.component, "The .component bundle")
+        ->required()
+        ->check(notEmpty());
+    install->add_option("--engine", arguments.install.engine, "The engine's bundle")
+        ->required()
+        ->check(notEmpty());
     install->add_option("--data", arguments.install.data, "The folder with the engine's sounds")
-        ->required();
+        ->required()
+        ->check(notEmpty());
     install->add_flag("--write-setup", arguments.install.writeSetup,
                       "Write OrmoSetup.xml into that folder where there is none");
     install->callback([&arguments] { installCommand(arguments.install); });
@@ -90,19 +98,21 @@ void addPreset(CLI::App& app, Arguments& arguments) {
     CLI::App* preset = app.add_subcommand("preset", "Work with preset files");
     preset->require_subcommand(1);
     CLI::App* show = preset->add_subcommand("show", "Print what a preset file holds");
-    show->add_option("FILE", arguments.first, "The preset")->required();
+    show->add_option("FILE", arguments.first, "The preset")->required()->check(notEmpty());
     show->callback([&arguments] { showPreset(arguments.first); });
     CLI::App* save = preset->add_subcommand("save", "Save an instrument's state as it opens");
     save->add_option("FILE", arguments.first, "The preset to write; - is standard output")
-        ->required();
-    save->add_option("--component", arguments.component, "Name, subtype code or bundle path");
-    save->add_option("--preset", arguments.second, "Restore this preset first");
+        ->required()
+        ->check(notEmpty());
+    save->add_option("--component", arguments.component, "Name, subtype code or bundle path")
+        ->check(notEmpty());
+    save->add_option("--preset", arguments.second, "Restore this preset first")->check(notEmpty());
     save->callback(
         [&arguments] { savePreset(arguments.first, arguments.component, arguments.second); });
     CLI::App* diff =
         preset->add_subcommand("diff", "Compare two presets; exit status 1: they differ");
-    diff->add_option("A", arguments.first, "A preset")->required();
-    diff->add_option("B", arguments.second, "Another")->required();
+    diff->add_option("A", arguments.first, "A preset")->required()->check(notEmpty());
+    diff->add_option("B", arguments.second, "Another")->required()->check(notEmpty());
     diff->callback([&arguments] {
         if (!diffPresets(arguments.first, arguments.second))
             arguments.status = kExitFailed;
@@ -117,6 +127,31 @@ void holdStandardStreams() {
     for (int stream = STDIN_FILENO; stream <= STDERR_FILENO; ++stream)
         if (fcntl(stream, F_GETFD) < 0)
             static_cast<void>(open("/dev/null", kModes[stream]));
+}
+
+/* What was wrong about the words, and where to look it up. */
+std::string usageLine(const CLI::App& app, const CLI::ParseError& error) {
+    const CLI::App* command = &app;
+    std::string words = app.get_name();
+    while (!command->get_subcommands().empty()) {
+        command = command->get_subcommands().front();
+        words += " " + command->get_name();
+    }
+    std::string problem = error.what();
+    const std::vector<std::string> unknown = app.remaining(true);
+    const auto code = static_cast<CLI::ExitCodes>(error.get_exit_code());
+    const bool isUnknown =
+        code == CLI::ExitCodes::RequiredError || code == CLI::ExitCodes::ExtrasError;
+    if (isUnknown && !unknown.empty()) {
+        problem = unknown.front();
+        if (problem.starts_with('-'))
+            problem += ": no such option";
+        else if (command->get_require_subcommand_min() > 0)
+            problem += ": no such command";
+        else
+            problem += ": one word too many";
+    }
+    return problem + " (see " + words + " --help)";
 }
 
 /* What was printed may still wait in a buffer for a disk that is full. */
@@ -152,10 +187,7 @@ int runCommandLine(int argc, char** argv) {
     } catch (const CLI::ParseError& error) {
         if (error.get_exit_code() == 0)
             return app.exit(error);
-        const bool unknown = error.get_name() == "RequiredError" && argc > 1 && argv[1][0] != '-' &&
-                             app.get_subcommands().empty();
-        printNotice((unknown ? std::string(argv[1]) + ": no such command" : error.what()) +
-                    " (see velnor-host --help)");
+        printNotice(usageLine(app, error));
         return kExitUsage;
     } catch (const JobError& error) {
         printNotice(error.what());

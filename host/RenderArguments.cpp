@@ -1,9 +1,12 @@
 #include "host/RenderArguments.h"
 
+#include "host/ArgumentChecks.h"
 #include "host/JobError.h"
 
 #include <algorithm>
 #include <cctype>
+#include <charconv>
+#include <cmath>
 #include <exception>
 #include <map>
 
@@ -55,21 +58,28 @@ void readTail(const std::string& word, RenderPlan& plan) {
         throw JobError("--tail \"" + word + "\": give 0 to 3600 seconds, or auto", kExitUsage);
 }
 
-/* A finite number in the range; "nan" is in none. */
-CLI::Validator numberWithin(double least, double most, const std::string& text) {
-    return CLI::Validator(
-        [=](const std::string& word) {
-            double value = 0.0;
-            const bool fits =
-                CLI::detail::lexical_cast(word, value) && value >= least && value <= most;
-            return fits ? std::string() : word + ": give " + text;
-        },
-        "");
+std::vector<UInt32> readBuses(const std::string& word) {
+    std::vector<UInt32> buses;
+    const char* at = word.data();
+    const char* const end = at + word.size();
+    for (bool more = !word.empty(); more; ++at) {
+        UInt32 channels = 0;
+        const auto [stop, error] = std::from_chars(at, end, channels);
+        more = stop != end;
+        if (error != std::errc() || channels == 0 || (more && *stop != ','))
+            throw JobError("--buses \"" + word +
+                               "\": give a number of channels, from 1, for each bus, as 2,2,1",
+                           kExitUsage);
+        buses.push_back(channels);
+        at = stop;
+    }
+    return buses;
 }
 
 void requireOrder(const RenderPlan& plan) {
-    if (plan.toSeconds >= 0.0 && plan.toSeconds <= plan.fromSeconds)
-        throw JobError("--to must be later than --from", kExitUsage);
+    const double frames = std::round(plan.toSeconds * plan.rate);
+    if (plan.toSeconds >= 0.0 && frames <= std::round(plan.fromSeconds * plan.rate))
+        throw JobError("--to must be later than --from by one frame at least", kExitUsage);
 }
 
 void runRender(RenderArguments& arguments) {
@@ -82,6 +92,7 @@ void runRender(RenderArguments& arguments) {
     options.format.rate = static_cast<int>(options.plan.rate);
     if (options.format.rate != options.plan.rate)
         throw JobError("--rate: give a whole number", kExitUsage);
+    options.buses = readBuses(arguments.buses);
     requireOrder(options.plan);
     readTail(arguments.tail, options.plan);
     renderCommand(options);
@@ -93,10 +104,12 @@ void addRender(CLI::App& app, RenderArguments& arguments) {
     CLI::App* command = app.add_subcommand("render", "Play a MIDI file into an audio file");
     RenderOptions& options = arguments.options;
     command->add_option("SONG", options.song, "A Standard MIDI File; - reads standard input")
-        ->required();
+        ->required()
+        ->check(notEmpty());
     command
         ->add_option("-o,--output", options.output, "The audio file; - writes to standard output")
-        ->required();
+        ->required()
+        ->check(notEmpty());
     command
         ->add_option("--format", arguments.format,
                      "wav, flac or raw (little-endian samples alone); from OUT's extension "
@@ -112,15 +125,22 @@ void addRender(CLI::App& app, RenderArguments& arguments) {
                         "Seconds after the last event, or auto: until silence (default auto)");
     command->add_option("--from", options.plan.fromSeconds, "Begin so many seconds into the song")
         ->check(numberWithin(0.0, kLongestSong, "seconds, from 0"));
-    command->add_option("--to", options.plan.toSeconds, "Stop so many seconds into the song")
+    command
+        ->add_option("--to", options.plan.toSeconds,
+                     "Stop so many seconds into the song, without a tail")
         ->check(numberWithin(0.0, kLongestSong, "seconds, from 0"));
-    command->add_option("--preset", options.preset, "Restore this preset file first");
-    command->add_option("--save-preset", options.savePreset,
-                        "Save the instrument's state there at the end");
-    command->add_option("--component", options.component,
-                        "Name, subtype code or bundle path (default: the first instrument)");
-    command->add_option("--buses", options.buses, "Channels of each output bus, as 2,2,1")
-        ->delimiter(',');
+    command->add_option("--preset", options.preset, "Restore this preset file first")
+        ->check(notEmpty());
+    command
+        ->add_option("--save-preset", options.savePreset,
+                     "Save the instrument's state there at the end")
+        ->check(notEmpty());
+    command
+        ->add_option("--component", options.component,
+                     "Name, subtype code or bundle path (default: the first instrument)")
+        ->check(notEmpty());
+    command->add_option("--buses", arguments.buses, "Channels of each output bus, as 2,2,1")
+        ->check(notEmpty());
     command->add_flag("--split", options.split, "A file per bus: OUT-1.wav, OUT-2.wav, ...");
     command->add_flag("--realtime", options.realtime, "Do not tell the engine that it is offline");
     command->add_flag("--allow-silence", options.allowSilence, "Go on without an engine");

@@ -17,6 +17,7 @@ struct RenderArguments {
     std::string format;
     std::string bits = "16";
     std::string tail = "auto";
+    std::string buses;
 };
 
 /* Adds the command; arguments is filled by the parse, which then runs the render. */

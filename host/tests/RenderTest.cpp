@@ -1,4 +1,6 @@
 #include "engines/soundfont/tests/FluidSynthAlone.h"
+#include "host/AudioFile.h"
+#include "host/JobError.h"
 #include "host/MidiSong.h"
 #include "host/SongRenderer.h"
 #include "host/tests/HostProgram.h"
@@ -8,9 +10,12 @@
 #include <cstring>
 #include <sstream>
 
+#include <sys/resource.h>
+
 namespace velnor::test {
 namespace {
 
+constexpr float kSilence = 0.0F;
 const std::vector<int> kTune = {60, 64, 67, 72, 71, 67, 64, 60};
 
 std::uint32_t wordAt(const std::string& bytes, std::size_t at) {
@@ -160,6 +165,9 @@ TEST_F(Render, FailuresAreOneLineAndLeaveNothingBehind) {
     EXPECT_EQ(program.run({"render", tune, "-o", out}).status, 1); /* nothing installed */
     ASSERT_EQ(program.install("SoundFont").status, 0);
     const std::string cut = program.song(songOf(kTune).substr(0, 60), "cut.mid");
+    const std::string endless("MThd\0\0\0\6\0\0\0\1\0\1MTrk\0\0\0\7\xFF\xFF\xFF\x7F\xFF\x2F", 29);
+    const std::string link = program.path("link.wav");
+    std::filesystem::create_symlink(tune, link);
     for (const auto& [arguments, status, says] : Rows<Texts, int, const char*>{
              {{"render", program.path("none.mid"), "-o", out}, 1, "No such file"},
              {{"render", "/etc/hostname", "-o", out}, 1, "not a playable MIDI file"},
@@ -176,20 +184,53 @@ TEST_F(Render, FailuresAreOneLineAndLeaveNothingBehind) {
              {{"render", tune, "-o", out, "--from", "nan"}, 2, "--from"},
              {{"render", tune, "-o", out, "--from", "900000"}, 1, "over by then"},
              {{"render", tune, "-o", out, "--from", "3", "--to", "3"}, 2, "later than"},
+             {{"render", tune, "-o", out, "--from", "1.999999", "--to", "2"}, 2, "later than"},
+             {{"render", program.song(endless, "endless.mid"), "-o", out}, 1, "37282 hours"},
+             {{"render", tune, "-o", tune, "--format", "raw"}, 2, "overwritten"},
+             {{"render", tune, "-o", link}, 2, "overwritten"},
+             {{"render", tune, "-o", out, "--preset", cut, "--save-preset", cut}, 2, "overwritten"},
+             {{"render", tune, "-o", out, "--save-preset", out}, 2, "two outputs"},
+             {{"render", tune, "-o", out, "--split", "--save-preset", program.path("out-1.wav")},
+              2,
+              "two outputs"},
              {{"render", tune, "-o", program.path("out.ogg")}, 2, "--format"},
              {{"render", tune, "-o", out, "--tail", "soon"}, 2, "--tail \"soon\""},
              {{"render", tune, "-o", out, "--tail", ""}, 2, "--tail \"\""},
              {{"render", tune, "-o", out, "--preset", tune}, 1, "not a preset file"},
              {{"render", tune, "-o", out, "--component", "Nobody"}, 1, "no such instrument"},
+             {{"render", tune, "-o", out, "--preset", ""}, 2, "--preset: the name is empty"},
              {{"render", tune, "-o", out, "--buses", "2,2"}, 1, "number of buses"},
+             {{"render", tune, "-o", out, "--buses", "2,,2"}, 2, "--buses \"2,,2\""},
+             {{"render", tune, "-o", out, "--buses", "2,0"}, 2, "--buses \"2,0\""},
              {{"render", tune}, 2, "--output"},
-             {{"frobnicate"}, 2, "frobnicate"}}) {
+             {{"render", tune, "--tial", "3"}, 2, "--tial: no such option (see velnor-host render"},
+             {{"preset", "frobnicate"}, 2, "frobnicate: no such command (see velnor-host preset"},
+             {{"frobnicate"}, 2, "frobnicate: no such command (see velnor-host --help)"}}) {
         const Outcome outcome = program.run(arguments);
         EXPECT_EQ(outcome.status, status) << outcome.error;
         EXPECT_THAT(outcome.error, HasSubstr(says));
         EXPECT_THAT(outcome.error, Contains('\n').Times(1));
     }
+    const Outcome shrill = program.run({"render", tune, "-o", out, "--rate", "96001"});
+    EXPECT_EQ(shrill.status, 1);
+    EXPECT_THAT(shrill.error, HasSubstr("does not play at 96001 Hz"));
     EXPECT_TRUE(program.filesLike("out").empty());
+}
+
+TEST_F(Render, AFileThatMayOutgrowWavHas64BitSizes) {
+    const std::string path = program.path("long.wav");
+    host::AudioFormat format;
+    for (const auto& [frames, magic] : {std::pair{1 << 29, "RIFF"}, {1 << 30, "RF64"}}) {
+        format.mostFrames = frames;
+        host::AudioFile file(path, format);
+        const float* const silence[2] = {&kSilence, &kSilence};
+        file.write(silence, 1);
+        file.finish();
+        EXPECT_THAT(ReadFile(path), StartsWith(magic));
+    }
+    format.container = host::Container::kFlac;
+    format.mostFrames = std::int64_t{1} << 36;
+    EXPECT_THROW(host::AudioFile(path, format), host::JobError);
 }
 
 TEST_F(Render, AnEngineThatMisbehavesLosesNothing) {
@@ -203,9 +244,10 @@ TEST_F(Render, AnEngineThatMisbehavesLosesNothing) {
         EXPECT_EQ(outcome.status, 1);
         EXPECT_THAT(outcome.error, HasSubstr(says));
     }
-    for (const auto& [way, after] : {std::pair{"slow", 1500}, {"stall", 500}}) {
+    for (const auto& [way, signal, after] :
+         {std::tuple{"slow", SIGINT, 1500}, {"stall", SIGQUIT, 500}}) {
         const ScopedEnv variable("VELNOR_ODD_ENGINE", way);
-        const Outcome outcome = program.runInterrupted({"render", tune, "-o", out}, SIGINT, after);
+        const Outcome outcome = program.runInterrupted({"render", tune, "-o", out}, signal, after);
         EXPECT_EQ(outcome.status, 1);
         EXPECT_THAT(outcome.error, HasSubstr("interrupted"));
     }
@@ -228,6 +270,21 @@ TEST_F(Render, AnEngineThatMisbehavesLosesNothing) {
         EXPECT_EQ(samples.size(), 2u * 6 * 44100);
         EXPECT_THAT(samples, Each(FloatNear(0.0F, std::numeric_limits<float>::min()))) << way;
     }
+}
+
+TEST_F(Render, AFileBeyondTheLimitKeepsTheOldOne) {
+    ASSERT_EQ(program.install("Odd").status, 0);
+    const std::string out = WriteFile(program.path("out.wav"), "precious");
+    rlimit old = {};
+    getrlimit(RLIMIT_FSIZE, &old);
+    const rlimit small = {100000, old.rlim_max};
+    setrlimit(RLIMIT_FSIZE, &small); /* the program has to ignore SIGXFSZ itself */
+    const Outcome outcome = program.run({"render", tune, "-o", out});
+    setrlimit(RLIMIT_FSIZE, &old);
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_THAT(outcome.error, HasSubstr("File too large"));
+    EXPECT_EQ(ReadFile(out), "precious");
+    EXPECT_EQ(program.filesLike("out").size(), 1u);
 }
 
 TEST(Songs, OfAPackageThatNobodyHereWrotePlayFromStartToEnd) {
