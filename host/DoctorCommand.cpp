@@ -2,10 +2,12 @@
 
 #include "bridge/OrmoEngine.h"
 #include "host/ComponentFinder.h"
+#include "host/InstallChecks.h"
 #include "host/Installation.h"
 #include "host/Instrument.h"
 #include "host/JobError.h"
 #include "host/PlatformText.h"
+#include "host/PreferenceCheck.h"
 #include "host/ProductFile.h"
 #include "host/SetupFileCheck.h"
 #include "platform/CFBundle.h"
@@ -17,6 +19,7 @@
 #include <deque>
 #include <filesystem>
 #include <fstream>
+#include <optional>
 #include <vector>
 
 namespace velnor::host {
@@ -49,15 +52,23 @@ private:
     std::string mRemedy;
 };
 
-void reportFile(Findings& findings, const std::string& path) {
+/* False when nothing can be read of them. */
+bool examinePreferences(Findings& findings, const std::string& domain) {
+    const std::string path = preferencePath(domain);
+    const std::string problem = checkPreferenceFile(path);
     std::error_code error;
-    findings.note(path + (fs::exists(path, error) ? "" : " (not there)"));
+    if (problem.empty())
+        findings.note(path + (fs::exists(path, error) ? "" : " (not there)"));
+    else
+        findings.bad(problem, "the preferences in " + path + " are damaged; install it again");
+    return problem.empty();
 }
 
 void examineData(Findings& findings, const ProductNames& names) {
-    const std::string data = readPreference(names.domain(), kDataDirKey);
     findings.note("preferences of the product:");
-    reportFile(findings, preferencePath(names.domain()));
+    if (!examinePreferences(findings, names.domain()))
+        return;
+    const std::string data = readPreference(names.domain(), kDataDirKey);
     std::error_code error;
     if (data.empty())
         return findings.bad("base_dir is not set", "install it again with --data DIR");
@@ -80,7 +91,8 @@ std::string versionOf(OrmoOpcodeProc proc) {
 
 void examineEngine(Findings& findings) {
     findings.note("preferences of the engine:");
-    reportFile(findings, preferencePath(kEngineDomain));
+    if (!examinePreferences(findings, kEngineDomain))
+        return;
     const std::string path = readPreference(kEngineDomain, kEnginePathKey);
     if (path.empty())
         return findings.bad("path is not set", "install it again with --engine BUNDLE");
@@ -143,7 +155,8 @@ fs::path youngestLog(const fs::path& folder) {
     std::error_code error;
     for (const fs::directory_entry& entry : fs::directory_iterator(folder, error)) {
         const auto time = entry.last_write_time(error);
-        if (entry.path().extension() == ".log" && (youngest.empty() || time > best)) {
+        if (entry.path().extension() == ".log" && entry.is_regular_file(error) &&
+            (youngest.empty() || time > best)) {
             youngest = entry.path();
             best = time;
         }
@@ -184,21 +197,73 @@ void examineInstrument(Findings& findings, Component component) {
     }
 }
 
+/* What lies where components are installed and registers no instrument. */
+std::vector<std::string> damagedBundles(const std::string& folder) {
+    std::vector<std::string> problems;
+    std::error_code error;
+    for (const fs::directory_entry& entry : fs::directory_iterator(folder, error)) {
+        if (entry.path().extension() != ".component")
+            continue;
+        try {
+            findInstrument(entry.path());
+        } catch (const JobError& problem) {
+            problems.push_back(problem.what());
+        }
+    }
+    return problems;
+}
+
+Component examineRegistration(Findings& findings, const std::string& word) {
+    Component component = nullptr;
+    std::string folder;
+    std::string problem;
+    try {
+        requireUtf8Home();
+        folder = componentsFolder();
+        component = findInstrument(word);
+        findings.good("component: " + bundlePathOf(component));
+    } catch (const JobError& error) {
+        problem = error.what();
+    }
+    const std::vector<std::string> damaged = damagedBundles(folder);
+    for (const std::string& line : damaged)
+        if (component)
+            findings.note(line);
+        else
+            findings.bad(line, "the component is damaged; install it again");
+    if (!component)
+        findings.bad(problem, problem);
+    return component;
+}
+
+std::optional<ProductNames> examineProduct(Findings& findings, const std::string& bundle) {
+    try {
+        const ProductNames names = productOfBundle(bundle);
+        findings.good("product: " + names.vendor + " " + names.product);
+        return names;
+    } catch (const JobError& error) {
+        findings.bad(error.what(), "the component is damaged; install it again");
+        return std::nullopt;
+    }
+}
+
 } // namespace
 
 bool doctorCommand(const std::string& word) {
-    const Component component = findInstrument(word);
-    const std::string bundle = bundlePathOf(component);
-    const ProductNames names = productOfBundle(bundle);
     Findings findings;
-    findings.good("component: " + bundle);
-    findings.good("product: " + names.vendor + " " + names.product);
-    examineData(findings, names);
+    const Component component = examineRegistration(findings, word);
+    if (!component)
+        return findings.conclude(word.empty() ? "The instrument" : word);
+    const std::optional<ProductNames> names = examineProduct(findings, bundlePathOf(component));
+    if (names)
+        examineData(findings, *names);
     examineEngine(findings);
     examineInstrument(findings, component);
-    examineRegistry(findings, names);
-    examineLog(findings, names);
-    return findings.conclude(names.vendor + " " + names.product);
+    if (!names)
+        return findings.conclude(nameOf(component));
+    examineRegistry(findings, *names);
+    examineLog(findings, *names);
+    return findings.conclude(names->vendor + " " + names->product);
 }
 
 } // namespace velnor::host

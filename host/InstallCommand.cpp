@@ -2,17 +2,20 @@
 
 #include "bridge/OrmoEngine.h"
 #include "host/ComponentFinder.h"
+#include "host/InstallChecks.h"
 #include "host/Installation.h"
 #include "host/JobError.h"
 #include "host/PartialFile.h"
-#include "host/PlatformText.h"
 #include "host/ProductFile.h"
-#include "platform/CFBundle.h"
+#include "host/Terminal.h"
 
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
 #include <filesystem>
+#include <memory>
+#include <optional>
+#include <vector>
 
 #include <unistd.h>
 
@@ -22,31 +25,14 @@ namespace {
 
 namespace fs = std::filesystem;
 
+constexpr const char* kComponentExtension = ".component";
+constexpr const char* kEngineExtension = ".engine";
+
 std::string absolutePath(const std::string& path) {
     std::string absolute = fs::absolute(path).lexically_normal();
     while (absolute.size() > 1 && absolute.back() == '/')
         absolute.pop_back();
     return absolute;
-}
-
-void requireEngine(const std::string& path) {
-    const CFRef<CFURLRef> url(CFURLCreateWithFileSystemPath(
-        kCFAllocatorDefault, platformString(path).Get(), kCFURLPOSIXPathStyle, true));
-    const CFRef<CFBundleRef> bundle(url ? CFBundleCreate(kCFAllocatorDefault, url.Get()) : nullptr);
-    if (!bundle)
-        throw JobError(path + ": not an engine bundle: it has no readable Contents/Info.plist");
-    if (!CFBundleGetFunctionPointerForName(bundle.Get(), platformString(ORMO_ENTRY_NAME).Get()))
-        throw JobError(path +
-                       ": the engine does not load: " + PlatformBundleGetLoadError(bundle.Get()));
-}
-
-void requireDataFolder(const std::string& path) {
-    std::error_code error;
-    if (!fs::is_directory(path, error))
-        throw JobError(path + ": not a folder; name the folder with the engine's sounds");
-    if (path.size() >= kOrmoDataDirSize)
-        throw JobError(path + ": the path is too long; " + std::to_string(kOrmoDataDirSize - 1) +
-                       " bytes are the most");
 }
 
 std::string escaped(const std::string& text) {
@@ -64,24 +50,25 @@ std::string escaped(const std::string& text) {
     return out;
 }
 
-void writeSetupFile(const std::string& data, const ProductNames& names) {
+/* Complete but for its name, so that nothing of it can fail late; null where there is one. */
+std::unique_ptr<PartialFile> makeSetupFile(const std::string& data, const ProductNames& names) {
     const std::string path = data + ORMO_SETUP_FILE;
     std::error_code error;
     const bool exists = fs::exists(path, error);
     if (error)
         throw JobError(path + ": " + error.message());
     if (exists)
-        return;
+        return nullptr;
     const std::string text = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<OrmoSetup>\n"
                              "    <Property name=\"vendor\" value=\"" +
                              escaped(names.vendor) +
                              "\"/>\n    <Property name=\"product\" value=\"" +
                              escaped(names.product) + "\"/>\n</OrmoSetup>\n";
-    PartialFile file(path);
+    auto file = std::make_unique<PartialFile>(path);
     errno = 0;
-    if (write(file.descriptor(), text.data(), text.size()) != static_cast<ssize_t>(text.size()))
+    if (write(file->descriptor(), text.data(), text.size()) != static_cast<ssize_t>(text.size()))
         throw JobError(path + ": " + std::strerror(errno != 0 ? errno : ENOSPC));
-    file.commit();
+    return file;
 }
 
 void removeTree(const std::string& path) {
@@ -90,42 +77,113 @@ void removeTree(const std::string& path) {
         throw JobError(path + ": " + error.message());
 }
 
+bool isBundle(const fs::directory_entry& entry, const char* extension) {
+    return entry.path().extension() == extension;
+}
+
+/* The path of an installed bundle that does not say what it is any more: word is its path, its name
+ * in the folder, or empty when it lies there alone. Empty when there is none. */
+std::string damagedBundle(const std::string& word) {
+    std::error_code error;
+    const fs::path folder = componentsFolder();
+    if (!word.empty()) {
+        const fs::path named = word.find('/') == std::string::npos ? folder / word : fs::path(word);
+        return named.extension() == kComponentExtension && fs::exists(named, error)
+                   ? absolutePath(named)
+                   : "";
+    }
+    std::string found;
+    for (const fs::directory_entry& entry : fs::directory_iterator(folder, error)) {
+        if (!isBundle(entry, kComponentExtension))
+            continue;
+        if (!found.empty())
+            return "";
+        found = entry.path();
+    }
+    return found;
+}
+
+std::string bundleOf(const std::string& word) {
+    try {
+        return bundlePathOf(findInstrument(word));
+    } catch (const JobError&) {
+        const std::string path = damagedBundle(word);
+        if (path.empty())
+            throw;
+        return path;
+    }
+}
+
+/* Nothing when it does not say any more. */
+std::optional<ProductNames> productOf(const std::string& component) {
+    try {
+        return productOfBundle(component);
+    } catch (const JobError& error) {
+        printNotice(std::string(error.what()) +
+                    " (damaged; the preference that names its data stays)");
+        return std::nullopt;
+    }
+}
+
+/* Every engine that install copied; earlier ones lie there, too. */
+void removeEngines() {
+    std::error_code error;
+    const fs::path folder = enginesFolder();
+    std::vector<fs::path> engines;
+    for (const fs::directory_entry& entry : fs::directory_iterator(folder, error))
+        if (isBundle(entry, kEngineExtension))
+            engines.push_back(entry.path());
+    for (const fs::path& engine : engines) {
+        removeTree(engine);
+        std::printf("removed %s\n", engine.c_str());
+    }
+    if (fs::path(readPreference(kEngineDomain, kEnginePathKey)).parent_path() == folder)
+        writePreference(kEngineDomain, kEnginePathKey, "");
+}
+
 } // namespace
 
 void installCommand(const InstallOptions& options) {
     const std::string component = absolutePath(options.component);
     const std::string engine = absolutePath(options.engine);
     const std::string data = absolutePath(options.data);
+    for (const std::string& path : {component, engine, data})
+        requireUtf8(path);
+    requireUtf8Home();
     const ProductNames names = productOfBundle(component);
     requireEngine(engine);
     requireDataFolder(data);
+    requireWritableTargets(names);
+    warnOfSameCodes(component);
+    const std::unique_ptr<PartialFile> setup =
+        options.writeSetup ? makeSetupFile(data, names) : nullptr;
 
     const std::string installed = copyBundle(component, componentsFolder());
     const std::string installedEngine = copyBundle(engine, enginesFolder());
     writePreference(kEngineDomain, kEnginePathKey, installedEngine);
     writePreference(names.domain(), kDataDirKey, data);
-    if (options.writeSetup)
-        writeSetupFile(data, names);
+    if (setup)
+        setup->commit();
     std::printf("%s %s: %s\nengine: %s\ndata: %s\n", names.vendor.c_str(), names.product.c_str(),
                 installed.c_str(), installedEngine.c_str(), data.c_str());
 }
 
 void uninstallCommand(const std::string& word) {
-    const std::string component = bundlePathOf(findInstrument(word));
-    if (fs::path(component).parent_path() != componentsFolder())
+    const std::string component = bundleOf(word);
+    std::error_code error;
+    const fs::path folder = componentsFolder();
+    if (!fs::equivalent(fs::path(component).parent_path(), folder, error))
         throw JobError(component + ": not installed by this user; only what lies in " +
-                       componentsFolder() + " is removed");
-    const ProductNames names = productOfBundle(component);
+                       folder.string() + " is removed");
+    const std::optional<ProductNames> names = productOf(component);
     removeTree(component);
-    writePreference(names.domain(), kDataDirKey, "");
+    if (names)
+        writePreference(names->domain(), kDataDirKey, "");
     std::printf("removed %s\n", component.c_str());
-    const bool othersLeft = !fs::is_empty(componentsFolder());
-    const std::string engine = readPreference(kEngineDomain, kEnginePathKey);
-    if (othersLeft || fs::path(engine).parent_path() != enginesFolder())
-        return;
-    removeTree(engine);
-    writePreference(kEngineDomain, kEnginePathKey, "");
-    std::printf("removed %s\n", engine.c_str());
+    for (const fs::directory_entry& entry : fs::directory_iterator(folder, error))
+        if (isBundle(entry, kComponentExtension))
+            return;
+    removeEngines();
 }
 
 } // namespace velnor::host

@@ -17,7 +17,8 @@ struct InstallOptions {
  * preferences. A repeat brings an installation up to date. Throws JobError. */
 void installCommand(const InstallOptions& options);
 
-/* Takes back what install did for the installed component that a word names (see findInstrument).
+/* Takes back what install did for the installed component that a word names (see findInstrument; a
+ * damaged one by its bundle's path or name). With the last one go all engines that install copied.
  * The data directory, the log and the registry of installations stay. Throws JobError. */
 void uninstallCommand(const std::string& word);
 

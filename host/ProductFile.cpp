@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <array>
 #include <cstring>
+#include <filesystem>
 #include <optional>
 #include <span>
 
@@ -84,6 +85,10 @@ std::string executableOf(const std::string& bundlePath) {
 
 ProductNames productOfBundle(const std::string& bundlePath) {
     const std::string executable = executableOf(bundlePath);
+    std::error_code error;
+    if (const auto status = std::filesystem::status(executable, error);
+        std::filesystem::exists(status) && !std::filesystem::is_regular_file(status))
+        throw JobError(executable + ": it is no regular file");
     const std::optional<ProductNames> names =
         findRecord(readInputFile(executable, kExecutableSizeLimit));
     if (!names)

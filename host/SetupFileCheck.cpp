@@ -1,14 +1,18 @@
 #include "host/SetupFileCheck.h"
 
-#include <tinyxml.h>
+#include <filesystem>
 
-#include <unistd.h>
+#include <tinyxml.h>
 
 namespace velnor::host {
 
 std::string checkSetupFile(const std::string& path, const ProductNames& names) {
-    if (access(path.c_str(), F_OK) != 0)
+    std::error_code error;
+    const auto status = std::filesystem::status(path, error);
+    if (!std::filesystem::exists(status))
         return "missing (install --write-setup makes one)";
+    if (!std::filesystem::is_regular_file(status))
+        return "it is no regular file; remove it";
     TiXmlDocument document;
     if (!document.LoadFile(path.c_str()))
         return "it cannot be read as XML";

@@ -1,6 +1,8 @@
 #include "host/tests/HostProgram.h"
 #include "platform/tests/Testing.h"
 
+#include <sys/stat.h>
+
 namespace velnor::test {
 namespace {
 
@@ -14,6 +16,7 @@ TEST(Install, IsUndoneByUninstallAndRepeatedAsAnUpdate) {
                 HasSubstr("Engines/Probe.engine"));
     EXPECT_EQ(program.run({"uninstall"}).status, 0);
     EXPECT_FALSE(std::filesystem::exists(components + "/Velnor.component"));
+    EXPECT_TRUE(std::filesystem::is_empty(program.home.DataHome() + "/velnor/Engines"));
     EXPECT_THAT(ReadFile(program.home.ConfigHome() + "/velnor/com.Tavo.Tarn 12.plist"),
                 Not(HasSubstr("base_dir")));
     EXPECT_EQ(program.run({"uninstall"}).status, 1);
@@ -31,14 +34,21 @@ TEST(Install, ChecksEverythingBeforeItChangesAnything) {
              {odd, odd, data, "no product record"},
              {component, bundles + "/NoEntryPoint.engine", data, "does not load"},
              {component, bundles + "/NoExecutable.engine", data, "does not load"},
-             {component, odd, program.path("nowhere"), "not a folder"}}) {
+             {component, odd, program.path("nowhere"), "not a folder"},
+             {component, odd, program.path("dat\xFF"), "not UTF-8"},
+             {component, odd, "/proc", "/proc/OrmoSetup"}}) {
         const Outcome outcome =
-            program.run({"install", bundle, "--engine", engine, "--data", folder});
+            program.run({"install", bundle, "--engine", engine, "--data", folder, "--write-setup"});
         EXPECT_EQ(outcome.status, 1);
         EXPECT_THAT(outcome.error, HasSubstr(says));
     }
     EXPECT_FALSE(std::filesystem::exists(program.home.DataHome() + "/velnor"));
     EXPECT_FALSE(std::filesystem::exists(program.home.ConfigHome()));
+    ASSERT_EQ(program.install("Odd").status, 0);
+    const std::string copy = program.path("Copy.component");
+    std::filesystem::copy(component, copy, std::filesystem::copy_options::recursive);
+    EXPECT_THAT(program.run({"install", copy, "--engine", odd, "--data", data}).error,
+                HasSubstr("/Velnor.component has the same codes, subtype QXTA"));
 }
 
 TEST(Doctor, NamesWhatIsMissingInItsLastSentence) {
@@ -48,6 +58,10 @@ TEST(Doctor, NamesWhatIsMissingInItsLastSentence) {
     const Outcome healthy = program.run({"doctor"});
     EXPECT_EQ(healthy.status, 0) << healthy.out;
     EXPECT_TRUE(healthy.out.ends_with("Tavo Tarn 12 is ready to play.\n")) << healthy.out;
+    const std::string setup = program.path("data/OrmoSetup.xml");
+    std::filesystem::remove(setup);
+    ASSERT_EQ(mkfifo(setup.c_str(), 0600), 0);
+    EXPECT_THAT(program.run({"doctor"}).out, HasSubstr("no regular file"));
     std::filesystem::remove(program.path("data/font.sf2"));
     const Outcome soundless = program.run({"doctor"});
     EXPECT_EQ(soundless.status, 1);
@@ -60,6 +74,24 @@ TEST(Doctor, NamesWhatIsMissingInItsLastSentence) {
         program.run({"render", program.song(songOf({60})), "-o", program.path("o.wav")});
     EXPECT_EQ(render.status, 1);
     EXPECT_THAT(render.error, HasSubstr("velnor-host doctor"));
+}
+
+TEST(Doctor, EndsWithItsSentenceWhateverIsDamagedAndUninstallRemovesIt) {
+    for (const auto& [file, says, ofComponent] : Rows<std::string, const char*, bool>{
+             {"/velnor/Components/Velnor.component/Contents/Info.plist", "no components", true},
+             {"/velnor/Components/Velnor.component/Contents/" VELNOR_PLATFORM_FOLDER "/Velnor",
+              "the component is damaged", true},
+             {"/velnor/com.velnor.ormo.plist", "cannot be parsed", false}}) {
+        HostProgram program;
+        ASSERT_EQ(program.install("Odd").status, 0);
+        WriteFile((ofComponent ? program.home.DataHome() : program.home.ConfigHome()) + file,
+                  "junk");
+        const Outcome outcome = program.run({"doctor"});
+        EXPECT_EQ(outcome.status, 1);
+        EXPECT_THAT(outcome.out, AllOf(HasSubstr(says), HasSubstr(" will not play: ")));
+        EXPECT_EQ(program.run({"uninstall"}).status, 0);
+        EXPECT_TRUE(std::filesystem::is_empty(program.home.DataHome() + "/velnor/Components"));
+    }
 }
 
 TEST(Info, IsTheSameInBothForms) {
