@@ -1,9 +1,10 @@
 #!/usr/bin/env bash
 # Installs what is missing, builds, installs component and engine into a private home under build/,
 # renders the songs of examples/ and says what to listen to. Touches nothing outside this checkout
-# but packages.
+# but packages, and the cache of ccache where that is installed.
 set -euo pipefail
 cd "$(dirname "$0")"
+case ${1-} in -h | --help) sed -n '2,4s/^# \{0,1\}//p' "$0"; exit 0 ;; esac
 
 scripts/install-packages.sh build
 mkdir -p build

@@ -19,8 +19,9 @@ def fail(line):
 
 
 def name(text):
-    if not text.isascii() or not text.isprintable() or not 0 < len(text) < 64 or "/" in text:
-        raise argparse.ArgumentTypeError("1 to 63 printable ASCII characters without a slash")
+    # Both become names of folders.
+    if not text.isascii() or not text.isprintable() or not 0 < len(text) < 64 or "/" in text or text in (".", ".."):
+        raise argparse.ArgumentTypeError('1 to 63 printable ASCII characters without a slash, not "." or ".."')
     return text
 
 
@@ -36,7 +37,7 @@ def arguments():
     parser.add_argument("copy", type=pathlib.Path, help="the new component")
     parser.add_argument("--vendor", type=name, required=True)
     parser.add_argument("--product", type=name, required=True)
-    parser.add_argument("--subtype", type=code, help="the instrument's code")
+    parser.add_argument("--subtype", type=code, help="the instrument's code; hosts tell products apart by it")
     parser.add_argument("--outputs", type=int, choices=range(1, 33), metavar="N", help="channels of the first configuration")
     parser.add_argument("--multi-output", action="store_true", help="let hosts choose buses and channels")
     return parser.parse_args()
@@ -70,8 +71,12 @@ def register(path, args):
     for component in info["VelnorComponents"]:
         is_view = component["type"] == "auvw"
         component["name"] = f"{args.vendor}: {args.product}" + (" View" if is_view else "")
-        if args.subtype and not is_view:
-            component["subtype"] = args.subtype
+        if is_view:
+            continue
+        if args.subtype in (None, component["subtype"]):
+            print(f"brand.py: the subtype stays {component['subtype']}, the original's: of two such products hosts find "
+                  "only one; give another --subtype", file=sys.stderr)
+        component["subtype"] = args.subtype or component["subtype"]
     path.write_bytes(plistlib.dumps(info))
 
 
