@@ -238,7 +238,7 @@ Component examineRegistration(Findings& findings, const std::string& word) {
 
 std::optional<ProductNames> examineProduct(Findings& findings, const std::string& bundle) {
     try {
-        const ProductNames names = productOfBundle(bundle);
+        ProductNames names = productOfBundle(bundle);
         findings.good("product: " + names.vendor + " " + names.product);
         return names;
     } catch (const JobError& error) {

@@ -118,7 +118,8 @@ void Instrument::initialize() {
 template <typename Value>
 bool Instrument::engineProperty(AudioUnitPropertyID id, Value& value) const {
     UInt32 size = sizeof value;
-    return AudioUnitGetProperty(mUnit, id, kAudioUnitScope_Global, 0, &value, &size) == noErr;
+    return AudioUnitGetProperty(mUnit, id, kAudioUnitScope_Global, 0, static_cast<void*>(&value),
+                                &size) == noErr;
 }
 
 bool Instrument::hasEngine() const {

@@ -15,7 +15,7 @@ namespace {
 
 volatile std::sig_atomic_t sInterrupted = 0;
 
-constexpr std::size_t kSignalStackSize = 64 * 1024;
+constexpr std::size_t kSignalStackSize = std::size_t{64} * 1024;
 alignas(16) unsigned char sSignalStack[kSignalStackSize];
 
 template <std::size_t Size>
