@@ -103,6 +103,7 @@ void printTable(const Json& rows, const std::vector<std::string>& heads) {
     Table table(heads);
     for (const Json& row : rows) {
         std::vector<std::string> cells;
+        cells.reserve(heads.size());
         for (const std::string& head : heads)
             cells.push_back(row[head].is_boolean() ? (row[head] ? "yes" : "no") : cell(row[head]));
         table.add(std::move(cells));

@@ -57,7 +57,8 @@ std::optional<SInt32> Present(const AlertText& text) {
     PlatformAlert alert{text.level,         text.header.c_str(), text.message.c_str(), {},
                         text.defaultButton, text.cancelButton,   text.timeout};
     for (std::size_t i = 0; i < text.buttons.size(); ++i) {
-        alert.buttons[i] = text.buttons[i] ? text.buttons[i]->c_str() : nullptr;
+        const std::optional<std::string>& button = text.buttons[i];
+        alert.buttons[i] = button ? button->c_str() : nullptr;
     }
     const auto present = presenter.function ? presenter.function : PresentByDefault;
     const SInt32 answer = present(&alert, presenter.context);

@@ -5,6 +5,7 @@
 #include <bit>
 #include <cmath>
 #include <limits>
+#include <new>
 #include <optional>
 #include <type_traits>
 #include <utility>
@@ -117,8 +118,12 @@ std::optional<NumberValue> Load(CFNumberType type, const void* value) {
     }
 }
 
-CFBooleanRef ImmortalBoolean(bool value) noexcept {
-    auto* boolean = new BooleanObject(value);
+/* The two booleans' memory: making them takes none, so it cannot fail before main. */
+alignas(BooleanObject) unsigned char gTrueMemory[sizeof(BooleanObject)];
+alignas(BooleanObject) unsigned char gFalseMemory[sizeof(BooleanObject)];
+
+CFBooleanRef ImmortalBoolean(unsigned char* memory, bool value) noexcept {
+    auto* boolean = new (memory) BooleanObject(value);
     boolean->MakeImmortal();
     return RefOf<CFBooleanRef>(boolean);
 }
@@ -176,5 +181,5 @@ Boolean CFBooleanGetValue(CFBooleanRef boolean) {
     return Cast<BooleanObject>(boolean).Value();
 }
 
-const CFBooleanRef kCFBooleanTrue = velnor::ImmortalBoolean(true);
-const CFBooleanRef kCFBooleanFalse = velnor::ImmortalBoolean(false);
+const CFBooleanRef kCFBooleanTrue = velnor::ImmortalBoolean(velnor::gTrueMemory, true);
+const CFBooleanRef kCFBooleanFalse = velnor::ImmortalBoolean(velnor::gFalseMemory, false);

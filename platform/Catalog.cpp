@@ -38,7 +38,8 @@ int FindWhetherFolder(DIR* stream, const dirent& entry, bool& isFolder) {
         return 0;
     }
     struct stat info;
-    if (fstatat(dirfd(stream), entry.d_name, &info, AT_SYMLINK_NOFOLLOW) != 0) {
+    const int folder = dirfd(stream);
+    if (folder < 0 || fstatat(folder, entry.d_name, &info, AT_SYMLINK_NOFOLLOW) != 0) {
         return errno;
     }
     isFolder = S_ISDIR(info.st_mode);

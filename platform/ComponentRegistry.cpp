@@ -106,6 +106,7 @@ std::vector<Component>
 ComponentRegistry::AdoptBundle(const std::string& path,
                                const std::vector<ComponentRegistration>& registrations) {
     std::vector<Component> components;
+    components.reserve(registrations.size());
     for (const auto& registration : registrations) {
         components.push_back(FindOrCreate(path, registration));
     }

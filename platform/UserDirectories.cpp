@@ -29,7 +29,10 @@ std::optional<std::string> Unquote(std::string_view text) {
         if (text[i] == '"') {
             return value;
         }
-        if (text[i] == '\\' && ++i == text.size()) {
+        if (text[i] == '\\') {
+            ++i;
+        }
+        if (i == text.size()) {
             return std::nullopt;
         }
         value += text[i];
