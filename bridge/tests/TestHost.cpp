@@ -2,6 +2,7 @@
 
 #include "framework/tests/HostBuffers.h"
 #include "platform/Process.h"
+#include "platform/tests/Values.h"
 #include "support/tests/LogFile.h"
 
 #include <gtest/gtest.h>
@@ -61,11 +62,8 @@ TestHost::~TestHost() {
 
 void TestHost::setPreference(const std::string& domain, const std::string& key,
                              const std::optional<std::string>& value) {
-    const std::string entry =
-        value ? "<key>" + key + "</key><string>" + *value + "</string>" : std::string();
     WriteFile(home.ConfigHome() + "/velnor/" + domain + ".plist",
-              "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<plist version=\"1.0\"><dict>" + entry +
-                  "</dict></plist>\n");
+              PlistFile(value ? "<key>" + key + "</key><string>" + *value + "</string>" : ""));
 }
 
 std::string TestHost::logPath(const std::string& file) const {

@@ -27,46 +27,40 @@ CFRef<CFBundleRef> Open(const std::string& path) {
     return CFRef<CFBundleRef>(CFBundleCreate(nullptr, FileUrl(path, true).Get()));
 }
 
-class Bundle : public testing::Test {
-protected:
-    ~Bundle() override { EXPECT_EQ(PlatformLiveObjectCount(), mObjects); }
-
-    const CFIndex mObjects = PlatformLiveObjectCount();
-    const TempFolder mFolder;
-};
+using Bundle = InFolder;
 
 TEST_F(Bundle, OnlyAFolderWithAGoodInfoFileIsOne) {
-    WriteFile(mFolder / "file.bundle", "");
-    std::filesystem::create_directories(mFolder / "empty.bundle");
-    WriteFile(mFolder / "torn.bundle/Contents/Info.plist", "<plist><dict><key>a");
-    WriteFile(mFolder / "list.bundle/Contents/Info.plist",
+    WriteFile(folder / "file.bundle", "");
+    std::filesystem::create_directories(folder / "empty.bundle");
+    WriteFile(folder / "torn.bundle/Contents/Info.plist", "<plist><dict><key>a");
+    WriteFile(folder / "list.bundle/Contents/Info.plist",
               "<?xml version=\"1.0\"?><plist version=\"1.0\"><array/></plist>");
-    std::filesystem::create_directories(mFolder / "folder.bundle/Contents/Info.plist");
-    std::filesystem::create_directories(mFolder / "pipe.bundle/Contents");
-    ASSERT_EQ(mkfifo((mFolder / "pipe.bundle/Contents/Info.plist").c_str(), 0600), 0);
+    std::filesystem::create_directories(folder / "folder.bundle/Contents/Info.plist");
+    std::filesystem::create_directories(folder / "pipe.bundle/Contents");
+    ASSERT_EQ(mkfifo((folder / "pipe.bundle/Contents/Info.plist").c_str(), 0600), 0);
     for (const char* name : {"none", "file", "empty", "torn", "list", "folder", "pipe"}) {
-        EXPECT_FALSE(Open(mFolder / name + ".bundle")) << name;
+        EXPECT_FALSE(Open(folder / name + ".bundle")) << name;
     }
 }
 
 TEST_F(Bundle, OneObjectLivesForEachDirectory) {
-    MakeGoodBundle(mFolder / "a.bundle");
-    std::filesystem::create_directory_symlink("a.bundle", mFolder / "b.bundle");
-    const auto first = Open(mFolder / "a.bundle");
-    const auto second = Open(mFolder / "b.bundle/Contents/..");
+    MakeGoodBundle(folder / "a.bundle");
+    std::filesystem::create_directory_symlink("a.bundle", folder / "b.bundle");
+    const auto first = Open(folder / "a.bundle");
+    const auto second = Open(folder / "b.bundle/Contents/..");
     ASSERT_TRUE(first);
     EXPECT_EQ(first.Get(), second.Get());
     EXPECT_EQ(CFGetRetainCount(first.Get()), 2);
     EXPECT_EQ(CFGetTypeID(first.Get()), CFBundleGetTypeID());
 
     const CFRef<CFURLRef> url(CFBundleCopyBundleURL(first.Get()));
-    EXPECT_EQ(Text(CFURLGetString(url.Get())), "file://" + mFolder / "a.bundle/");
+    EXPECT_EQ(Text(CFURLGetString(url.Get())), "file://" + folder / "a.bundle/");
     EXPECT_EQ(Text(CFBundleGetValueForInfoDictionaryKey(first.Get(), kCFBundleVersionKey)), "1.2");
     EXPECT_EQ(CFBundleGetValueForInfoDictionaryKey(first.Get(), String("none").Get()), nullptr);
 }
 
 TEST_F(Bundle, CodeIsLocalAndGoesWithTheLastReference) {
-    const std::string path = MakeGoodBundle(mFolder / "a.bundle");
+    const std::string path = MakeGoodBundle(folder / "a.bundle");
     const std::string code = path + kExecutableFolder + "code";
     auto bundle = Open(path);
     void* const entry = CFBundleGetFunctionPointerForName(bundle.Get(), String("TestEntry").Get());
@@ -86,10 +80,10 @@ TEST_F(Bundle, CodeIsLocalAndGoesWithTheLastReference) {
 }
 
 TEST_F(Bundle, WhatDoesNotLoadSaysWhy) {
-    const std::string bundle = mFolder / "a.bundle";
+    const std::string bundle = folder / "a.bundle";
     WriteFile(bundle + kExecutableFolder + "garbage", "not an ELF file");
     std::filesystem::create_directory(bundle + kExecutableFolder + "folder");
-    WriteFile(mFolder / "outside", "");
+    WriteFile(folder / "outside", "");
     for (const auto& [entries, error] : Rows<std::string, std::string>{
              {"", bundle + ": Contents/Info.plist has no CFBundleExecutable"},
              {"<key>CFBundleExecutable</key><integer>1</integer>", bundle + ": CFBundleExecutable"},
@@ -113,14 +107,14 @@ TEST_F(Bundle, WhatDoesNotLoadSaysWhy) {
 }
 
 TEST_F(Bundle, ThreadsMayOpenLoadAndReleaseTheSameOne) {
-    MakeGoodBundle(mFolder / "a.bundle");
+    MakeGoodBundle(folder / "a.bundle");
     InThreads(4, [this](int) {
         for (int round = 0; round < 200; ++round) {
-            const auto bundle = Open(mFolder / "a.bundle");
+            const auto bundle = Open(folder / "a.bundle");
             EXPECT_TRUE(bundle && CFBundleLoadExecutable(bundle.Get()));
         }
     });
-    EXPECT_FALSE(IsLoaded(mFolder / "a.bundle" + kExecutableFolder + "code"));
+    EXPECT_FALSE(IsLoaded(folder / "a.bundle" + kExecutableFolder + "code"));
 }
 
 } // namespace
