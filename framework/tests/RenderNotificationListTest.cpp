@@ -1,6 +1,8 @@
 #include "framework/RenderNotificationList.h"
 #include "framework/tests/TestInstrument.h"
 
+#include <numeric>
+
 namespace velnor {
 namespace {
 
@@ -49,6 +51,39 @@ TEST(RenderNotificationList, AppliesRequestsInTheirOrderAndHoldsAPairOnce) {
             Notify(list);
         }
         EXPECT_EQ(calls, 2 * perRender) << requests;
+    }
+}
+
+TEST(RenderNotificationList, ThreadsChangeItWhileItRendersAndNothingIsLostOrFreedTwice) {
+    constexpr int kThreads = 3;
+    constexpr std::size_t kRounds = 20000;
+    RenderNotificationList list;
+    std::vector<std::vector<int>> calls(kThreads, std::vector<int>(kRounds));
+    std::atomic<int> running{kThreads};
+    InThreads(kThreads + 1, [&](int thread) {
+        if (thread == kThreads) {
+            while (running > 0) {
+                list.ApplyChanges();
+                Notify(list);
+            }
+            return;
+        }
+        int* const own = calls[static_cast<std::size_t>(thread)].data();
+        list.Add(Count, own);
+        for (int* next = own + 1; next < own + kRounds; ++next) {
+            list.Add(Count, next);
+            list.Remove(Count, next - 1);
+        }
+        --running;
+    });
+    for (std::vector<int>& own : calls) {
+        std::ranges::fill(own, 0);
+    }
+    list.ApplyChanges();
+    Notify(list);
+    for (const std::vector<int>& own : calls) {
+        EXPECT_EQ(own.back(), 1);
+        EXPECT_EQ(std::accumulate(own.begin(), own.end(), 0), 1) << "no removal is lost";
     }
 }
 
