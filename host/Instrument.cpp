@@ -114,39 +114,12 @@ void Instrument::initialize() {
     prepareBuses();
 }
 
-/* False, and no change: an instrument of another kind, which has no such property. */
-template <typename Value>
-bool Instrument::engineProperty(AudioUnitPropertyID id, Value& value) const {
-    UInt32 size = sizeof value;
-    return AudioUnitGetProperty(mUnit, id, kAudioUnitScope_Global, 0, static_cast<void*>(&value),
-                                &size) == noErr;
-}
-
 bool Instrument::hasEngine() const {
     OrmoEngineHandle handle = 0;
-    return !engineProperty(kPropertyEngineHandle, handle) || handle != 0;
-}
-
-/* The instrument does not pass the engine's answer on, so the engine is asked itself, suspended as
- * it has to be. No meaning of that answer is agreed: it is a refusal when the engine answers
- * otherwise to the rate that every engine plays. */
-bool Instrument::engineTakesRate(double rate) {
-    constexpr OrmoWord kCommonRate = 44100;
-    OrmoOpcodeProc proc = nullptr;
-    OrmoEngineHandle handle = 0;
-    if (rate == kCommonRate || !engineProperty(kPropertyEngineOpcode, proc) || !proc ||
-        !engineProperty(kPropertyEngineHandle, handle) || handle == 0)
-        return true;
-    const auto answer = [&](OrmoWord hertz) {
-        return proc(static_cast<OrmoWord>(handle), kOpSetRateAndBlockSize, 0, 0, 0, hertz,
-                    static_cast<OrmoWord>(mMaximumFrames), 0, 0);
-    };
-    AudioUnitUninitialize(mUnit);
-    const std::int32_t given = answer(static_cast<OrmoWord>(rate));
-    if (given != 0 && given != answer(kCommonRate))
-        return false;
-    initialize();
-    return true;
+    UInt32 size = sizeof handle;
+    const OSStatus status = AudioUnitGetProperty(mUnit, kPropertyEngineHandle,
+                                                 kAudioUnitScope_Global, 0, &handle, &size);
+    return status != noErr || handle != 0; /* other instruments have no such property */
 }
 
 UInt32 Instrument::busCount() const {

@@ -35,9 +35,6 @@ public:
 
     /* Whether there is a sound engine that plays: once initialised. */
     bool hasEngine() const;
-    /* Whether the engine accepts that rate: once initialised, before the first pull. When it does
-     * not, the instrument has to be initialised again. */
-    bool engineTakesRate(double rate);
     UInt32 busCount() const;
     UInt32 channelsOfBus(UInt32 bus) const;
 
@@ -58,8 +55,6 @@ private:
 
     void setProperty(AudioUnitPropertyID id, AudioUnitScope scope, UInt32 element, const void* data,
                      UInt32 size, const char* what);
-    template <typename Value>
-    bool engineProperty(AudioUnitPropertyID id, Value& value) const;
     void prepareBuses();
     void prepareList(Bus& bus, UInt32 frames);
 

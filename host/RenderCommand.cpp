@@ -53,7 +53,6 @@ public:
         mInstrument.setOffline(!options.realtime);
         mRenderer = std::make_unique<SongRenderer>(mInstrument, mSong, options.plan);
         requireEngine();
-        requireRate();
         if (options.plan.fromSeconds > 0.0 && mRenderer->expectedFrames() <= 0)
             throw JobError("--from " + clockText(options.plan.fromSeconds) +
                            ": the song is over by then");
@@ -82,12 +81,6 @@ private:
         if (!mInstrument.hasEngine() && !mOptions.allowSilence)
             throw JobError("the instrument has no working engine and would only play silence; run: "
                            "velnor-host doctor (or render with --allow-silence)");
-    }
-
-    void requireRate() {
-        if (!mOptions.allowSilence && !mInstrument.engineTakesRate(mOptions.plan.rate))
-            throw JobError("the engine does not play at " + std::to_string(mOptions.format.rate) +
-                           " Hz; choose another --rate (or render silence with --allow-silence)");
     }
 
     /* One wrong delta time makes days of silence of a song. */
@@ -164,7 +157,9 @@ private:
             printNotice(std::to_string(mMeter.clipped()) +
                         " samples were clipped; lower the engine's gain or use --bits float");
         if (mMeter.peakDecibels() == -HUGE_VAL)
-            printNotice("not a sound was heard; if there should be one, run: velnor-host doctor");
+            printNotice(
+                "not a sound was heard at " + std::to_string(mOptions.format.rate) +
+                " Hz; if there should be one, try another --rate or run: velnor-host doctor");
         std::fprintf(stderr,
                      "%s: %s long, peak %.1f dBFS, RMS %.1f dBFS, %" PRIu64
                      " events, %.0f x real time\n",
