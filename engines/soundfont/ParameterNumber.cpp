@@ -24,10 +24,16 @@ void resetControllers(ChannelState& channel) VELNOR_NONBLOCKING {
     }
 }
 
+bool choosesGenerator(const ChannelState& channel) VELNOR_NONBLOCKING {
+    return channel.nrpnActive && channel.controllers[kNrpnHigh] == kSoundFontNrpn &&
+           channel.controllers[kNrpnLow] < 100;
+}
+
 void trackController(ChannelState& channel, uint8_t number, uint8_t value) VELNOR_NONBLOCKING {
     const bool isSoundFont = channel.controllers[kNrpnHigh] == kSoundFontNrpn;
     switch (number) {
     case kNrpnHigh:
+        channel.controllers[kNrpnLow] = 0;
         channel.nrpnSelect = 0;
         channel.nrpnActive = true;
         break;
@@ -40,7 +46,7 @@ void trackController(ChannelState& channel, uint8_t number, uint8_t value) VELNO
         channel.nrpnActive = false;
         break;
     case kDataEntry:
-        if (channel.nrpnActive && isSoundFont && channel.controllers[kNrpnLow] < 100) {
+        if (choosesGenerator(channel)) {
             channel.nrpnSelect = 0;
         }
         break;
@@ -81,6 +87,27 @@ bool choosesTuningTable(const ChannelState& channel,
     return message.kind == MidiMessage::kController && message.data1 == kDataEntry &&
            !channel.nrpnActive && channel.controllers[kRpnHigh] == 0 &&
            (parameter == kTuningProgram || parameter == kTuningBank);
+}
+
+bool movesSample(int generator) VELNOR_NONBLOCKING {
+    switch (generator) {
+    case 0: // start, end, loop start, loop end
+    case 1:
+    case 2:
+    case 3:
+    case 4: // the same in steps of 32,768 samples
+    case 12:
+    case 45:
+    case 50:
+        return true;
+    default:
+        return false;
+    }
+}
+
+bool setsSampleMove(const ChannelState& channel, const MidiMessage& message) VELNOR_NONBLOCKING {
+    return message.kind == MidiMessage::kController && message.data1 == kDataEntry &&
+           choosesGenerator(channel) && movesSample(channel.nrpnSelect);
 }
 
 bool isReachableNrpn(const ChannelState& channel) {

@@ -29,6 +29,13 @@ void track(ChannelState& channel, const MidiMessage& message) VELNOR_NONBLOCKING
 // and FluidSynth would allocate an equal-tempered one. Thread any, concurrent, nonblocking.
 bool choosesTuningTable(const ChannelState& channel, const MidiMessage& message) VELNOR_NONBLOCKING;
 
+// True for a generator that moves where a sample begins, ends or loops. Notes that sound would read
+// outside their sample then, which FluidSynth does not hold them back from. Thread any, concurrent,
+// nonblocking.
+bool movesSample(int generator) VELNOR_NONBLOCKING;
+// True for a data entry that would set such a generator. Thread any, concurrent, nonblocking.
+bool setsSampleMove(const ChannelState& channel, const MidiMessage& message) VELNOR_NONBLOCKING;
+
 // True when some messages lead to the channel's nrpnSelect.
 bool isReachableNrpn(const ChannelState& channel);
 

@@ -131,6 +131,11 @@ void Player::obey(const MidiMessage& message) VELNOR_NONBLOCKING {
         choosesTuningTable(mState.channels[message.channel], message)) {
         return;
     }
+    if (setsSampleMove(mState.channels[message.channel], message)) {
+        // As after a data entry: the next numbers choose another generator.
+        obey({MidiMessage::kController, message.channel, kNrpnHigh, kSoundFontNrpn});
+        return;
+    }
     if (message.kind == MidiMessage::kSystemReset) {
         obeySystemReset();
     } else if (mSynth->send(message) && !message.isNote()) {

@@ -15,6 +15,7 @@ namespace velnor::test {
 namespace {
 
 constexpr double kRates[] = {22050.0, 44100.0, 48000.0, 88200.0, 96000.0};
+constexpr int kNumbers[] = {6, 6, 38, 98, 98, 99, 100, 101}; // data entry, (non-)registered ones
 constexpr UInt32 kSlices[] = {1, 16, 64, 137, 512, 1024, 4096};
 
 CFRef<CFPropertyListRef> stateOf(Instrument& instrument) {
@@ -74,9 +75,12 @@ void SoakHost::setUp() {
 void SoakHost::sendEvents(UInt32 frames) {
     for (int count = oneIn(50) ? pick(200, 1000) : pick(0, 6); count > 0; --count) {
         const int kind = pick(8, 14);
+        // Parameter numbers change a synthesizer's insides, and are rare among any controllers.
+        const bool isNumber = kind == 11 && oneIn(3);
+        const int data1 = isNumber ? kNumbers[pick(0, std::size(kNumbers) - 1)] : pick(0, 127);
+        const int data2 = data1 == 99 && oneIn(2) ? 120 : pick(0, 127);
         const MIDIEvent event = {{static_cast<UInt8>(kind << 4 | pick(0, 15)),
-                                  static_cast<UInt8>(pick(0, 127)),
-                                  static_cast<UInt8>(pick(0, 127)), 0},
+                                  static_cast<UInt8>(data1), static_cast<UInt8>(data2), 0},
                                  pick(0, static_cast<int>(frames) - 1),
                                  0,
                                  0,
