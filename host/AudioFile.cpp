@@ -67,7 +67,7 @@ AudioFile::AudioFile(const std::string& path, const AudioFormat& format) : mPart
         fail(sf_strerror(nullptr));
     if (outgrowsWav(format))
         printNotice(shownName(mPartial) +
-                    ": with more than 4 GiB it is written as RF64, which is WAV with 64-bit sizes");
+                    ": as it may exceed 4 GiB it is written as RF64, WAV with 64-bit sizes");
     sf_command(mFile.get(), SFC_SET_CLIPPING, nullptr, SF_TRUE);
 }
 

@@ -138,7 +138,8 @@ std::string usageLine(const CLI::App& app, const CLI::ParseError& error) {
         words += " " + command->get_name();
     }
     std::string problem = error.what();
-    const std::vector<std::string> unknown = app.remaining(true);
+    std::vector<std::string> unknown = app.remaining(true);
+    std::erase(unknown, "--");
     const auto code = static_cast<CLI::ExitCodes>(error.get_exit_code());
     const bool isUnknown =
         code == CLI::ExitCodes::RequiredError || code == CLI::ExitCodes::ExtrasError;

@@ -22,6 +22,8 @@
 #include <optional>
 #include <vector>
 
+#include <unistd.h>
+
 namespace velnor::host {
 
 namespace {
@@ -60,7 +62,9 @@ bool examinePreferences(Findings& findings, const std::string& domain) {
     if (problem.empty())
         findings.note(path + (fs::exists(path, error) ? "" : " (not there)"));
     else
-        findings.bad(problem, "the preferences in " + path + " are damaged; install it again");
+        findings.bad(problem, fs::is_regular_file(path, error) && access(path.c_str(), R_OK) == 0
+                                  ? "the preferences in " + path + " are damaged; install it again"
+                                  : path + " is no readable file; remove it and install again");
     return problem.empty();
 }
 
@@ -226,12 +230,15 @@ Component examineRegistration(Findings& findings, const std::string& word) {
         problem = error.what();
     }
     const std::vector<std::string> damaged = damagedBundles(folder);
+    const bool mayBeMeant = !component && word.empty();
+    if (!component && !word.empty())
+        findings.bad(problem, "it is not installed");
     for (const std::string& line : damaged)
-        if (component)
-            findings.note(line);
-        else
+        if (mayBeMeant)
             findings.bad(line, "the component is damaged; install it again");
-    if (!component)
+        else
+            findings.note(line);
+    if (mayBeMeant)
         findings.bad(problem, problem);
     return component;
 }

@@ -23,7 +23,7 @@ namespace fs = std::filesystem;
 /* The folder itself, or the one in which it will be made. */
 void requireWritableFolder(fs::path folder) {
     std::error_code error;
-    while (!fs::exists(folder, error) && folder.has_relative_path())
+    while (!fs::exists(fs::symlink_status(folder, error)) && folder.has_relative_path())
         folder = folder.parent_path();
     if (!fs::is_directory(folder, error))
         throw JobError(folder.string() + ": not a folder");

@@ -87,9 +87,11 @@ std::string damagedBundle(const std::string& word) {
     std::error_code error;
     const fs::path folder = componentsFolder();
     if (!word.empty()) {
-        const fs::path named = word.find('/') == std::string::npos ? folder / word : fs::path(word);
-        return named.extension() == kComponentExtension && fs::exists(named, error)
-                   ? absolutePath(named)
+        const fs::path named =
+            absolutePath(word.find('/') == std::string::npos ? folder / word : fs::path(word));
+        return named.extension() == kComponentExtension &&
+                       fs::exists(fs::symlink_status(named, error))
+                   ? named.string()
                    : "";
     }
     std::string found;
@@ -133,11 +135,15 @@ void removeEngines() {
     for (const fs::directory_entry& entry : fs::directory_iterator(folder, error))
         if (isBundle(entry, kEngineExtension))
             engines.push_back(entry.path());
+    const fs::path chosen = readPreference(kEngineDomain, kEnginePathKey);
+    const bool isOurs = chosen.parent_path() == folder;
+    if (isOurs && chosen.extension() != kEngineExtension)
+        engines.push_back(chosen);
     for (const fs::path& engine : engines) {
         removeTree(engine);
         std::printf("removed %s\n", engine.c_str());
     }
-    if (fs::path(readPreference(kEngineDomain, kEnginePathKey)).parent_path() == folder)
+    if (isOurs)
         writePreference(kEngineDomain, kEnginePathKey, "");
 }
 
@@ -151,6 +157,9 @@ void installCommand(const InstallOptions& options) {
         requireUtf8(path);
     requireUtf8Home();
     const ProductNames names = productOfBundle(component);
+    if (fs::path(component).extension() != kComponentExtension)
+        throw JobError(component + ": hosts find a component only when its name ends in " +
+                       kComponentExtension);
     requireEngine(engine);
     requireDataFolder(data);
     requireWritableTargets(names);

@@ -17,7 +17,7 @@ namespace velnor::host {
 namespace {
 
 constexpr double kLongestTail = 60.0; /* seconds, for a tail until silence */
-constexpr double kLongestSong = 1e6;  /* seconds; beyond it no position is asked for */
+constexpr double kLastPosition = 1e6; /* seconds; beyond it no position is asked for */
 
 Container containerOf(const RenderArguments& arguments) {
     static const std::map<std::string, Container> kContainers = {
@@ -124,11 +124,11 @@ void addRender(CLI::App& app, RenderArguments& arguments) {
     command->add_option("--tail", arguments.tail,
                         "Seconds after the last event, or auto: until silence (default auto)");
     command->add_option("--from", options.plan.fromSeconds, "Begin so many seconds into the song")
-        ->check(numberWithin(0.0, kLongestSong, "seconds, from 0"));
+        ->check(numberWithin(0.0, kLastPosition, "seconds, from 0"));
     command
         ->add_option("--to", options.plan.toSeconds,
                      "Stop so many seconds into the song, without a tail")
-        ->check(numberWithin(0.0, kLongestSong, "seconds, from 0"));
+        ->check(numberWithin(0.0, kLastPosition, "seconds, from 0"));
     command->add_option("--preset", options.preset, "Restore this preset file first")
         ->check(notEmpty());
     command

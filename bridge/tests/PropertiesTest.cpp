@@ -119,8 +119,14 @@ TEST_F(Properties, VendorPropertiesPassThroughInBothDirections) {
     alignas(8) UInt32 values[] = {0x04030201, 0x08070605};
     EXPECT_EQ(instrument.get(70000, values[0]), noErr);
     EXPECT_EQ(instrument.get(70000, values[1]), noErr); // wherever it lies
-    EXPECT_EQ(callsOf(kOpVendorProperty).at(0).bytes[0], "\x01\x02\x03\x04");
-    EXPECT_EQ(callsOf(kOpVendorProperty).at(1).bytes[0], "\x05\x06\x07\x08");
+    UInt32 size = sizeof values[0];
+    EXPECT_EQ(AudioUnitGetProperty(instrument.unit(), 70000, kAudioUnitScope_Global, 0,
+                                   reinterpret_cast<char*>(values) + 1, &size),
+              noErr);
+    const auto gets = callsOf(kOpVendorProperty);
+    EXPECT_EQ(gets.at(0).bytes[0], "\x01\x02\x03\x04");
+    EXPECT_EQ(gets.at(1).bytes[0], "\x05\x06\x07\x08");
+    EXPECT_EQ(gets.at(2).bytes[0], "\x02\x03\x04\x05");
     takeCalls();
     behaviour.answerVendor = true;
     behaviour.vendorAnswer = 4711;

@@ -81,6 +81,14 @@ TEST(Record, SingleConfigurationTakesItsChannelsAlone) {
                     IsSupersetOf({std::string("I:Initialize - numBuses : 1"),
                                   "I:Initialize - numOutputs : " + std::to_string(channels)}));
     }
+    freshProbe();
+    Instrument wide(
+        host.patchedComponent([](ProductRecord& record) { record.outputChannels = 34; }));
+    EXPECT_EQ(wide.setFormat(0, 34), noErr);
+    EXPECT_EQ(wide.initialize(), noErr);
+    EngineOpenBlock block;
+    std::memcpy(&block, callsOf(kOpOpenInstance).at(0).bytes[0].data(), sizeof block);
+    EXPECT_EQ(block.channelCount, 32U) << "the engine's table has no more";
 }
 
 TEST(Record, MultiOutputLayoutsDescribeTheBusesChannels) {

@@ -225,7 +225,9 @@ TEST_F(Render, AFileThatMayOutgrowWavHas64BitSizes) {
         const float* const silence[2] = {&kSilence, &kSilence};
         file.write(silence, 1);
         file.finish();
-        EXPECT_THAT(ReadFile(path), StartsWith(magic));
+        const std::string bytes = ReadFile(path);
+        EXPECT_THAT(bytes, StartsWith(magic));
+        EXPECT_TRUE(frames == 1 << 29 || (bytes.substr(12, 4) == "ds64" && wordAt(bytes, 28) == 4));
     }
     format.container = host::Container::kFlac;
     format.mostFrames = std::int64_t{1} << 36;
