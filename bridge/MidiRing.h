@@ -39,9 +39,9 @@ public:
         return true;
     }
 
-    /* Consumer: hands messages to accept(const MIDIEvent&), in order of arrival, and frees each one's
-     * slot after that, until none is left or kCapacity were taken. Concurrent with push; nonblocking
-     * as accept is. */
+    /* Consumer: hands messages to accept(const MIDIEvent&), in order of arrival, and frees each
+     * one's slot after that, until none is left or kCapacity were taken. Concurrent with push;
+     * nonblocking as accept is. */
     template <typename Accept>
     void take(Accept&& accept) VELNOR_NONBLOCKING {
         for (std::int32_t taken = 0; taken < kCapacity; ++taken) {

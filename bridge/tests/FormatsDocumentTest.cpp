@@ -10,6 +10,7 @@
 
 #include <iomanip>
 #include <regex>
+#include <set>
 #include <sstream>
 
 namespace velnor::test {
@@ -18,9 +19,14 @@ namespace {
 constexpr const char* kDataDir = "/home/ada/sounds";
 constexpr const char* kDataHome = "/home/ada/.local/share";
 
+const std::string& theDocument() {
+    static const std::string document = ReadFile(VELNOR_SOURCE_DIR "/docs/formats.md");
+    return document;
+}
+
 /* The fenced block of that name, without its fences. */
 std::string example(const std::string& name) {
-    static const std::string document = ReadFile(VELNOR_SOURCE_DIR "/docs/formats.md");
+    const std::string& document = theDocument();
     const std::string fence = "\n```" + name + "\n";
     const std::size_t start = document.find(fence);
     const std::size_t end = document.find("\n```\n", start + fence.size());
@@ -63,6 +69,19 @@ std::string atAdas(const TestHost& host, const std::string& text) {
 }
 
 using FormatsInUse = Opened;
+
+TEST(FormatsDocument, EveryExampleIsReadHere) {
+    const std::string& document = theDocument();
+    const std::regex fence("\n```([a-z].*)");
+    std::set<std::string> names;
+    for (auto it = std::sregex_iterator(document.begin(), document.end(), fence);
+         it != std::sregex_iterator(); ++it)
+        names.insert((*it)[1]);
+    const std::string tests = ReadFile(VELNOR_SOURCE_DIR "/bridge/tests/FormatsDocumentTest.cpp");
+    for (const std::string& name : names)
+        EXPECT_NE(tests.find("example(\"" + name + "\")"), tests.npos) << name;
+    EXPECT_FALSE(names.empty());
+}
 
 TEST(FormatsDocument, TheProductRecordIsTheBuiltFilesTwice) {
     const ProductRecord shipped;
