@@ -39,18 +39,21 @@ public:
         return true;
     }
 
-    /* Consumer: hands messages to accept(const MIDIEvent&), in order of arrival, and frees each
-     * one's slot after that, until none is left or kCapacity were taken. Concurrent with push;
-     * nonblocking as accept is. */
+    /* Consumer: hands each message that was queued before the call to accept(const MIDIEvent&), in
+     * order of arrival, and frees its slot after that. Concurrent with push; nonblocking as accept
+     * is. */
     template <typename Accept>
     void take(Accept&& accept) VELNOR_NONBLOCKING {
-        for (std::int32_t taken = 0; taken < kCapacity; ++taken) {
-            // Both are looked up each time: a reset may have come in between.
-            const std::int32_t read = mRingRead.load(std::memory_order_relaxed);
-            if (read == mRingWrite.load(std::memory_order_acquire))
-                return;
+        std::int32_t read = mRingRead.load(std::memory_order_relaxed);
+        const std::int32_t write = mRingWrite.load(std::memory_order_acquire);
+        while (read != write) {
             accept(mSlots[static_cast<std::size_t>(read)]);
-            mRingRead.store((read + 1) % kSlots, std::memory_order_release);
+            // A reset meanwhile: both are 0, and what it discarded stays discarded.
+            if (mRingRead.load(std::memory_order_relaxed) != read ||
+                (read == 0 && mRingWrite.load(std::memory_order_relaxed) == 0))
+                return;
+            read = (read + 1) % kSlots;
+            mRingRead.store(read, std::memory_order_release);
         }
     }
 
