@@ -107,8 +107,10 @@ void ChannelApply::applyParameterNumbers() const {
 
 void ChannelApply::applyGenerators() const {
     for (int generator = 0; generator < kGenerators; ++generator) {
-        const float value = wanted.generators[static_cast<size_t>(generator)];
-        if (!movesSample(generator) && fluid_synth_get_gen(synth, channel, generator) != value) {
+        // Choosing the parameter number again may have set one of these.
+        const float value =
+            movesSample(generator) ? 0.0F : wanted.generators[static_cast<size_t>(generator)];
+        if (fluid_synth_get_gen(synth, channel, generator) != value) {
             fluid_synth_set_gen(synth, channel, generator, value);
         }
     }
