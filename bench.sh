@@ -42,5 +42,5 @@ for program in "${programs[@]}"; do
 done
 echo "measuring: render_compare" >&2
 bench/render_compare.py build/bench/bin/velnor-host build/bench/bundles build/bench/bin/fluid_minimal \
-    build/bench/lib/libfirst_block.so examples/grieg-mountain-king.mid >"$results/render_compare.json"
+    build/bench/lib/libfirst_block.so >"$results/render_compare.json"
 bench/table.py "$results" "${table[@]}"

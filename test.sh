@@ -27,7 +27,7 @@ for preset in "${presets[@]}"; do
     }
     cmake --build --preset "$preset" -- --quiet
     echo "== $preset: tests"
-    ctest --test-dir "build/$preset" --output-on-failure --no-tests=error -j "$(nproc)" \
+    scripts/leave-nothing.sh ctest --test-dir "build/$preset" --output-on-failure --no-tests=error -j "$(nproc)" \
         >"build/$preset.test.log" 2>&1 || {
         grep -vE '^ *[0-9]+/[0-9]+ Test .* Passed|^ *Start ' "build/$preset.test.log" >&2
         exit 1

@@ -1,10 +1,10 @@
 // How the benchmarks measure: what is compared is timed in turns, many rounds of each, and the best
 // round of each counts, because others' work on the machine only ever adds to a round.
-#pragma once
-
-#include <benchmark/benchmark.h>
+#ifndef VELNOR_BENCH_MEASURE_H
+#define VELNOR_BENCH_MEASURE_H
 
 #include <algorithm>
+#include <benchmark/benchmark.h>
 #include <cstdlib>
 #include <ctime>
 
@@ -58,3 +58,5 @@ inline void report(benchmark::State& state, const Best& ours, const Best& peer, 
 }
 
 } // namespace velnor::bench
+
+#endif

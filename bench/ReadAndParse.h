@@ -1,11 +1,12 @@
 // One read and one parse of a property-list file: the least that listing a registry, or opening an
 // instrument, has to do with it.
-#pragma once
+#ifndef VELNOR_BENCH_READANDPARSE_H
+#define VELNOR_BENCH_READANDPARSE_H
 
 #include "platform/CFData.h"
 #include "platform/CFPropertyList.h"
 #include "platform/CFRef.h"
-#include "platform/tests/TempFolder.h"
+#include "testing/TempFolder.h"
 
 #include <string>
 
@@ -13,7 +14,7 @@ namespace velnor::bench {
 
 // False when the file is none.
 inline bool readAndParse(const std::string& path) {
-    const std::string text = test::ReadFile(path);
+    const std::string text = testing::ReadFile(path);
     const CFRef<CFDataRef> data(CFDataCreate(kCFAllocatorDefault,
                                              reinterpret_cast<const UInt8*>(text.data()),
                                              static_cast<CFIndex>(text.size())));
@@ -23,3 +24,5 @@ inline bool readAndParse(const std::string& path) {
 }
 
 } // namespace velnor::bench
+
+#endif

@@ -3,12 +3,11 @@
 #include "bench/ReadAndParse.h"
 #include "bridge/EventSorter.h"
 #include "bridge/MidiRing.h"
-#include "bridge/tests/TestHost.h"
-
-#include <boost/lockfree/spsc_queue.hpp>
+#include "testing/TestHost.h"
 
 #include <algorithm>
 #include <atomic>
+#include <boost/lockfree/spsc_queue.hpp>
 #include <cstring>
 #include <dlfcn.h>
 #include <random>
@@ -19,11 +18,11 @@ namespace {
 using namespace velnor::bench;
 using velnor::EventSorter;
 using velnor::MidiRing;
-using velnor::test::builtBundle;
-using velnor::test::executableOf;
-using velnor::test::freshProbe;
-using velnor::test::Instrument;
-using velnor::test::TestHost;
+using velnor::testing::builtBundle;
+using velnor::testing::executableOf;
+using velnor::testing::freshProbe;
+using velnor::testing::Instrument;
+using velnor::testing::TestHost;
 
 using PeerQueue =
     boost::lockfree::spsc_queue<MIDIEvent, boost::lockfree::capacity<MidiRing::kCapacity>>;
@@ -44,14 +43,16 @@ void RingBurst(benchmark::State& state) {
     Best ours, theirs;
     for ([[maybe_unused]] auto unused : state) {
         ours.add(nanoseconds([&] {
-            for (std::int32_t i = 0; i < count; ++i)
+            for (std::int32_t i = 0; i < count; ++i) {
                 ring->push(0x90, 1, 2, i);
+            }
             MIDIEvent* to = out.data();
             ring->take([&to](const MIDIEvent& event) { *to++ = event; });
         }));
         theirs.add(nanoseconds([&] {
-            for (std::int32_t i = 0; i < count; ++i)
+            for (std::int32_t i = 0; i < count; ++i) {
                 peer->push(eventAt(i));
+            }
             peer->pop(out.data(), out.size());
         }));
     }
@@ -76,8 +77,9 @@ double throughTwoThreads(int count, Push push, TakeAll takeAll) {
     }
     const double time = nanoseconds([&] {
         go = true;
-        for (int taken = 0; taken < count;)
+        for (int taken = 0; taken < count;) {
             taken += takeAll();
+        }
     });
     producer.join();
     return time;
@@ -115,22 +117,28 @@ enum Disorder { kInOrder, kNearlyInOrder, kFewStrays, kReversed, kRandom };
 std::vector<MIDIEvent> block(std::size_t count, int disorder) {
     std::mt19937 random(7);
     std::vector<std::int32_t> offsets(count);
-    for (std::size_t i = 0; i < count; ++i)
+    for (std::size_t i = 0; i < count; ++i) {
         offsets[i] =
             static_cast<std::int32_t>(disorder == kRandom ? random() % 512 : i * 512 / count);
-    if (disorder == kNearlyInOrder)
+    }
+    if (disorder == kNearlyInOrder) {
         for (std::size_t swaps = 1 + count / 20; swaps > 0; --swaps) {
             const std::size_t at = random() % (count - 1);
             std::swap(offsets[at], offsets[at + 1]);
         }
-    if (disorder == kFewStrays)
-        for (std::size_t swaps = 1 + count / 100; swaps > 0; --swaps)
+    }
+    if (disorder == kFewStrays) {
+        for (std::size_t swaps = 1 + count / 100; swaps > 0; --swaps) {
             std::swap(offsets[random() % count], offsets[random() % count]);
-    if (disorder == kReversed)
+        }
+    }
+    if (disorder == kReversed) {
         std::ranges::reverse(offsets);
+    }
     std::vector<MIDIEvent> events;
-    for (const std::int32_t offset : offsets)
+    for (const std::int32_t offset : offsets) {
         events.push_back(eventAt(offset));
+    }
     return events;
 }
 
@@ -150,12 +158,14 @@ void Sort(benchmark::State& state) {
     const auto sorting = std::make_unique<Sorting>();
     MIDIEvent* const copies = sorting->copies.data();
     const auto timeToSort = [&](const auto& sort) {
-        for (std::size_t i = 0; i < Sorting::kCopies; ++i)
+        for (std::size_t i = 0; i < Sorting::kCopies; ++i) {
             std::copy(events.begin(), events.end(), copies + i * count);
+        }
         benchmark::ClobberMemory();
         return nanoseconds([&] {
-            for (std::size_t i = 0; i < Sorting::kCopies; ++i)
+            for (std::size_t i = 0; i < Sorting::kCopies; ++i) {
                 sort(copies + i * count);
+            }
         });
     };
     Best ours, theirs;
@@ -230,13 +240,15 @@ struct Pulling {
         storage = GetComponentInstanceStorage(instrument.unit());
         instrument.get(kPropertyEngineOpcode, engine);
         instrument.get(kPropertyEngineHandle, handle);
-        for (std::size_t i = 0; i < 2; ++i)
+        for (std::size_t i = 0; i < 2; ++i) {
             list.buffers[i] = {1, sizeof samples[i], samples[i].data()};
+        }
         time.mFlags = kAudioTimeStampSampleTimeValid;
     }
     void queue(int count) {
-        for (int i = 0; i < count; ++i)
+        for (int i = 0; i < count; ++i) {
             instrument.sendMidi(0x90, 60, 100, i * 64 / count);
+        }
     }
     void pull() {
         AudioUnitRenderActionFlags flags = 0;
@@ -309,8 +321,8 @@ std::string registryOf(int entries) {
 void Open(benchmark::State& state) {
     TestHost host;
     const std::string registry =
-        velnor::test::WriteFile(host.home.ConfigHome() + "/velnor/com.Tavo.Tarn 12.plist",
-                                registryOf(static_cast<int>(state.range(0))));
+        velnor::testing::WriteFile(host.home.ConfigHome() + "/velnor/com.Tavo.Tarn 12.plist",
+                                   registryOf(static_cast<int>(state.range(0))));
     // The engine's code stays anyway, the plug-in's only while it is held.
     void* code = dlopen(executableOf(builtBundle("Velnor.component")).c_str(), RTLD_NOW);
     {

@@ -1,5 +1,5 @@
-/* Preloaded into a program that renders with FluidSynth: ends it when its first block of sound is
- * there, and writes the processor seconds that it took to the file named by FIRST_BLOCK. */
+// Preloaded into a program that renders with FluidSynth: ends it when its first block of sound is
+// there, and writes the processor seconds that it took to the file named by FIRST_BLOCK.
 #define _GNU_SOURCE
 #include <dlfcn.h>
 #include <stdio.h>
@@ -12,8 +12,9 @@
 static void* fluid(const char* name) {
     void* library = dlopen("libfluidsynth.so.3", RTLD_LAZY | RTLD_NOLOAD);
     void* function = library ? dlsym(library, name) : NULL;
-    if (!function)
+    if (!function) {
         abort();
+    }
     return function;
 }
 
@@ -26,7 +27,7 @@ static void report(void) {
     _exit(0);
 }
 
-/* What the engine renders with. */
+// What the engine renders with.
 EXPORTED int fluid_synth_write_float(void* synth, int frames, void* left, int leftStart,
                                      int leftStep, void* right, int rightStart, int rightStep) {
     int (*render)(void*, int, void*, int, int, void*, int, int) = fluid("fluid_synth_write_float");
@@ -35,7 +36,7 @@ EXPORTED int fluid_synth_write_float(void* synth, int frames, void* left, int le
     return 0;
 }
 
-/* What fluidsynth -F renders with. */
+// What fluidsynth -F renders with.
 EXPORTED int fluid_file_renderer_process_block(void* renderer) {
     int (*render)(void*) = fluid("fluid_file_renderer_process_block");
     render(renderer);

@@ -1,18 +1,17 @@
-/* The least program that plays a song through FluidSynth alone into a WAV file: the peer of
- * `velnor-host render`.
- *
- *     fluid_minimal SONG.mid SOUNDFONT OUT.wav SECONDS   interpolation and length as the host's */
-#include "host/AudioFile.h"
-#include "host/MidiSong.h"
-#include "host/SongRenderer.h"
+// The least program that plays a song through FluidSynth alone into a WAV file: the peer of
+// `velnor-host render`.
+//
+//     fluid_minimal SONG.mid SOUNDFONT OUT.wav SECONDS   length as the host's
+#include "host/audio/AudioFile.h"
+#include "host/render/SongRenderer.h"
+#include "host/song/MidiSong.h"
 
 #include <algorithm>
 #include <array>
 #include <cstdio>
 #include <cstdlib>
-#include <vector>
-
 #include <fluidsynth.h>
+#include <vector>
 
 namespace {
 
@@ -56,16 +55,18 @@ void play(fluid_synth_t* synth, const velnor::host::MidiSong& song, std::int64_t
         std::int64_t done = 0;
         const auto renderTo = [&](std::int64_t end) {
             const int from = static_cast<int>(done);
-            if (end > done)
+            if (end > done) {
                 fluid_synth_write_float(synth, static_cast<int>(end - done), left.data(), from, 1,
                                         right.data(), from, 1);
+            }
             done = std::max(done, end);
         };
         for (; next < song.messages.size(); ++next) {
             const std::int64_t at =
                 velnor::host::frameOfTick(song.tempoMap, song.messages[next].tick, kRate);
-            if (at >= begin + count)
+            if (at >= begin + count) {
                 break;
+            }
             renderTo(at - begin);
             send(synth, song.messages[next]);
         }
@@ -77,8 +78,9 @@ void play(fluid_synth_t* synth, const velnor::host::MidiSong& song, std::int64_t
 } // namespace
 
 int main(int argc, char** argv) {
-    if (argc != 5)
+    if (argc != 5) {
         return 2;
+    }
     const velnor::host::MidiSong song = velnor::host::readMidiSong(argv[1]);
     fluid_settings_t* settings = new_fluid_settings();
     fluid_settings_setnum(settings, "synth.sample-rate", kRate);
@@ -86,7 +88,6 @@ int main(int argc, char** argv) {
     fluid_settings_setint(settings, "synth.dynamic-sample-loading", 1);
     fluid_synth_t* synth = new_fluid_synth(settings);
     fluid_synth_sfload(synth, argv[2], 1);
-    fluid_synth_set_interp_method(synth, -1, FLUID_INTERP_HIGHEST);
     velnor::host::AudioFile file(argv[3], {});
     play(synth, song, static_cast<std::int64_t>(std::atof(argv[4]) * kRate), file);
     file.finish();

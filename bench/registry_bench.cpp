@@ -2,8 +2,8 @@
 // changed, so that no cache answers, and some time ago, so that its date tells of every change.
 #include "bench/Measure.h"
 #include "bench/ReadAndParse.h"
-#include "platform/tests/TempHome.h"
 #include "support/InstallationRegistry.h"
+#include "testing/TempHome.h"
 
 #include <chrono>
 #include <thread>
@@ -27,13 +27,14 @@ std::string registryFile(int entries) {
                        "\"http://www.apple.com/DTDs/PropertyList-1.0.dtd\">\n"
                        "<plist version=\"1.0\">\n<dict>\n\t<key>Plugins</key>\n\t<dict>\n"
                        "\t\t<key>AU</key>\n\t\t<dict>\n";
-    for (int i = 0; i < entries; ++i)
+    for (int i = 0; i < entries; ++i) {
         text += "\t\t\t<key>" + slot(i) +
                 "</key>\n\t\t\t<dict>\n\t\t\t\t<key>path</key>\n\t\t\t\t<string>"
                 "/usr/lib/velnor/Components/Plug-in " +
                 std::to_string(i) +
                 ".component</string>\n\t\t\t\t<key>version</key>\n\t\t\t\t<string>1.0." +
                 std::to_string(i) + "</string>\n\t\t\t</dict>\n";
+    }
     return text + "\t\t</dict>\n\t</dict>\n</dict>\n</plist>\n";
 }
 
@@ -47,14 +48,15 @@ public:
     }
     void change() {
         ++mChanges;
-        for (const char* product : {kProduct, kOtherProduct})
-            velnor::test::WriteFile(path(product),
-                                    mContent + "<!-- " + std::to_string(mChanges) + " -->\n");
+        for (const char* product : {kProduct, kOtherProduct}) {
+            velnor::testing::WriteFile(path(product),
+                                       mContent + "<!-- " + std::to_string(mChanges) + " -->\n");
+        }
         std::this_thread::sleep_for(std::chrono::milliseconds(20));
     }
 
 private:
-    const velnor::test::TempHome mHome;
+    const velnor::testing::TempHome mHome;
     const std::string mContent;
     int mChanges = 0;
 };
@@ -72,8 +74,9 @@ void ListRegistry(benchmark::State& state) {
         velnor::listAUPathVersion(kVendor, kOtherProduct, others);
         ours.add(
             processorNanoseconds([&] { velnor::listAUPathVersion(kVendor, kProduct, entries); }));
-        if (others.size() != count || entries.size() != count || !parses)
+        if (others.size() != count || entries.size() != count || !parses) {
             state.SkipWithError("entries are missing");
+        }
     }
     report(state, ours, peer, 1);
 }

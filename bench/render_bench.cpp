@@ -4,8 +4,8 @@
 #include "bench/Measure.h"
 #include "framework/ComponentEntryPoint.h"
 #include "framework/MusicDeviceBase.h"
-#include "framework/tests/HostBuffers.h"
 #include "platform/AudioUnit.h"
+#include "testing/HostBuffers.h"
 
 #include <memory>
 #include <stdexcept>
@@ -15,6 +15,7 @@
 namespace {
 
 using namespace velnor;
+using namespace velnor::testing;
 
 constexpr UInt32 kFrames = 64;
 constexpr UInt32 kMostBuses = 16;

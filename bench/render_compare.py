@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
-"""Compares `velnor-host render` with FluidSynth on the same song, SoundFont, rate and quality.
+"""Compares `velnor-host render`, as a user types it, with FluidSynth on the same song and SoundFont.
 
-    render_compare.py HOST BUNDLES FLUID_MINIMAL FIRST_BLOCK SONG
+    render_compare.py HOST BUNDLES FLUID_MINIMAL FIRST_BLOCK
 
 Prints one JSON object: of each command, the median of five runs, all in turns, of its processor time
 (user and system) as cpu_ns, its peak memory as peak_kib and, of some, the processor time to the first
@@ -17,6 +17,17 @@ import sys
 import tempfile
 
 FONT = "/usr/share/sounds/sf2/TimGM6mb.sf2"
+EXAMPLES = pathlib.Path(__file__).resolve().parent.parent / "examples"
+PACKAGE = pathlib.Path("/usr/share/games/openttd/baseset/openmsx")
+SONGS = (
+    EXAMPLES / "bach-prelude-bwv846.mid",
+    EXAMPLES / "grieg-mountain-king.mid",
+    PACKAGE / "flying_scotsman.mid",
+    PACKAGE / "slow_neasy_redfarn.mid",
+    PACKAGE / "the_fast_route.mid",
+    PACKAGE / "tttheme2.mid",
+)
+LONG_SONG = SONGS[1]
 SECONDS = 60.0
 RUNS = 1 if "VELNOR_BENCH_QUICK" in os.environ else 5
 
@@ -38,7 +49,7 @@ def to_first_block(command, environment, library, note):
 
 
 def main():
-    host, bundles, minimal, first_block, song = sys.argv[1:6]
+    host, bundles, minimal, first_block = sys.argv[1:5]
     with tempfile.TemporaryDirectory() as work:
         root = pathlib.Path(work)
         data = root / "data"
@@ -49,22 +60,25 @@ def main():
                         "--data", str(data)], env=home, check=True, stdout=subprocess.DEVNULL)
         out = str(root / "out.wav")
         commands = {
-            "ours": [host, "render", song, "-o", out, "--to", str(SECONDS)],
-            "minimal": [minimal, song, FONT, out, str(SECONDS)],
-            "ours in real time": [host, "render", song, "-o", out, "--tail", "0", "--realtime"],
-            "fluidsynth": ["fluidsynth", "-ni", "-g", "0.2", "-r", "44100", "-F", out, FONT, song],
+            "60 s": [host, "render", str(LONG_SONG), "-o", out, "--to", str(SECONDS)],
+            "minimal": [minimal, str(LONG_SONG), FONT, out, str(SECONDS)],
+            "best": [host, "render", str(LONG_SONG), "-o", out, "--quality", "best"],
         }
+        for song in SONGS:
+            commands[f"ours {song.stem}"] = [host, "render", str(song), "-o", out]
+            commands[f"fluidsynth {song.stem}"] = ["fluidsynth", "-ni", "-F", out, FONT, str(song)]
         samples = {name: collections.defaultdict(list) for name in commands}
         for _ in range(RUNS):
             for name, command in commands.items():
                 seconds, peak = measured(command, home)
                 samples[name]["cpu_ns"].append(seconds * 1e9)
                 samples[name]["peak_kib"].append(peak)
-            for name in ("ours", "fluidsynth"):
+            for name in (f"ours {LONG_SONG.stem}", f"fluidsynth {LONG_SONG.stem}"):
                 seconds = to_first_block(commands[name], home, first_block, str(root / "seconds"))
                 samples[name]["first_block_ns"].append(seconds * 1e9)
         print(json.dumps({name: {counter: statistics.median(values) for counter, values in counters.items()}
                           for name, counters in samples.items()}, indent=1))
 
 
-main()
+if __name__ == "__main__":
+    main()

@@ -1,4 +1,4 @@
-/* One call of an engine's entry point, the operands put into their slots. */
+// One call of an engine's entry point, the operands put into their slots.
 #ifndef VELNOR_BRIDGE_ENGINECALL_H
 #define VELNOR_BRIDGE_ENGINECALL_H
 
@@ -10,18 +10,19 @@
 
 namespace velnor {
 
-/* An operand as a slot carries it. */
+// An operand as a slot carries it.
 template <typename T>
 OrmoWord engineWord(T operand) VELNOR_NONBLOCKING {
     static_assert(sizeof(T) <= sizeof(OrmoWord));
-    if constexpr (std::is_pointer_v<T>)
+    if constexpr (std::is_pointer_v<T>) {
         return reinterpret_cast<OrmoWord>(operand);
-    else
+    } else {
         return static_cast<OrmoWord>(operand);
+    }
 }
 
-/* target is 0, an engine handle or an editor handle. What thread the call is for and whether it may
- * block, the opcode says. */
+// target is 0, an engine handle or an editor handle. What thread the call is for and whether it may
+// block, the opcode says.
 template <typename Ptr1 = int, typename Ptr2 = int, typename Ptr3 = int, typename Val1 = int,
           typename Val2 = int>
 std::int32_t callEngine(OrmoOpcodeProc entry, std::uint32_t target, OrmoOpcode opcode,

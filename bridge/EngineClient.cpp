@@ -18,12 +18,14 @@ constexpr const char* kCompatVersion = "1025";
 CFRef<CFBundleRef> createBundle(const std::string& path) {
     const CFRef<CFStringRef> text(
         CFStringCreateWithCString(kCFAllocatorDefault, path.c_str(), kCFStringEncodingUTF8));
-    if (!text)
+    if (!text) {
         return {};
+    }
     const CFRef<CFURLRef> url(
         CFURLCreateWithFileSystemPath(kCFAllocatorDefault, text.Get(), kCFURLPOSIXPathStyle, true));
-    if (!url)
+    if (!url) {
         return {};
+    }
     return CFRef<CFBundleRef>(CFBundleCreate(kCFAllocatorDefault, url.Get()));
 }
 
@@ -31,8 +33,9 @@ CFRef<CFBundleRef> createBundle(const std::string& path) {
 
 EngineClient::Binding EngineClient::bind(const std::string& enginePath) {
     mEngineBundle = createBundle(enginePath);
-    if (!mEngineBundle)
+    if (!mEngineBundle) {
         return Binding::kNoBundle;
+    }
     CFRetain(mEngineBundle.Get()); // never given back: keeps the code loaded for the process's life
     CFBundleLoadExecutable(mEngineBundle.Get());
     const CFRef<CFStringRef> name(
@@ -53,8 +56,9 @@ void EngineClient::handshake(const std::string& dataDir) {
     callEngine(mOpcodeProc, 0, kOpGetVersion, buffer);
     const std::string version(buffer, strnlen(buffer, sizeof buffer));
     LogLine(LogSeverity::kInformation, "fetched OrmoVersion:" + version);
-    if (version != kCompatVersion)
+    if (version != kCompatVersion) {
         return;
+    }
     LogLine(LogSeverity::kInformation, "Turned on Ormo 1.025 compatibility slots");
     mCompatSlots = true;
 }
@@ -68,39 +72,45 @@ void EngineClient::open(std::uint32_t channelCount) {
 }
 
 void EngineClient::setRateAndBlockSize(double rate, std::uint32_t maxFrames) {
-    if (isConnected())
+    if (isConnected()) {
         callEngine(mOpcodeProc, mEngineHandle, kOpSetRateAndBlockSize, 0, 0, 0,
                    truncateToInt32(rate), maxFrames);
+    }
 }
 
 void EngineClient::suspend() {
-    if (isConnected())
+    if (isConnected()) {
         callEngine(mOpcodeProc, mEngineHandle, kOpSuspend);
+    }
 }
 
 void EngineClient::resume(bool offline) {
-    if (isConnected())
+    if (isConnected()) {
         callEngine(mOpcodeProc, mEngineHandle, kOpResume, 0, 0, 0, offline ? 1 : 0);
+    }
 }
 
 bool EngineClient::getChunk(const void*& bytes, std::size_t& size) {
-    if (!isConnected())
+    if (!isConnected()) {
         return false;
+    }
     const void* chunk = nullptr;
     std::int32_t chunkSize = 0;
     const std::int32_t result =
         callEngine(mOpcodeProc, mEngineHandle, kOpGetChunk, &chunk, &chunkSize);
-    if (result != 0 || chunkSize < 1 || chunk == nullptr)
+    if (result != 0 || chunkSize < 1 || chunk == nullptr) {
         return false;
+    }
     bytes = chunk;
     size = static_cast<std::size_t>(chunkSize);
     return true;
 }
 
 void EngineClient::setChunk(const void* bytes, std::size_t size) {
-    if (isConnected() && size <= std::numeric_limits<std::int32_t>::max())
+    if (isConnected() && size <= std::numeric_limits<std::int32_t>::max()) {
         callEngine(mOpcodeProc, mEngineHandle, kOpSetChunk, bytes, 0, 0,
                    static_cast<std::int32_t>(size));
+    }
 }
 
 std::int32_t EngineClient::vendorProperty(std::uint32_t id, void* value) {
@@ -115,9 +125,10 @@ void EngineClient::process(const MIDIEventBlock& events, float* const* channels,
 
 void EngineClient::close() {
     mEngineBundle.Reset();
-    if (isConnected())
+    if (isConnected()) {
         callEngine(std::exchange(mOpcodeProc, nullptr), std::exchange(mEngineHandle, 0),
                    kOpCloseInstance);
+    }
 }
 
 } // namespace velnor

@@ -6,12 +6,13 @@ namespace velnor {
 
 namespace {
 
-/* One of the host's callbacks; a missing one counts as failed. */
+// One of the host's callbacks; a missing one counts as failed.
 template <typename Proc, typename... Args>
 bool ask(Proc proc, void* context, Args... args) VELNOR_NONBLOCKING {
     OSStatus status = noErr;
-    if (proc == nullptr)
+    if (proc == nullptr) {
         return false;
+    }
     VELNOR_RT_ESCAPE("the host's callback, made by the host for its render thread",
                      status = proc(context, args...));
     return status == noErr;
@@ -20,8 +21,9 @@ bool ask(Proc proc, void* context, Args... args) VELNOR_NONBLOCKING {
 void readBeatAndTempo(const HostCallbackInfo& host, SyncInfo& sync) VELNOR_NONBLOCKING {
     Float64 beat = 0.0;
     Float64 tempo = 120.0;
-    if (!ask(host.beatAndTempoProc, host.hostUserData, &beat, &tempo))
+    if (!ask(host.beatAndTempoProc, host.hostUserData, &beat, &tempo)) {
         return;
+    }
     sync.bpm = tempo;
     sync.ppq = beat;
 }
@@ -49,8 +51,9 @@ void readTransportState(const HostCallbackInfo& host, SyncInfo& sync) VELNOR_NON
     Float64 cycleStart = 0.0;
     Float64 cycleEnd = 0.0;
     if (!ask(host.transportStateProc, host.hostUserData, &playing, &changed, &samplePos, &cycling,
-             &cycleStart, &cycleEnd))
+             &cycleStart, &cycleEnd)) {
         return;
+    }
     sync.samplePos = samplePos;
     sync.playing = playing != 0;
     sync.looping = cycling != 0;

@@ -1,4 +1,4 @@
-/* The queue between the host's MIDI calls and the render: one producer, one consumer, no lock. */
+// The queue between the host's MIDI calls and the render: one producer, one consumer, no lock.
 #ifndef VELNOR_BRIDGE_MIDIRING_H
 #define VELNOR_BRIDGE_MIDIRING_H
 
@@ -14,19 +14,20 @@ namespace velnor {
 class MidiRing {
 public:
     static constexpr std::int32_t kSlots = 1024;
-    /* One slot stays free, so that a full ring differs from an empty one. */
+    // One slot stays free, so that a full ring differs from an empty one.
     static constexpr std::int32_t kCapacity = kSlots - 1;
 
-    /* Producer: queues one message for this frame of the next block. False: the ring is full and
-     * the message is lost. Concurrent with take; nonblocking. */
+    // Producer: queues one message for this frame of the next block. False: the ring is full and
+    // the message is lost. Concurrent with take; nonblocking.
     bool push(std::uint8_t status, std::uint8_t data1, std::uint8_t data2,
               std::int32_t offset) VELNOR_NONBLOCKING {
         const std::int32_t write = mRingWrite.load(std::memory_order_relaxed);
         const std::int32_t next = (write + 1) % kSlots;
         if (next == mReadSeen) {
             mReadSeen = mRingRead.load(std::memory_order_acquire);
-            if (next == mReadSeen)
+            if (next == mReadSeen) {
                 return false;
+            }
         }
         MIDIEvent& slot = mSlots[static_cast<std::size_t>(write)];
         slot.offset = offset;
@@ -39,9 +40,9 @@ public:
         return true;
     }
 
-    /* Consumer: hands each message that was queued before the call to accept(const MIDIEvent&), in
-     * order of arrival, and frees its slot after that. Concurrent with push; nonblocking as accept
-     * is. */
+    // Consumer: hands each message that was queued before the call to accept(const MIDIEvent&), in
+    // order of arrival, and frees its slot after that. Concurrent with push; nonblocking as accept
+    // is.
     template <typename Accept>
     void take(Accept&& accept) VELNOR_NONBLOCKING {
         std::int32_t read = mRingRead.load(std::memory_order_relaxed);
@@ -50,15 +51,16 @@ public:
             accept(mSlots[static_cast<std::size_t>(read)]);
             // A reset meanwhile: both are 0, and what it discarded stays discarded.
             if (mRingRead.load(std::memory_order_relaxed) != read ||
-                (read == 0 && mRingWrite.load(std::memory_order_relaxed) == 0))
+                (read == 0 && mRingWrite.load(std::memory_order_relaxed) == 0)) {
                 return;
+            }
             read = (read + 1) % kSlots;
             mRingRead.store(read, std::memory_order_release);
         }
     }
 
-    /* Discards every queued message. From any thread, not ordered against push and take: one that
-     * overlaps may bring discarded messages back or lose new ones. Nonblocking. */
+    // Discards every queued message. From any thread, not ordered against push and take: one that
+    // overlaps may bring discarded messages back or lose new ones. Nonblocking.
     void reset() VELNOR_NONBLOCKING {
         mRingRead.store(0, std::memory_order_release);
         mRingWrite.store(0, std::memory_order_release);
@@ -68,11 +70,11 @@ private:
     static constexpr std::size_t kCacheLine = 64;
     static_assert(std::atomic<std::int32_t>::is_always_lock_free);
 
-    /* Each side's index on a cache line of its own. */
+    // Each side's index on a cache line of its own.
     alignas(kCacheLine) std::atomic<std::int32_t> mRingRead{0};
     alignas(kCacheLine) std::atomic<std::int32_t> mRingWrite{0};
-    /* The producer's last look at mRingRead. However old, it lies on the way from the slot to fill
-     * to the slot to read next, so the producer looks again before it could overtake. */
+    // The producer's last look at mRingRead. However old, it lies on the way from the slot to fill
+    // to the slot to read next, so the producer looks again before it could overtake.
     std::int32_t mReadSeen = 0;
     alignas(kCacheLine) std::array<MIDIEvent, kSlots> mSlots{};
 };

@@ -1,22 +1,20 @@
 #ifndef VELNOR_BRIDGE_ORMOENGINE_H
 #define VELNOR_BRIDGE_ORMOENGINE_H
 
-/*
- * The engine contract: everything that an engine maker needs to write a sound engine for the
- * plug-in. Plain C99, for C and C++, and complete in itself.
- *
- * An engine is a bundle (`Name.engine/Contents/Info.plist`,
- * `Contents/<platform>/<executable>`) whose executable exports one function with C linkage and the
- * platform's standard calling convention:
- *
- *     int32_t ormoOpcode(OrmoWord target, OrmoWord opcode,
- *                        OrmoWord ptr1, OrmoWord ptr2, OrmoWord ptr3,
- *                        OrmoWord val1, OrmoWord val2, OrmoWord val3, OrmoWord val4);
- *
- * All records are little-endian. All texts are NUL-terminated. The plug-in takes no lock around
- * any call and does not serialise kOpProcess, which comes on the host's render thread, against the
- * calls that come on the host's main thread.
- */
+// The engine contract: everything that an engine maker needs to write a sound engine for the
+// plug-in. Plain C99, for C and C++, and complete in itself.
+//
+// An engine is a bundle (`Name.engine/Contents/Info.plist`,
+// `Contents/<platform>/<executable>`) whose executable exports one function with C linkage and the
+// platform's standard calling convention:
+//
+//     int32_t ormoOpcode(OrmoWord target, OrmoWord opcode,
+//                        OrmoWord ptr1, OrmoWord ptr2, OrmoWord ptr3,
+//                        OrmoWord val1, OrmoWord val2, OrmoWord val3, OrmoWord val4);
+//
+// All records are little-endian. All texts are NUL-terminated. The plug-in takes no lock around
+// any call and does not serialise kOpProcess, which comes on the host's render thread, against the
+// calls that come on the host's main thread.
 
 #include <stddef.h>
 #include <stdint.h>
@@ -36,117 +34,115 @@
 extern "C" {
 #endif
 
-/*
- * One argument slot: as wide as a pointer, so 32 bits in a 32-bit process and 64 bits in a 64-bit
- * one. Addresses are passed whole. 32-bit operands (handles, opcode numbers, property ids, counts)
- * are passed in the low 32 bits: unsigned ones zero-extended, signed ones sign-extended. An engine
- * reads a handle as `(uint32_t)target` and an address as `(void*)ptr1`.
- */
+// One argument slot: as wide as a pointer, so 32 bits in a 32-bit process and 64 bits in a 64-bit
+// one. Addresses are passed whole. 32-bit operands (handles, opcode numbers, property ids, counts)
+// are passed in the low 32 bits: unsigned ones zero-extended, signed ones sign-extended. An engine
+// reads a handle as `(uint32_t)target` and an address as `(void*)ptr1`.
 typedef intptr_t OrmoWord;
 
-/* The engine's entry point. Slots that an opcode does not use are 0; val3 and val4 always are. */
+// The engine's entry point. Slots that an opcode does not use are 0; val3 and val4 always are.
 typedef int32_t (*OrmoOpcodeProc)(OrmoWord target, OrmoWord opcode, OrmoWord ptr1, OrmoWord ptr2,
                                   OrmoWord ptr3, OrmoWord val1, OrmoWord val2, OrmoWord val3,
                                   OrmoWord val4);
 
-/* The name under which an engine's executable exports its entry point. */
+// The name under which an engine's executable exports its entry point.
 #define ORMO_ENTRY_NAME "ormoOpcode"
 
-/* The setup file's place in the data directory. */
+// The setup file's place in the data directory.
 #define ORMO_SETUP_FILE "/OrmoSetup.xml"
 
-/*
- * Opaque handles, chosen by the engine; 0 means none. An engine handle stands for one instrument
- * instance, an editor handle for one editor view.
- */
+// Opaque handles, chosen by the engine; 0 means none. An engine handle stands for one instrument
+// instance, an editor handle for one editor view.
 typedef uint32_t OrmoEngineHandle;
 typedef uint32_t OrmoEditorHandle;
 
-/*
- * The operations. "engine" and "editor" in target position are the handles; `main` is the thread
- * on which the host does set-up, properties and state, `render` its audio thread.
- */
+// The operations. "engine" and "editor" in target position are the handles; `main` is the thread
+// on which the host does set-up, properties and state, `render` its audio thread.
 enum OrmoOpcode {
-    /* target 0; ptr1: 32-byte version text buffer (out). main. Once, right after loading. */
+    // target 0; ptr1: 32-byte version text buffer (out). main. Once, right after loading.
     kOpGetVersion = 8,
-    /* target 0; ptr1: EngineOpenBlock (in); ptr2: engine handle slot, u32, holding 0 (out): left 0
-       when the engine cannot open, and then asked again at the next initialisation. main. */
+    // target 0; ptr1: EngineOpenBlock (in); ptr2: engine handle slot, u32, holding 0 (out): left 0
+    // when the engine cannot open, and then asked again at the next initialisation. main.
     kOpOpenInstance = 9,
-    /* target engine. The last call for this handle. main. */
+    // target engine. The last call for this handle. main.
     kOpCloseInstance = 10,
-    /* target engine; val1: sample rate in Hz, fraction cut off; val2: most frames that one
-       kOpProcess will ask for. main. The instance is new or suspended, unless the host reset
-       it, set offline rendering or changed the rate while it was not initialised. */
+    // target engine; val1: sample rate in Hz, fraction cut off; val2: most frames that one
+    // kOpProcess will ask for. main. The instance is new or suspended, unless the host reset
+    // it, set offline rendering or changed the rate while it was not initialised.
     kOpSetRateAndBlockSize = 11,
-    /* target engine: rendering stops. main. */
+    // target engine: rendering stops. main.
     kOpSuspend = 12,
-    /* target engine; val1: 1 when the host renders offline, else 0: rendering (re)starts. main. */
+    // target engine; val1: 1 when the host renders offline, else 0: rendering (re)starts. main.
     kOpResume = 13,
-    /* target engine; ptr1: MIDIEventBlock (in); ptr2: channel pointer array: one `float*` for each
-       of the open block's channelCount channels, each with room for val1 samples, all of which the
-       engine writes; ptr3: OrmoSyncInfo (in); val1: frames. render: must not block. The three
-       addresses are good for this call only. */
+    // target engine; ptr1: MIDIEventBlock (in); ptr2: channel pointer array: one `float*` for each
+    // of the open block's channelCount channels, each with room for val1 samples, all of which the
+    // engine writes; ptr3: OrmoSyncInfo (in); val1: frames. render: must not block. The three
+    // addresses are good for this call only.
     kOpProcess = 15,
-    /* target engine; ptr1: slot for the chunk's address (out, pointer width); ptr2: slot for its
-       size in bytes, i32 (out). Result 0: delivered. The engine owns the memory; it is copied
-       before any other call. A size below 1 means no chunk. main. */
+    // target engine; ptr1: slot for the chunk's address (out, pointer width); ptr2: slot for its
+    // size in bytes, i32 (out). Result 0: delivered. The engine owns the memory; it is copied
+    // before any other call. A size below 1 means no chunk. main.
     kOpGetChunk = 18,
-    /* target engine; ptr1: chunk bytes (in, gone after the call); val1: size in bytes. main. */
+    // target engine; ptr1: chunk bytes (in, gone after the call); val1: size in bytes. main.
     kOpSetChunk = 19,
-    /* target engine; ptr1: editor handle. After kOpEditorOpen succeeded. main. */
+    // target engine; ptr1: editor handle. After kOpEditorOpen succeeded. main.
     kOpAttachEditor = 21,
-    /* target engine; ptr1: editor handle. Before kOpEditorDestroy. main. */
+    // target engine; ptr1: editor handle. Before kOpEditorDestroy. main.
     kOpDetachEditor = 22,
-    /* target 0; ptr1: setup-file path text; ptr2: editor handle slot, u32, holding 0 (out);
-       ptr3: engine handle. main. */
+    // target 0; ptr1: setup-file path text; ptr2: editor handle slot, u32, holding 0 (out);
+    // ptr3: engine handle. main.
     kOpEditorCreate = 23,
-    /* target editor. The last call for this handle. main. */
+    // target editor. The last call for this handle. main.
     kOpEditorDestroy = 24,
-    /* target editor; ptr1: the host's window (WindowRef); val1: 1. Result 0: opened. main. */
+    // target editor; ptr1: the host's window (WindowRef); val1: 1. Result 0: opened. main.
     kOpEditorOpen = 25,
-    /* target editor. Fifteen times a second from the main event loop. */
+    // target editor. Fifteen times a second from the main event loop.
     kOpEditorIdle = 26,
-    /* target editor; ptr1: slot for the editor's root control (ControlRef, out, pointer width),
-       holding 0; left 0 when there is none. main. */
+    // target editor; ptr1: slot for the editor's root control (ControlRef, out, pointer width),
+    // holding 0; left 0 when there is none. main.
     kOpEditorGetView = 28,
-    /* target engine; ptr1: 4-byte property value, in for a set, out for a get (which of the two is
-       the engine's convention per id); val1: property id, at least kVendorPropertyFirst.
-       Result 0: success. main. */
+    // target engine; ptr1: 4-byte property value, in for a set, out for a get (which of the two is
+    // the engine's convention per id); val1: property id, at least kVendorPropertyFirst.
+    // Result 0: success. main.
     kOpVendorProperty = 30
 };
 
 enum OrmoLimits {
-    kOrmoVersionTextSize = 32,  /* bytes behind kOpGetVersion's ptr1 */
-    kOrmoDataDirSize = 512,     /* bytes of the buffer behind EngineOpenBlock.dataDir */
-    kOrmoSetupPathSize = 1024,  /* bytes of the setup-file path text's buffer */
-    kOrmoMaxBlockEvents = 1024, /* slots in a MIDIEventBlock */
-    kOrmoMaxChannels = 32       /* entries in the channel pointer array */
+    kOrmoVersionTextSize = 32,  // bytes behind kOpGetVersion's ptr1
+    kOrmoDataDirSize = 512,     // bytes of the buffer behind EngineOpenBlock.dataDir
+    kOrmoSetupPathSize = 1024,  // bytes of the setup-file path text's buffer
+    kOrmoMaxBlockEvents = 1024, // slots in a MIDIEventBlock
+    kOrmoMaxChannels = 32       // entries in the channel pointer array
 };
 
-/*
- * Properties of the instrument, global scope, element 0, through which its view (or any other
- * component in the process) reaches the engine. All three are read-only.
- */
+// Properties of the instrument, global scope, element 0, through which its view (or any other
+// component in the process) reaches the engine. All three are read-only.
 enum OrmoProperty {
-    kPropertyEngineOpcode = 64000, /* OrmoOpcodeProc, pointer width; null without an engine */
-    kPropertySetupPath = 64001,    /* 1,024 bytes: text, data directory + ORMO_SETUP_FILE */
-    kPropertyEngineHandle = 64002, /* u32; 0 before the engine instance is open */
-    kVendorPropertyFirst = 0x10000 /* this and every id above it are the engine's own, 4 bytes */
+    kPropertyEngineOpcode = 64000, // OrmoOpcodeProc, pointer width; null without an engine
+    kPropertySetupPath = 64001,    // 1,024 bytes: text, data directory + ORMO_SETUP_FILE
+    kPropertyEngineHandle = 64002, // u32; 0 before the engine instance is open
+    kVendorPropertyFirst = 0x10000 // this and every id above it are the engine's own, 4 bytes
 };
 
-/*
- * EngineOpenBlock: kOpOpenInstance, ptr1. The block and the text stay where they are, unchanged,
- * until the engine instance is closed.
- *
- *   offset        size
- *   32-bit 64-bit
- *        0      0    4   reserved       always 0
- *        4      4    4   channelCount   channels of every kOpProcess, always even
- *        8      8    4   compatSlots    1: status bytes come without channel numbers; else 0
- *        -     12    4   (gap, 0)
- *       12     16  4/8   dataDir        address of the data directory's path
- *       16     24        end
- */
+// Ids of vendor properties that mean the same to every engine which has them; an engine that has
+// not refuses them, as any other id that it does not know.
+enum OrmoSharedProperty {
+    // Set only, i32: 0 the usual quality, 1 the best that the engine can render, whatever time it
+    // takes. Part of no chunk: a host that wants it sets it after each initialisation.
+    kVendorPropertyQuality = 0x71756C74
+};
+
+// EngineOpenBlock: kOpOpenInstance, ptr1. The block and the text stay where they are, unchanged,
+// until the engine instance is closed.
+//
+//   offset        size
+//   32-bit 64-bit
+//        0      0    4   reserved       always 0
+//        4      4    4   channelCount   channels of every kOpProcess, always even
+//        8      8    4   compatSlots    1: status bytes come without channel numbers; else 0
+//        -     12    4   (gap, 0)
+//       12     16  4/8   dataDir        address of the data directory's path
+//       16     24        end
 typedef struct EngineOpenBlock {
     uint32_t reserved;
     uint32_t channelCount;
@@ -161,19 +157,17 @@ ORMO_ASSERT(offsetof(EngineOpenBlock, dataDir) == (sizeof(void*) == 4 ? 12 : 16)
             OrmoOpenBlockDataDir);
 ORMO_ASSERT(sizeof(EngineOpenBlock) == (sizeof(void*) == 4 ? 16 : 24), OrmoOpenBlockSize);
 
-/*
- * MIDIEvent: one MIDI message, 32 bytes.
- *
- *    0  u8   data[0]      status byte; without the channel when compatSlots is 1
- *    1  u8   data[1]      first data byte
- *    2  u8   data[2]      second data byte
- *    3  u8   data[3]      0
- *    4  i32  offset       frame in this block at which the message takes effect; may be negative
- *    8  u32  reserved0    0
- *   12  u32  reserved1    0
- *   16  u32  reserved2    0
- *   20  u8   unused[12]   never written by the plug-in
- */
+// MIDIEvent: one MIDI message, 32 bytes.
+//
+//    0  u8   data[0]      status byte; without the channel when compatSlots is 1
+//    1  u8   data[1]      first data byte
+//    2  u8   data[2]      second data byte
+//    3  u8   data[3]      0
+//    4  i32  offset       frame in this block at which the message takes effect; may be negative
+//    8  u32  reserved0    0
+//   12  u32  reserved1    0
+//   16  u32  reserved2    0
+//   20  u8   unused[12]   never written by the plug-in
 typedef struct MIDIEvent {
     uint8_t data[4];
     int32_t offset;
@@ -191,13 +185,11 @@ ORMO_ASSERT(offsetof(MIDIEvent, reserved2) == 16, OrmoEventReserved2);
 ORMO_ASSERT(offsetof(MIDIEvent, unused) == 20, OrmoEventUnused);
 ORMO_ASSERT(sizeof(MIDIEvent) == 32, OrmoEventSize);
 
-/*
- * MIDIEventBlock: kOpProcess, ptr1. 32,772 bytes.
- *
- *    0  u32              count    events in this block, 0 to 1,024
- *    4  MIDIEvent[1024]  events   the first count slots are meaningful, ascending by offset; equal
- *                                 offsets in the order in which they were received
- */
+// MIDIEventBlock: kOpProcess, ptr1. 32,772 bytes.
+//
+//    0  u32              count    events in this block, 0 to 1,024
+//    4  MIDIEvent[1024]  events   the first count slots are meaningful, ascending by offset; equal
+//                                 offsets in the order in which they were received
 typedef struct MIDIEventBlock {
     uint32_t count;
     MIDIEvent events[kOrmoMaxBlockEvents];
@@ -207,36 +199,34 @@ ORMO_ASSERT(offsetof(MIDIEventBlock, count) == 0, OrmoBlockCount);
 ORMO_ASSERT(offsetof(MIDIEventBlock, events) == 4, OrmoBlockEvents);
 ORMO_ASSERT(sizeof(MIDIEventBlock) == 32772, OrmoBlockSize);
 
-/*
- * OrmoSyncInfo: kOpProcess, ptr3. The host's transport at the start of the block, 128 bytes. A
- * beat is a quarter note. When the host's values contradict each other, playing is 0 and
- * samplesToBar, blockBeats, crossesBar and crossesLoopEnd are those of the last good block.
- *
- *    0  f64     samplePos           position in the host's timeline, samples
- *    8  f64     sampleRate          Hz
- *   16  f64     reserved0           0
- *   24  f64     ppq                 position at the start of the block, beats
- *   32  f64     bpm                 tempo, beats per minute
- *   40  f64     barStart            start of the current bar, beats
- *   48  f64     loopStart           beats
- *   56  f64     loopEnd             beats
- *   64  i32     timeSigNumerator
- *   68  i32     timeSigDenominator
- *   72  u32[3]  reserved1           0
- *   84  u8      playing             1 while the transport runs
- *   85  u8      reserved2           0
- *   86  u8      looping             1 while the host cycles
- *   87  u8      transportChanged    1 when the host reports a change of the transport's state
- *   88  u8      crossesBar          1: the block starts on a bar line or runs past the bar's end
- *   89  u8      crossesLoopEnd      1: looping, and the block starts at the loop's start or runs
- *                                   past its end
- *   90  i16     sampleLength        low 16 bits of the frame count, signed
- *   92  i32     samplesToBar        from the block's start to the next bar line
- *   96  f64     beatsPerBar         numerator x 4 / denominator
- *  104  f64     blockBeats          length of the block, beats
- *  112  f64     lastLoggedPpq       not for the engine
- *  120  f64     reserved3           0
- */
+// OrmoSyncInfo: kOpProcess, ptr3. The host's transport at the start of the block, 128 bytes. A
+// beat is a quarter note. When the host's values contradict each other, playing is 0 and
+// samplesToBar, blockBeats, crossesBar and crossesLoopEnd are those of the last good block.
+//
+//    0  f64     samplePos           position in the host's timeline, samples
+//    8  f64     sampleRate          Hz
+//   16  f64     reserved0           0
+//   24  f64     ppq                 position at the start of the block, beats
+//   32  f64     bpm                 tempo, beats per minute
+//   40  f64     barStart            start of the current bar, beats
+//   48  f64     loopStart           beats
+//   56  f64     loopEnd             beats
+//   64  i32     timeSigNumerator
+//   68  i32     timeSigDenominator
+//   72  u32[3]  reserved1           0
+//   84  u8      playing             1 while the transport runs
+//   85  u8      reserved2           0
+//   86  u8      looping             1 while the host cycles
+//   87  u8      transportChanged    1 when the host reports a change of the transport's state
+//   88  u8      crossesBar          1: the block starts on a bar line or runs past the bar's end
+//   89  u8      crossesLoopEnd      1: looping, and the block starts at the loop's start or runs
+//                                   past its end
+//   90  i16     sampleLength        low 16 bits of the frame count, signed
+//   92  i32     samplesToBar        from the block's start to the next bar line
+//   96  f64     beatsPerBar         numerator x 4 / denominator
+//  104  f64     blockBeats          length of the block, beats
+//  112  f64     lastLoggedPpq       not for the engine
+//  120  f64     reserved3           0
 typedef struct OrmoSyncInfo {
     double samplePos;
     double sampleRate;
@@ -289,7 +279,7 @@ ORMO_ASSERT(offsetof(OrmoSyncInfo, reserved3) == 120, OrmoSyncReserved3);
 ORMO_ASSERT(sizeof(OrmoSyncInfo) == 128, OrmoSyncSize);
 
 #ifdef __cplusplus
-} /* extern "C" */
+} // extern "C"
 #endif
 
-#endif /* VELNOR_BRIDGE_ORMOENGINE_H */
+#endif

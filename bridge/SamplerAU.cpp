@@ -25,7 +25,7 @@ namespace {
 constexpr ComponentResult kVersion = 0x00010003;
 constexpr OSType kViewManufacturer = VELNOR_FOUR_CHAR_CODE('Z', 'e', 'K', 'K');
 
-/* The bytes of the record's subtype, as it ships, in memory order. */
+// The bytes of the record's subtype, as it ships, in memory order.
 constexpr OSType kViewSubType = [] {
     const ProductRecord shipped;
     return VELNOR_FOUR_CHAR_CODE(shipped.subtype[3], shipped.subtype[2], shipped.subtype[1],
@@ -37,7 +37,6 @@ constexpr OSType kViewSubType = [] {
 SamplerAU::SamplerAU(ComponentInstance inInstance)
     : MusicDeviceBase(inInstance, 0, 1), mRecord(builtFile(conf)) {
     buildChannelInfos();
-    mPendingEvents.reserve(MidiRing::kSlots);
 }
 
 SamplerAU::~SamplerAU() {

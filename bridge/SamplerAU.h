@@ -1,49 +1,44 @@
-/* The instrument: an audio unit that forwards everything to a sound engine. */
+// The instrument: an audio unit that forwards everything to a sound engine.
 #ifndef VELNOR_BRIDGE_SAMPLERAU_H
 #define VELNOR_BRIDGE_SAMPLERAU_H
 
 #include "bridge/EngineClient.h"
-#include "bridge/EventSorter.h"
-#include "bridge/MidiRing.h"
 #include "bridge/ProductRecord.h"
-#include "bridge/SyncInfo.h"
+#include "bridge/RenderData.h"
 #include "framework/MusicDeviceBase.h"
-#include "support/Allocator.h"
 
-#include <array>
-#include <memory>
 #include <string>
 #include <vector>
 
-/* The folder VENDOR/PRODUCT in the user's application-support folder, both made where they are
- * missing; empty when there is no such place. Thread main, may block. */
+// The folder VENDOR/PRODUCT in the user's application-support folder, both made where they are
+// missing; empty when there is no such place. Thread main, may block.
 std::string setUserPath();
 
 namespace velnor {
 
-/* Instruments that have come up and are not yet destroyed. The one that makes it 1 opens the
- * process's log, the one that makes it 0 closes it. Thread main. */
+// Instruments that have come up and are not yet destroyed. The one that makes it 1 opens the
+// process's log, the one that makes it 0 closes it. Thread main.
 extern int g_instances;
 
-/* Operations without a comment are the framework's, with its threads and real-time classes. */
+// Operations without a comment are the framework's, with its threads and real-time classes.
 class SamplerAU : public MusicDeviceBase {
 public:
-    /* Reads no file or preference and leaves the engine alone. */
+    // Reads no file or preference and leaves the engine alone.
     explicit SamplerAU(ComponentInstance inInstance);
     ~SamplerAU() override;
 
     ComponentResult Version() override;
-    /* Finds and binds the engine. A failure on the way is told to the user and to the log and
-     * leaves an instrument that renders silence. */
+    // Finds and binds the engine. A failure on the way is told to the user and to the log and
+    // leaves an instrument that renders silence.
     void PostConstructor() override;
 
-    /* kAudioUnitErr_FormatNotSupported: not a configuration of SupportedNumChannels. */
+    // kAudioUnitErr_FormatNotSupported: not a configuration of SupportedNumChannels.
     OSStatus Initialize() override;
     void Cleanup() override;
     OSStatus Reset(AudioUnitScope inScope, AudioUnitElement inElement) override;
 
-    /* From kVendorPropertyFirst on, global scope: the engine's own properties.
-     * kAudioUnitErr_Uninitialized: no engine; kAudioUnitErr_InvalidPropertyValue: it refused. */
+    // From kVendorPropertyFirst on, global scope: the engine's own properties.
+    // kAudioUnitErr_Uninitialized: no engine; kAudioUnitErr_InvalidPropertyValue: it refused.
     OSStatus GetPropertyInfo(AudioUnitPropertyID inID, AudioUnitScope inScope,
                              AudioUnitElement inElement, UInt32& outDataSize,
                              Boolean& outWritable) override;
@@ -59,7 +54,7 @@ public:
     bool BusCountWritable(AudioUnitScope inScope) override;
     OSStatus GetParameterInfo(AudioUnitScope inScope, AudioUnitParameterID inID,
                               AudioUnitParameterInfo& outInfo) override;
-    /* The framework's dictionary, with the engine's chunk as data under "OrmoData". */
+    // The framework's dictionary, with the engine's chunk as data under "OrmoData".
     OSStatus SaveState(CFPropertyListRef* outState) override;
     OSStatus RestoreState(CFPropertyListRef inState) override;
     OSStatus GetParameterValueStrings(AudioUnitScope inScope, AudioUnitParameterID inID,
@@ -78,7 +73,7 @@ public:
     UInt32 GetChannelLayoutTags(AudioUnitScope inScope, AudioUnitElement inElement,
                                 AudioChannelLayoutTag* outTags) override;
 
-    /* Notes reach the engine as MIDI only: these do nothing. */
+    // Notes reach the engine as MIDI only: these do nothing.
     OSStatus PrepareInstrument(MusicDeviceInstrumentID inInstrument) override;
     OSStatus ReleaseInstrument(MusicDeviceInstrumentID inInstrument) override;
     OSStatus StartNote(MusicDeviceInstrumentID inInstrument, MusicDeviceGroupID inGroup,
@@ -86,16 +81,12 @@ public:
                        const MusicDeviceNoteParams& inParams) VELNOR_NONBLOCKING override;
     OSStatus StopNote(MusicDeviceGroupID inGroup, NoteInstanceID inNoteInstance,
                       UInt32 inOffsetSampleFrame) VELNOR_NONBLOCKING override;
-    /* Queues the message for the next render, initialized or not. Always 0: a message that finds
-     * the queue full is lost, with a line in the log. */
+    // Queues the message for the next render, initialized or not. Always 0: a message that finds
+    // the queue full is lost, with a line in the log.
     OSStatus HandleMidiEvent(UInt8 inStatus, UInt8 inChannel, UInt8 inData1, UInt8 inData2,
                              long inStartFrame) VELNOR_NONBLOCKING override;
 
 private:
-    struct FreeBuffer {
-        void operator()(float* buffer) const { THEFREE(buffer, nullptr); }
-    };
-
     void buildChannelInfos();
     void openLog();
     std::string preferencesDomain() const;
@@ -106,18 +97,16 @@ private:
 
     bool acceptsOutputs(SInt32 numOutputs) const;
     void openEngine();
-    void allocateExtraBuffer();
 
     AudioBufferList& outputBuffers(UInt32 bus, UInt32 frames) VELNOR_NONBLOCKING;
     void gatherChannels(UInt32 frames) VELNOR_NONBLOCKING;
-    void collectEvents() VELNOR_NONBLOCKING;
     void silenceOutputs(UInt32 frames) VELNOR_NONBLOCKING;
 
     OSStatus vendorProperty(AudioUnitPropertyID id, void* value);
     void setOfflineRender(bool offline);
 
     const ProductRecord& mRecord;
-    bool mCounted = false; /* in g_instances */
+    bool mCounted = false; // in g_instances
 
     std::string mEnginePath;
     std::string mHostAppPath;
@@ -125,19 +114,11 @@ private:
     std::string mUserPath;
 
     std::vector<AUChannelInfo> mChannelInfos;
-    Float64 mSampleRate = 0;
     SInt32 mNumOutputs = 0;
-    std::unique_ptr<float, FreeBuffer> mExtraBuffer; /* silent scratch, a slice's frames */
-    bool mUseExtraBuffer = false;
     bool mOfflineRender = false;
 
     EngineClient mEngine;
-    SyncInfo mSyncInfo;
-    std::array<float*, kOrmoMaxChannels> mChannelBuffers{};
-    std::vector<::MIDIEvent> mPendingEvents; /* taken from the ring, not yet in the block */
-    MIDIEventBlock mEventBlock = {};
-    EventSorter mSorter;
-    MidiRing mMidiRing;
+    RenderData mRenderData;
 };
 
 } // namespace velnor

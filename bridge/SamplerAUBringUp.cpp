@@ -1,5 +1,4 @@
 #include "bridge/SamplerAU.h"
-
 #include "platform/Alerts.h"
 #include "platform/CFString.h"
 #include "support/ConfigStore.h"
@@ -25,12 +24,13 @@ constexpr const char* kNoEngine = "Cannot find engine installation, please re-in
 constexpr const char* kNoEngineFile = "Cannot find engine file, please re-install";
 constexpr const char* kNoEntryPoint = "Cannot connect to engine, please re-install";
 
-/* The empty text when the text is not ASCII. */
+// The empty text when the text is not ASCII.
 CFRef<CFStringRef> asciiString(const std::string& text) {
     CFRef<CFStringRef> string(
         CFStringCreateWithCString(kCFAllocatorDefault, text.c_str(), kCFStringEncodingASCII));
-    if (!string)
+    if (!string) {
         string.Reset(CFStringCreateWithCString(kCFAllocatorDefault, "", kCFStringEncodingASCII));
+    }
     return string;
 }
 
@@ -41,11 +41,13 @@ void SamplerAU::PostConstructor() {
     mUserPath = setUserPath();
     mHostAppPath = PGetCurrentApplicationPath(nullptr);
     mCounted = true;
-    if (++g_instances == 1 && !mHostAppPath.empty())
+    if (++g_instances == 1 && !mHostAppPath.empty()) {
         openLog();
+    }
     registerOrmoPlugin(recordText(mRecord.vendor), recordText(mRecord.product), kPluginType);
-    if (readDataDir() && readEnginePath() && bindEngine())
+    if (readDataDir() && readEnginePath() && bindEngine()) {
         mEngine.handshake(mDataDir);
+    }
 }
 
 void SamplerAU::openLog() {
@@ -76,22 +78,26 @@ bool SamplerAU::readDataDir() {
 }
 
 bool SamplerAU::readEnginePath() {
-    if (readConfigStringValue(kEngineDomain, kEnginePathKey, mEnginePath, CONFIG_LEVEL_USER))
+    if (readConfigStringValue(kEngineDomain, kEnginePathKey, mEnginePath, CONFIG_LEVEL_USER)) {
         return true;
+    }
     fail("Can't get path from configuration", kNoEngine);
     return false;
 }
 
 bool SamplerAU::bindEngine() {
     const EngineClient::Binding binding = mEngine.bind(mEnginePath);
-    if (binding == EngineClient::Binding::kBound)
+    if (binding == EngineClient::Binding::kBound) {
         return true;
-    if (const std::string words = mEngine.loaderMessage(); !words.empty())
+    }
+    if (const std::string words = mEngine.loaderMessage(); !words.empty()) {
         LogLine(LogSeverity::kInformation, "engine loader : " + words);
-    if (binding == EngineClient::Binding::kNoBundle)
+    }
+    if (binding == EngineClient::Binding::kNoBundle) {
         fail("Can't load engine bundle from : " + mEnginePath, kNoEngineFile);
-    else
+    } else {
         fail("CFBundleGetFunctionPointerForName failed for ormoOpcode", kNoEntryPoint);
+    }
     return false;
 }
 

@@ -7,7 +7,7 @@ namespace velnor {
 
 namespace {
 
-/* The low 16 bits of a record's word, as a signed channel count. */
+// The low 16 bits of a record's word, as a signed channel count.
 SInt16 channelCount(SInt32 word) {
     return static_cast<SInt16>(word);
 }
@@ -37,8 +37,9 @@ void describeLayout(UInt32 channels, AudioChannelLayout& layout) {
 
 void SamplerAU::buildChannelInfos() {
     mChannelInfos = {{channelCount(mRecord.inputChannels), channelCount(mRecord.outputChannels)}};
-    if (!isMultiOutput(mRecord))
+    if (!isMultiOutput(mRecord)) {
         return;
+    }
     const SInt16 inputs = channelCount(mRecord.multiInputChannels);
     const SInt16 outputs = channelCount(mRecord.maxOutputChannels);
     mChannelInfos.push_back({inputs, outputs});
@@ -46,8 +47,9 @@ void SamplerAU::buildChannelInfos() {
 }
 
 UInt32 SamplerAU::SupportedNumChannels(const AUChannelInfo** outInfos) {
-    if (outInfos != nullptr)
+    if (outInfos != nullptr) {
         *outInfos = mChannelInfos.data();
+    }
     return static_cast<UInt32>(mChannelInfos.size());
 }
 
@@ -66,27 +68,32 @@ Float64 SamplerAU::GetLatency() {
 UInt32 SamplerAU::GetAudioChannelLayout(AudioUnitScope inScope, AudioUnitElement inElement,
                                         AudioChannelLayout* outLayout, Boolean& outWritable) {
     outWritable = 0;
-    if (inScope != kAudioUnitScope_Output || !isMultiOutput(mRecord))
+    if (inScope != kAudioUnitScope_Output || !isMultiOutput(mRecord)) {
         return 0;
+    }
     constexpr UInt32 kMostChannels =
         (std::numeric_limits<UInt32>::max() - kLayoutHeaderSize) / sizeof(AudioChannelDescription);
     const UInt32 channels = GetOutput(inElement).GetStreamFormat().mChannelsPerFrame;
-    if (channels > kMostChannels)
+    if (channels > kMostChannels) {
         return 0;
-    if (outLayout != nullptr)
+    }
+    if (outLayout != nullptr) {
         describeLayout(channels, *outLayout);
+    }
     return kLayoutHeaderSize + static_cast<UInt32>(sizeof(AudioChannelDescription)) * channels;
 }
 
 UInt32 SamplerAU::GetChannelLayoutTags(AudioUnitScope inScope, AudioUnitElement /*inElement*/,
                                        AudioChannelLayoutTag* outTags) {
-    if (inScope != kAudioUnitScope_Output || !isMultiOutput(mRecord))
+    if (inScope != kAudioUnitScope_Output || !isMultiOutput(mRecord)) {
         return 0;
+    }
     const std::array<AudioChannelLayoutTag, 3> tags = {
         kAudioChannelLayoutTag_Stereo, kAudioChannelLayoutTag_Mono,
         kAudioChannelLayoutTag_DiscreteInOrder | static_cast<UInt32>(mRecord.maxOutputChannels)};
-    if (outTags != nullptr)
+    if (outTags != nullptr) {
         std::copy(tags.begin(), tags.end(), outTags);
+    }
     return static_cast<UInt32>(tags.size());
 }
 

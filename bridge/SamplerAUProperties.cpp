@@ -1,5 +1,4 @@
 #include "bridge/SamplerAU.h"
-
 #include "platform/CFData.h"
 #include "platform/CFDictionary.h"
 #include "platform/CFString.h"
@@ -20,7 +19,7 @@ CFRef<CFStringRef> chunkKey() {
         CFStringCreateWithCString(kCFAllocatorDefault, kChunkKey, kCFStringEncodingASCII));
 }
 
-/* The text with its terminating zero, the rest of the property's bytes 0. */
+// The text with its terminating zero, the rest of the property's bytes 0.
 void writeSetupPath(const std::string& dataDir, void* outData) {
     const std::string path = dataDir + ORMO_SETUP_FILE;
     auto* text = static_cast<char*>(outData);
@@ -28,7 +27,7 @@ void writeSetupPath(const std::string& dataDir, void* outData) {
     path.copy(text, kOrmoSetupPathSize - 1);
 }
 
-/* The first word of a value that may be shorter or not aligned. */
+// The first word of a value that may be shorter or not aligned.
 UInt32 firstWord(const void* data, UInt32 size) {
     UInt32 word = 0;
     std::memcpy(&word, data, size < sizeof word ? size : sizeof word);
@@ -42,17 +41,19 @@ OSStatus SamplerAU::GetPropertyInfo(AudioUnitPropertyID inID, AudioUnitScope inS
                                     Boolean& outWritable) {
     UInt32 size = 0;
     if (inScope == kAudioUnitScope_Global) {
-        if (inID == kPropertySetupPath)
+        if (inID == kPropertySetupPath) {
             size = kOrmoSetupPathSize;
-        else if (inID == kPropertyEngineOpcode)
+        } else if (inID == kPropertyEngineOpcode) {
             size = sizeof(OrmoOpcodeProc);
-        else if (inID == kPropertyEngineHandle)
+        } else if (inID == kPropertyEngineHandle) {
             size = sizeof(OrmoEngineHandle);
-        else if (inID >= kVendorPropertyFirst)
+        } else if (inID >= kVendorPropertyFirst) {
             size = kVendorPropertySize;
+        }
     }
-    if (size == 0)
+    if (size == 0) {
         return MusicDeviceBase::GetPropertyInfo(inID, inScope, inElement, outDataSize, outWritable);
+    }
     outDataSize = size;
     outWritable = inID >= kVendorPropertyFirst;
     return noErr;
@@ -60,10 +61,12 @@ OSStatus SamplerAU::GetPropertyInfo(AudioUnitPropertyID inID, AudioUnitScope inS
 
 OSStatus SamplerAU::GetProperty(AudioUnitPropertyID inID, AudioUnitScope inScope,
                                 AudioUnitElement inElement, void* outData) {
-    if (inScope != kAudioUnitScope_Global)
+    if (inScope != kAudioUnitScope_Global) {
         return MusicDeviceBase::GetProperty(inID, inScope, inElement, outData);
-    if (inID >= kVendorPropertyFirst)
+    }
+    if (inID >= kVendorPropertyFirst) {
         return vendorProperty(inID, outData);
+    }
     switch (inID) {
     case kPropertySetupPath:
         writeSetupPath(mDataDir, outData);
@@ -90,8 +93,9 @@ OSStatus SamplerAU::SetProperty(AudioUnitPropertyID inID, AudioUnitScope inScope
         return noErr;
     }
     if (inScope == kAudioUnitScope_Global && inID >= kVendorPropertyFirst) {
-        if (inDataSize >= kVendorPropertySize)
+        if (inDataSize >= kVendorPropertySize) {
             return vendorProperty(inID, const_cast<void*>(inData));
+        }
         UInt32 value = firstWord(inData, inDataSize);
         return vendorProperty(inID, &value);
     }
@@ -105,11 +109,13 @@ void SamplerAU::setOfflineRender(bool offline) {
 }
 
 OSStatus SamplerAU::vendorProperty(AudioUnitPropertyID id, void* value) {
-    if (!mEngine.isConnected())
+    if (!mEngine.isConnected()) {
         return kAudioUnitErr_Uninitialized;
+    }
     const SInt32 result = mEngine.vendorProperty(id, value);
-    if (result == 0)
+    if (result == 0) {
         return noErr;
+    }
     LogLine(LogSeverity::kError, "set vendor specific engine error:" + std::to_string(result));
     return kAudioUnitErr_InvalidPropertyValue;
 }
@@ -127,8 +133,9 @@ OSStatus SamplerAU::GetParameterValueStrings(AudioUnitScope /*inScope*/,
 
 OSStatus SamplerAU::SaveState(CFPropertyListRef* outState) {
     CFRef<CFPropertyListRef> state;
-    if (const OSStatus status = MusicDeviceBase::SaveState(state.Out()); status != noErr)
+    if (const OSStatus status = MusicDeviceBase::SaveState(state.Out()); status != noErr) {
         return status;
+    }
     const void* bytes = nullptr;
     std::size_t size = 0;
     if (mEngine.getChunk(bytes, size)) {
@@ -142,12 +149,14 @@ OSStatus SamplerAU::SaveState(CFPropertyListRef* outState) {
 }
 
 OSStatus SamplerAU::RestoreState(CFPropertyListRef inState) {
-    const CFRef<CFStringRef> key = chunkKey(); /* before anything changes: it takes memory */
-    if (const OSStatus status = MusicDeviceBase::RestoreState(inState); status != noErr)
+    const CFRef<CFStringRef> key = chunkKey(); // before anything changes: it takes memory
+    if (const OSStatus status = MusicDeviceBase::RestoreState(inState); status != noErr) {
         return status;
+    }
     const CFTypeRef chunk = CFDictionaryGetValue(static_cast<CFDictionaryRef>(inState), key.Get());
-    if (chunk == nullptr || CFGetTypeID(chunk) != CFDataGetTypeID())
+    if (chunk == nullptr || CFGetTypeID(chunk) != CFDataGetTypeID()) {
         return noErr;
+    }
     const auto data = static_cast<CFDataRef>(chunk);
     mEngine.setChunk(CFDataGetBytePtr(data), static_cast<std::size_t>(CFDataGetLength(data)));
     return noErr;

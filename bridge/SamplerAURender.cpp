@@ -1,6 +1,5 @@
 #include "bridge/HostTransport.h"
 #include "bridge/SamplerAU.h"
-
 #include "support/LogLine.h"
 
 #include <algorithm>
@@ -13,26 +12,30 @@ OSStatus SamplerAU::Render(AudioUnitRenderActionFlags& /*ioFlags*/,
                            const AudioTimeStamp& /*inTimeStamp*/,
                            UInt32 inFrames) VELNOR_NONBLOCKING {
     const bool connected = mEngine.isConnected();
-    if (connected)
+    if (connected) {
         gatherChannels(inFrames);
-    readHostTransport(GetHostCallbackInfo(), mSyncInfo);
-    mSyncInfo.prepare(static_cast<int>(inFrames), mSampleRate, nullptr, nullptr, true);
-    collectEvents();
-    if (connected)
-        mEngine.process(mEventBlock, mChannelBuffers.data(), mSyncInfo, inFrames);
-    else
+    }
+    readHostTransport(GetHostCallbackInfo(), mRenderData.mSyncInfo);
+    mRenderData.mSyncInfo.prepare(static_cast<int>(inFrames), mRenderData.mSampleRate, nullptr,
+                                  nullptr, true);
+    mRenderData.collectEvents();
+    if (connected) {
+        mEngine.process(mRenderData.mEventBlock, mRenderData.mChannelBuffers.data(),
+                        mRenderData.mSyncInfo, inFrames);
+    } else {
         silenceOutputs(inFrames);
+    }
     return noErr;
 }
 
-/* The render driver has prepared the first bus for this pull; it may be the host's own memory. */
+// The render driver has prepared the first bus for this pull; it may be the host's own memory.
 AudioBufferList& SamplerAU::outputBuffers(UInt32 bus, UInt32 frames) VELNOR_NONBLOCKING {
     AUOutputElement& output = GetOutput(bus);
     return bus == 0 ? output.GetBufferList() : output.PrepareBuffer(frames);
 }
 
-/* Channels that the engine was not opened for are silent. The one that makes their number even
- * writes to the extra buffer, and so do those that it was opened for and that are gone since. */
+// Channels that the engine was not opened for are silent. The one that makes their number even
+// writes to the extra buffer, and so do those that it was opened for and that are gone since.
 void SamplerAU::gatherChannels(UInt32 frames) VELNOR_NONBLOCKING {
     const UInt32 known = std::min<UInt32>(mEngine.channelCount(), kOrmoMaxChannels);
     const UInt32 numBuses = GetScope(kAudioUnitScope_Output).GetNumberOfElements();
@@ -41,51 +44,39 @@ void SamplerAU::gatherChannels(UInt32 frames) VELNOR_NONBLOCKING {
         const AudioBufferList& list = outputBuffers(bus, frames);
         for (UInt32 j = 0; j < list.mNumberBuffers; ++j, ++total) {
             const AudioBuffer& buffer = list.mBuffers[j];
-            if (total < known)
-                mChannelBuffers[total] = static_cast<float*>(buffer.mData);
-            else
+            if (total < known) {
+                mRenderData.mChannelBuffers[total] = static_cast<float*>(buffer.mData);
+            } else {
                 std::memset(buffer.mData, 0, buffer.mDataByteSize);
+            }
         }
     }
-    if (mUseExtraBuffer && total < known)
-        mChannelBuffers[total++] = mExtraBuffer.get();
-    for (; total < known; ++total)
-        mChannelBuffers[total] = mExtraBuffer.get();
+    if (mRenderData.mUseExtraBuffer && total < known) {
+        mRenderData.mChannelBuffers[total++] = mRenderData.mExtraBuffer.get();
+    }
+    for (; total < known; ++total) {
+        mRenderData.mChannelBuffers[total] = mRenderData.mExtraBuffer.get();
+    }
 }
 
 void SamplerAU::silenceOutputs(UInt32 frames) VELNOR_NONBLOCKING {
     const UInt32 numBuses = GetScope(kAudioUnitScope_Output).GetNumberOfElements();
     for (UInt32 bus = 0; bus < numBuses; ++bus) {
         const AudioBufferList& list = outputBuffers(bus, frames);
-        for (UInt32 j = 0; j < list.mNumberBuffers; ++j)
+        for (UInt32 j = 0; j < list.mNumberBuffers; ++j) {
             std::memset(list.mBuffers[j].mData, 0, list.mBuffers[j].mDataByteSize);
+        }
     }
-}
-
-void SamplerAU::collectEvents() VELNOR_NONBLOCKING {
-    mMidiRing.take([this](const ::MIDIEvent& event) VELNOR_NONBLOCKING {
-        VELNOR_RT_ESCAPE("room for a whole ring was reserved at construction",
-                         mPendingEvents.push_back(event));
-    });
-    const std::size_t received = mPendingEvents.size();
-    const std::size_t count = std::min<std::size_t>(received, kOrmoMaxBlockEvents);
-    mSorter.sort(mPendingEvents.data(), received);
-    mEventBlock.count = static_cast<UInt32>(count);
-    std::copy_n(mPendingEvents.data(), count, mEventBlock.events);
-    mPendingEvents.clear();
-    if (received > count)
-        VELNOR_RT_ESCAPE("events are lost, which the log has to say",
-                         LogLine(LogSeverity::kInformation,
-                                 "Large number of MIDI Events : " + std::to_string(received)));
 }
 
 OSStatus SamplerAU::HandleMidiEvent(UInt8 inStatus, UInt8 inChannel, UInt8 inData1, UInt8 inData2,
                                     long inStartFrame) VELNOR_NONBLOCKING {
     const int status = mEngine.compatSlots() ? inStatus : inStatus | inChannel;
-    if (!mMidiRing.push(static_cast<UInt8>(status), inData1, inData2,
-                        static_cast<SInt32>(inStartFrame)))
+    if (!mRenderData.mMidiRing.push(static_cast<UInt8>(status), inData1, inData2,
+                                    static_cast<SInt32>(inStartFrame))) {
         VELNOR_RT_ESCAPE("a message is lost, which the log has to say",
                          LogLine(LogSeverity::kError, "MIDI QUEUE ERROR"));
+    }
     return noErr;
 }
 

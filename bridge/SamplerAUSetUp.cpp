@@ -1,26 +1,25 @@
 #include "bridge/SamplerAU.h"
-
 #include "support/LogLine.h"
 
 #include <algorithm>
 #include <cstdlib>
 #include <limits>
-#include <new>
 #include <string>
 #include <sys/resource.h>
-#include <utility>
 
 namespace velnor {
 
 namespace {
 
-/* Sampling engines hold many files open. */
+// Sampling engines hold many files open.
 void liftOpenFilesLimit() {
     rlimit limit = {};
-    if (getrlimit(RLIMIT_NOFILE, &limit) != 0)
+    if (getrlimit(RLIMIT_NOFILE, &limit) != 0) {
         return;
-    if (limit.rlim_cur == RLIM_INFINITY && limit.rlim_max == RLIM_INFINITY)
+    }
+    if (limit.rlim_cur == RLIM_INFINITY && limit.rlim_max == RLIM_INFINITY) {
         return;
+    }
     limit.rlim_cur = limit.rlim_max = RLIM_INFINITY;
     setrlimit(RLIMIT_NOFILE, &limit);
 }
@@ -32,28 +31,32 @@ OSStatus SamplerAU::Initialize() {
     const UInt32 numBuses = GetScope(kAudioUnitScope_Output).GetNumberOfElements();
     LogLine(LogSeverity::kInformation, "Initialize - numBuses : " + std::to_string(numBuses));
     UInt64 channels = 0;
-    for (UInt32 bus = 0; bus < numBuses; ++bus)
+    for (UInt32 bus = 0; bus < numBuses; ++bus) {
         channels += GetOutput(bus).GetStreamFormat().mChannelsPerFrame;
+    }
     mNumOutputs =
         static_cast<SInt32>(std::min<UInt64>(channels, std::numeric_limits<SInt32>::max()));
     LogLine(LogSeverity::kInformation, "Initialize - numOutputs : " + std::to_string(mNumOutputs));
-    mSampleRate = GetOutput(0).GetStreamFormat().mSampleRate;
-    if (!acceptsOutputs(mNumOutputs))
+    mRenderData.mSampleRate = GetOutput(0).GetStreamFormat().mSampleRate;
+    if (!acceptsOutputs(mNumOutputs)) {
         return kAudioUnitErr_FormatNotSupported;
-    allocateExtraBuffer();
-    mSyncInfo.reset(mSampleRate);
-    if (mEngine.isBound() && !mEngine.isConnected())
+    }
+    mRenderData.allocateExtraBuffer(GetMaxFramesPerSlice());
+    mRenderData.mSyncInfo.reset(mRenderData.mSampleRate);
+    if (mEngine.isBound() && !mEngine.isConnected()) {
         openEngine();
-    mEngine.setRateAndBlockSize(mSampleRate, GetMaxFramesPerSlice());
+    }
+    mEngine.setRateAndBlockSize(mRenderData.mSampleRate, GetMaxFramesPerSlice());
     mEngine.resume(mOfflineRender);
-    mMidiRing.reset();
+    mRenderData.mMidiRing.reset();
     return noErr;
 }
 
 bool SamplerAU::acceptsOutputs(SInt32 numOutputs) const {
     for (const AUChannelInfo& info : mChannelInfos) {
-        if (info.inChannels == 0 && info.outChannels == numOutputs)
+        if (info.inChannels == 0 && info.outChannels == numOutputs) {
             return true;
+        }
     }
     return isMultiOutput(mRecord) && numOutputs <= std::abs(int{mChannelInfos.back().outChannels});
 }
@@ -62,32 +65,21 @@ void SamplerAU::openEngine() {
     auto channels = std::min<UInt32>(static_cast<UInt32>(mNumOutputs), kOrmoMaxChannels);
     if (channels % 2 != 0) {
         ++channels;
-        mUseExtraBuffer = true;
+        mRenderData.mUseExtraBuffer = true;
         LogLine(LogSeverity::kInformation, "using extra buffer");
     }
     mEngine.open(channels);
 }
 
-void SamplerAU::allocateExtraBuffer() {
-    constexpr unsigned long kMostFrames = std::numeric_limits<unsigned long>::max() / sizeof(float);
-    const unsigned long frames = GetMaxFramesPerSlice();
-    if (frames > kMostFrames)
-        throw std::bad_alloc();
-    std::unique_ptr<float, FreeBuffer> buffer(
-        static_cast<float*>(THEALLOC(frames * sizeof(float), nullptr)));
-    if (buffer == nullptr)
-        throw std::bad_alloc();
-    mExtraBuffer = std::move(buffer);
-}
-
 void SamplerAU::Cleanup() {
-    mExtraBuffer.reset();
-    if (IsInitialized())
+    mRenderData.mExtraBuffer.reset();
+    if (IsInitialized()) {
         mEngine.suspend();
+    }
 }
 
 OSStatus SamplerAU::Reset(AudioUnitScope /*inScope*/, AudioUnitElement /*inElement*/) {
-    mMidiRing.reset();
+    mRenderData.mMidiRing.reset();
     mEngine.suspend();
     mEngine.resume(mOfflineRender);
     return noErr;
@@ -97,7 +89,7 @@ OSStatus SamplerAU::ChangeStreamFormat(AudioUnitScope inScope, AudioUnitElement 
                                        const AudioStreamBasicDescription& inOldFormat,
                                        const AudioStreamBasicDescription& inNewFormat) {
     const Float64 rate = inNewFormat.mSampleRate;
-    const bool rateChanged = rate != inOldFormat.mSampleRate && rate != mSampleRate;
+    const bool rateChanged = rate != inOldFormat.mSampleRate && rate != mRenderData.mSampleRate;
     OSStatus result = noErr;
     try {
         result = MusicDeviceBase::ChangeStreamFormat(inScope, inElement, inOldFormat, inNewFormat);
@@ -106,10 +98,10 @@ OSStatus SamplerAU::ChangeStreamFormat(AudioUnitScope inScope, AudioUnitElement 
     }
     if (rateChanged) {
         PropertyChanged(kAudioUnitProperty_StreamFormat, kAudioUnitScope_Output, inElement);
-        mSampleRate = GetOutput(0).GetStreamFormat().mSampleRate;
-        allocateExtraBuffer();
+        mRenderData.mSampleRate = GetOutput(0).GetStreamFormat().mSampleRate;
+        mRenderData.allocateExtraBuffer(GetMaxFramesPerSlice());
         mEngine.suspend();
-        mEngine.setRateAndBlockSize(mSampleRate, GetMaxFramesPerSlice());
+        mEngine.setRateAndBlockSize(mRenderData.mSampleRate, GetMaxFramesPerSlice());
         mEngine.resume(mOfflineRender);
     }
     return result;

@@ -25,7 +25,7 @@ constexpr Float32 kIdleInterval = 0.0666667f;
 constexpr OSStatus kEditorRefused = 1;
 constexpr Rect kFallbackBounds = {0, 0, 200, 200};
 
-/* A property that cannot be read leaves the value as it is. */
+// A property that cannot be read leaves the value as it is.
 template <typename T>
 void readProperty(AudioUnit unit, AudioUnitPropertyID id, T& value) {
     UInt32 size = sizeof value;
@@ -64,8 +64,9 @@ OSStatus SamplerAUView::CreateUI(Float32 xOffset, Float32 yOffset) {
         showFallback();
         return noErr;
     }
-    if (!openEditor())
+    if (!openEditor()) {
         return kEditorRefused;
+    }
     attachEditor();
     embedEditor(xOffset, yOffset);
     CreateEventLoopTimer(kFirstIdle, kIdleInterval);
@@ -73,8 +74,9 @@ OSStatus SamplerAUView::CreateUI(Float32 xOffset, Float32 yOffset) {
 }
 
 void SamplerAUView::RespondToEventTimer(EventLoopTimerRef) {
-    if (mOpcodeProc != nullptr && mEditorHandle != 0)
+    if (mOpcodeProc != nullptr && mEditorHandle != 0) {
         callEngine(mOpcodeProc, mEditorHandle, kOpEditorIdle);
+    }
 }
 
 void SamplerAUView::readInstrument() {
@@ -84,7 +86,7 @@ void SamplerAUView::readInstrument() {
     readProperty(GetEditAudioUnit(), kPropertyEngineHandle, mEngineHandle);
 }
 
-/* An engine that leaves the handle 0 has no editor to talk to. */
+// An engine that leaves the handle 0 has no editor to talk to.
 bool SamplerAUView::createEditor() {
     callEngine(mOpcodeProc, 0, kOpEditorCreate, &mSetupPath[0], &mEditorHandle, mEngineHandle);
     return mEditorHandle != 0;
@@ -101,13 +103,15 @@ void SamplerAUView::attachEditor() {
 void SamplerAUView::embedEditor(Float32 xOffset, Float32 yOffset) {
     ControlRef control = nullptr;
     callEngine(mOpcodeProc, mEditorHandle, kOpEditorGetView, &control);
-    if (control == nullptr)
+    if (control == nullptr) {
         return;
+    }
     EmbedControl(control);
-    if (IsCompositWindow())
+    if (IsCompositWindow()) {
         placeInCompositingWindow(control, xOffset, yOffset);
-    else
+    } else {
         placeInWindow(control, xOffset, yOffset);
+    }
 }
 
 void SamplerAUView::placeInCompositingWindow(ControlRef control, Float32 xOffset, Float32 yOffset) {
@@ -134,11 +138,13 @@ void SamplerAUView::showFallback() {
     const CFRef<CFStringRef> text(CFStringCreateWithCString(
         kCFAllocatorDefault, fallbackText().c_str(), kCFStringEncodingASCII));
     ControlRef control = nullptr;
-    if (CreateStaticTextControl(nullptr, &kFallbackBounds, text.Get(), &style, &control) != noErr)
+    if (CreateStaticTextControl(nullptr, &kFallbackBounds, text.Get(), &style, &control) != noErr) {
         return;
+    }
     CFRef<ControlRef> made(control);
-    if (EmbedControl(control) == noErr)
-        static_cast<void>(made.Detach()); /* the pane's from now on */
+    if (EmbedControl(control) == noErr) {
+        static_cast<void>(made.Detach()); // the pane's from now on
+    }
 }
 
 } // namespace velnor

@@ -1,4 +1,4 @@
-/* The editor view: the engine's own editor in the host's window. */
+// The editor view: the engine's own editor in the host's window.
 #ifndef VELNOR_BRIDGE_SAMPLERAUVIEW_H
 #define VELNOR_BRIDGE_SAMPLERAUVIEW_H
 
@@ -7,17 +7,17 @@
 
 namespace velnor {
 
-/* Reads the engine's entry point and handle from the instrument once, when the host creates the
- * view; without either, a text asks for a new installation. Thread main, exclusive, may block. */
+// Reads the engine's entry point and handle from the instrument once, when the host creates the
+// view; without either, a text asks for a new installation. Thread main, exclusive, may block.
 class SamplerAUView : public AUCarbonViewBase {
 public:
     explicit SamplerAUView(ComponentInstance inInstance);
-    /* Takes the editor away from the engine instance and has it destroyed, if there is one. */
+    // Takes the editor away from the engine instance and has it destroyed, if there is one.
     ~SamplerAUView() override;
 
-    /* 1: the engine refuses to open its editor; it is destroyed with the view. 0 otherwise. */
+    // 1: the engine refuses to open its editor; it is destroyed with the view. 0 otherwise.
     OSStatus CreateUI(Float32 xOffset, Float32 yOffset) override;
-    /* Gives the editor its idle call. */
+    // Gives the editor its idle call.
     void RespondToEventTimer(EventLoopTimerRef inTimer) override;
 
 private:

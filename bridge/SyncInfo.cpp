@@ -1,6 +1,8 @@
 #include "bridge/SyncInfo.h"
 
+#include <bit>
 #include <cmath>
+#include <cstdint>
 #include <iomanip>
 #include <locale>
 #include <sstream>
@@ -19,23 +21,34 @@ double barLength(double numerator, double denominator) VELNOR_NONBLOCKING {
     return length > 0 ? length : kBeatsPerCommonBar;
 }
 
-/* distance plus or minus whole lengths, as near above 0 as it gets: 0 stays 0, and length stays
- * length. Positions a few bars off, the usual case, are stepped; any others take one division. */
-double wrapIntoBar(double distance, double length) VELNOR_NONBLOCKING {
-    constexpr int kSteps = 16;
-    for (int step = 0; step < kSteps; ++step) {
-        if (distance < 0)
-            distance += length;
-        else if (distance > length)
-            distance -= length;
-        else
-            return distance;
+// The lower end of the range of numbers that share a number's exponent.
+double powerOfTwoBelow(double number) VELNOR_NONBLOCKING {
+    constexpr std::uint64_t kExponent = 0x7FF0000000000000;
+    return std::bit_cast<double>(std::bit_cast<std::uint64_t>(number) & kExponent);
+}
+
+// What is left of distance when length is taken away until limit is no longer exceeded, to the last
+// bit of that many subtractions. Between two powers of two each of them rounds alike, so that one
+// division stands for all but a few: sixty ranges at most, before the steps are too small to count.
+double stepDown(double distance, double length, double limit) VELNOR_NONBLOCKING {
+    while (distance > limit) {
+        const double next = distance - length;
+        if (!(next < distance)) {
+            return limit;
+        }
+        const double afterNext = next - length;
+        const double step = next - afterNext;
+        const double end = powerOfTwoBelow(distance);
+        distance = afterNext >= end ? end + std::fmod(afterNext - end, step) + step : next;
     }
-    const bool fromBelow = distance < 0;
-    distance = std::fmod(distance, length);
-    if (distance < 0 || (distance == 0 && !fromBelow))
-        distance += length;
     return distance;
+}
+
+// distance plus or minus whole lengths, as near above 0 as it gets: 0 stays 0, and length stays
+// length.
+double wrapIntoBar(double distance, double length) VELNOR_NONBLOCKING {
+    return distance < 0 ? 0.0 - stepDown(-distance, length, 0.0)
+                        : stepDown(distance, length, length);
 }
 
 int samplesIn(double beats, double bpm, double rate) VELNOR_NONBLOCKING {
@@ -81,9 +94,10 @@ bool SyncInfo::prepare(int frames, double rate, const char* /*label*/, std::stri
     sampleLength = static_cast<std::int16_t>(frames);
     sampleRate = rate;
     if (const int code = valid(); code != 0) {
-        if (!quiet && text != nullptr)
+        if (!quiet && text != nullptr) {
             VELNOR_RT_ESCAPE("only callers that want the text pay for it; the render is quiet",
                              log(code, *text));
+        }
         playing = 0;
         return false;
     }
@@ -95,32 +109,45 @@ bool SyncInfo::prepare(int frames, double rate, const char* /*label*/, std::stri
 }
 
 int SyncInfo::valid() VELNOR_NONBLOCKING {
-    if (playing == 0)
+    if (playing == 0) {
         return 0;
-    if (!(sampleRate > 0))
+    }
+    if (!(sampleRate > 0)) {
         return 1;
-    if (!(bpm > 0))
+    }
+    if (!(bpm > 0)) {
         return 3;
-    if (ppq < 0)
+    }
+    if (ppq < 0) {
         return 4;
-    if (timeSigNumerator < 1)
+    }
+    if (timeSigNumerator < 1) {
         return 5;
-    if (timeSigDenominator < 1)
+    }
+    if (timeSigDenominator < 1) {
         return 6;
-    if (barStart > ppq)
+    }
+    if (barStart > ppq) {
         return 7;
-    if (ppq > barStart + beatsPerBar)
+    }
+    if (ppq > barStart + beatsPerBar) {
         return 8;
-    if (looping == 0)
+    }
+    if (looping == 0) {
         return 0;
-    if (loopEnd < 0)
+    }
+    if (loopEnd < 0) {
         return 9;
-    if (loopStart < 0)
+    }
+    if (loopStart < 0) {
         return 10;
-    if (loopStart > loopEnd)
+    }
+    if (loopStart > loopEnd) {
         return 11;
-    if (loopStart > ppq + blockBeats || ppq > loopEnd)
+    }
+    if (loopStart > ppq + blockBeats || ppq > loopEnd) {
         looping = 0;
+    }
     return 0;
 }
 

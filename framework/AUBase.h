@@ -246,7 +246,8 @@ public:
     /// stored, the last render error. Thread render, exclusive, nonblocking.
     /// kAudioUnitErr_Uninitialized; kAudioUnitErr_TooManyFramesToProcess: above the frame limit;
     /// kAudioUnitErr_InvalidElement: no such bus; paramErr: ioData has not the bus's number of
-    /// buffers, gives memory for some of them only, or less than inFrames frames for one.
+    /// buffers, or gives memory for the first of them only. Where it gives memory, that has room
+    /// for inFrames frames, whatever the byte sizes say.
     OSStatus DoRender(AudioUnitRenderActionFlags& ioFlags, const AudioTimeStamp& inTimeStamp,
                       UInt32 inBus, UInt32 inFrames, AudioBufferList& ioData) VELNOR_NONBLOCKING;
 
@@ -328,8 +329,8 @@ private:
                            UInt32& ioDataSize);
     bool CanDo(SInt16 inSelector) const;
     ComponentResult DispatchProperty(const ComponentParameters* inParams);
-    ComponentResult DispatchParameter(const ComponentParameters* inParams);
-    ComponentResult DispatchRender(const ComponentParameters* inParams);
+    ComponentResult DispatchParameter(const ComponentParameters* inParams) VELNOR_NONBLOCKING;
+    ComponentResult DispatchRender(const ComponentParameters* inParams) VELNOR_NONBLOCKING;
 
     OSStatus PullBus(AudioUnitRenderActionFlags& ioFlags, const AudioTimeStamp& inTimeStamp,
                      UInt32 inBus, UInt32 inFrames, AudioBufferList& ioData) VELNOR_NONBLOCKING;

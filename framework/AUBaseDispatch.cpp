@@ -141,7 +141,7 @@ ComponentResult AUBase::DispatchProperty(const ComponentParameters* inParams) {
     }
 }
 
-ComponentResult AUBase::DispatchParameter(const ComponentParameters* inParams) {
+ComponentResult AUBase::DispatchParameter(const ComponentParameters* inParams) VELNOR_NONBLOCKING {
     switch (inParams->what) {
     case kAudioUnitGetParameterSelect:
         return CallWithArguments<AudioUnitParameterID, AudioUnitScope, AudioUnitElement,
@@ -164,7 +164,7 @@ ComponentResult AUBase::DispatchParameter(const ComponentParameters* inParams) {
     }
 }
 
-ComponentResult AUBase::DispatchRender(const ComponentParameters* inParams) {
+ComponentResult AUBase::DispatchRender(const ComponentParameters* inParams) VELNOR_NONBLOCKING {
     return CallWithArguments<AudioUnitRenderActionFlags*, const AudioTimeStamp*, UInt32, UInt32,
                              AudioBufferList*>(
         inParams, [this](AudioUnitRenderActionFlags* flags, const AudioTimeStamp* timeStamp,

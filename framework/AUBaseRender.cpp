@@ -9,20 +9,34 @@ namespace velnor {
 
 namespace {
 
-/// Whether the host's list suits the format: the right number of buffers, memory for all of them or
-/// for none, and no buffer that inFrames frames would overrun.
-bool ListFits(const AudioBufferList& inList, const AudioStreamBasicDescription& inFormat,
-              UInt32 inFrames) VELNOR_NONBLOCKING {
+/// Whether the first buffer has memory: the host then has it for all, else it takes the unit's.
+bool HasMemory(const AudioBufferList& inList) VELNOR_NONBLOCKING {
+    return inList.mNumberBuffers > 0 && inList.mBuffers[0].mData != nullptr;
+}
+
+/// Whether the host's list suits the format: the right number of buffers, and none at the null
+/// address where the host has memory. The byte sizes do not count: a pull lowers them to its own
+/// frames, and the host passes the same list to the next one.
+bool ListFits(const AudioBufferList& inList,
+              const AudioStreamBasicDescription& inFormat) VELNOR_NONBLOCKING {
     if (inList.mNumberBuffers != NumberOfBuffers(inFormat)) {
         return false;
     }
     const AudioBuffer* const buffers = inList.mBuffers;
-    const UInt64 bytes = UInt64{inFormat.mBytesPerFrame} * inFrames;
-    return std::all_of(buffers, buffers + inList.mNumberBuffers, [&](const AudioBuffer& buffer) {
-        const bool hasMemory = buffer.mData != nullptr;
-        return hasMemory == (buffers[0].mData != nullptr) &&
-               (!hasMemory || buffer.mDataByteSize >= bytes);
-    });
+    return !HasMemory(inList) || std::all_of(buffers, buffers + inList.mNumberBuffers,
+                                             [](const AudioBuffer& buffer) VELNOR_NONBLOCKING {
+                                                 return buffer.mData != nullptr;
+                                             });
+}
+
+/// Sizes that an earlier, shorter pull has left in the host's list say inFrames frames again.
+void RaiseByteSizes(AudioBufferList& ioList, const AudioStreamBasicDescription& inFormat,
+                    UInt32 inFrames) VELNOR_NONBLOCKING {
+    const UInt32 bytes = inFormat.mBytesPerFrame * inFrames;
+    AudioBuffer* const buffers = ioList.mBuffers;
+    for (UInt32 i = 0; i < ioList.mNumberBuffers; ++i) {
+        buffers[i].mDataByteSize = std::max(buffers[i].mDataByteSize, bytes);
+    }
 }
 
 /// Empties the events at the end of a render, however it ends, and keeps their room.
@@ -38,20 +52,14 @@ private:
     AUBase::ParameterEventList& mEvents;
 };
 
-bool HasMemory(const AudioBufferList& inList) VELNOR_NONBLOCKING {
-    return inList.mNumberBuffers > 0 && inList.mBuffers[0].mData != nullptr;
-}
-
 } // namespace
 
 OSStatus AUBase::DoRender(AudioUnitRenderActionFlags& ioFlags, const AudioTimeStamp& inTimeStamp,
                           UInt32 inBus, UInt32 inFrames,
                           AudioBufferList& ioData) VELNOR_NONBLOCKING {
     const FloatingPointControl control;
-    OSStatus status = noErr;
-    VELNOR_RT_ESCAPE_CHECKED(
-        "a failure is caught where its pull ends",
-        status = StatusOf([&] { return PullBus(ioFlags, inTimeStamp, inBus, inFrames, ioData); }));
+    const OSStatus status =
+        StatusOnRoad([&] { return PullBus(ioFlags, inTimeStamp, inBus, inFrames, ioData); });
     RecordRenderError(status);
     return status;
 }
@@ -66,7 +74,7 @@ OSStatus AUBase::PullBus(AudioUnitRenderActionFlags& ioFlags, const AudioTimeSta
         ThrowStatus(kAudioUnitErr_TooManyFramesToProcess);
     }
     AUOutputElement& output = GetOutput(inBus);
-    if (!ListFits(ioData, output.GetStreamFormat(), inFrames)) {
+    if (!ListFits(ioData, output.GetStreamFormat())) {
         return paramErr;
     }
     const EmptiedAtEnd events(mParameterEvents);
@@ -74,12 +82,9 @@ OSStatus AUBase::PullBus(AudioUnitRenderActionFlags& ioFlags, const AudioTimeSta
     mRenderNotifications.ApplyChanges();
     mRenderNotifications.Notify(ioFlags | kAudioUnitRenderAction_PreRender, inTimeStamp, inBus,
                                 inFrames, ioData);
-    OSStatus status = noErr;
-    VELNOR_RT_ESCAPE_CHECKED("the notifications after the render come for a failure too",
-                             status = StatusOf([&] {
-                                 return DoRenderBus(ioFlags, inTimeStamp, inBus, output, inFrames,
-                                                    ioData);
-                             }));
+    // The notifications after the render come for a failure, too.
+    const OSStatus status = StatusOnRoad(
+        [&] { return DoRenderBus(ioFlags, inTimeStamp, inBus, output, inFrames, ioData); });
     mRenderNotifications.Notify(ioFlags | kAudioUnitRenderAction_PostRender, inTimeStamp, inBus,
                                 inFrames, ioData);
     return status;
@@ -90,7 +95,7 @@ OSStatus AUBase::DoRenderBus(AudioUnitRenderActionFlags& ioFlags, const AudioTim
                              AudioBufferList& ioData) VELNOR_NONBLOCKING {
     const bool hostHasMemory = HasMemory(ioData);
     if (hostHasMemory && GetScope(kAudioUnitScope_Output).GetNumberOfElements() < 2) {
-        inOutput.SetBufferList(ioData);
+        RaiseByteSizes(inOutput.SetBufferList(ioData), inOutput.GetStreamFormat(), inFrames);
     } else {
         inOutput.PrepareBuffer(inFrames);
     }

@@ -73,9 +73,8 @@ UInt32 CopyContents(const AudioBuffer& inFrom, const AudioBuffer& inTo) VELNOR_N
     if (inFrom.mData == nullptr || inTo.mData == nullptr) {
         return 0;
     }
-    const UInt32 bytes = std::min(inFrom.mDataByteSize, inTo.mDataByteSize);
-    std::memmove(inTo.mData, inFrom.mData, bytes);
-    return bytes;
+    std::memmove(inTo.mData, inFrom.mData, inFrom.mDataByteSize);
+    return inFrom.mDataByteSize;
 }
 
 } // namespace

@@ -66,8 +66,8 @@ public:
     void CopyBufferListTo(AudioBufferList& outList) VELNOR_NONBLOCKING;
 
     /// Copies each buffer's bytes to where outList points, unless that is the same place, and sets
-    /// outList's byte sizes to the bytes there. A destination that says it has less room gets as
-    /// much as fits; null destinations get nothing. -1: this list is invalid.
+    /// outList's byte sizes to the bytes there. The destinations have room for them, whatever their
+    /// byte sizes say; null ones get nothing. -1: this list is invalid.
     void CopyBufferContentsTo(AudioBufferList& outList) VELNOR_NONBLOCKING;
 
     State GetState() const VELNOR_NONBLOCKING { return mState; }

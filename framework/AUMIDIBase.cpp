@@ -172,6 +172,15 @@ OSStatus AUMIDIBase::SysEx(const UInt8* inData, UInt32 inLength) VELNOR_NONBLOCK
     return inData == nullptr && inLength > 0 ? OSStatus{paramErr} : HandleSysEx(inData, inLength);
 }
 
+ComponentResult AUMIDIBase::DispatchMIDI(const ComponentParameters* inParams) VELNOR_NONBLOCKING {
+    if (inParams->what == kMusicDeviceMIDIEventSelect) {
+        return CallWithArguments<UInt32, UInt32, UInt32, UInt32>(
+            inParams, [this](auto... arguments) { return MIDIEvent(arguments...); });
+    }
+    return CallWithArguments<const UInt8*, UInt32>(
+        inParams, [this](auto... arguments) { return SysEx(arguments...); });
+}
+
 ComponentResult AUMIDIBase::ComponentEntryDispatch(ComponentParameters* inParams,
                                                    AUMIDIBase* inThis) {
     if (inThis == nullptr) {
@@ -179,11 +188,8 @@ ComponentResult AUMIDIBase::ComponentEntryDispatch(ComponentParameters* inParams
     }
     switch (inParams->what) {
     case kMusicDeviceMIDIEventSelect:
-        return CallWithArguments<UInt32, UInt32, UInt32, UInt32>(
-            inParams, [inThis](auto... arguments) { return inThis->MIDIEvent(arguments...); });
     case kMusicDeviceSysExSelect:
-        return CallWithArguments<const UInt8*, UInt32>(
-            inParams, [inThis](auto... arguments) { return inThis->SysEx(arguments...); });
+        return inThis->DispatchMIDI(inParams);
     default:
         return AUBase::ComponentEntryDispatch(inParams, &inThis->mAUBaseInstance);
     }

@@ -71,6 +71,7 @@ public:
                        UInt32 inOffsetSampleFrame) VELNOR_NONBLOCKING;
 
 private:
+    ComponentResult DispatchMIDI(const ComponentParameters* inParams) VELNOR_NONBLOCKING;
     OSStatus SysEx(const UInt8* inData, UInt32 inLength) VELNOR_NONBLOCKING;
     OSStatus RouteController(UInt8 inChannel, UInt8 inController, UInt8 inValue,
                              UInt32 inStartFrame) VELNOR_NONBLOCKING;

@@ -16,9 +16,8 @@ namespace {
 
 constexpr CFIndex kMaximumKeyCharacters = 31;
 
-/// The number that a key writes; one too large for 32 bits counts as the largest. Nothing for other
-/// text.
-std::optional<UInt32> NumberOfKey(CFTypeRef inKey) {
+/// The element that a key names; nothing for a number that no scope reaches and for other text.
+std::optional<UInt32> ElementOfKey(CFTypeRef inKey) {
     char text[kMaximumKeyCharacters + 1];
     if (CFGetTypeID(inKey) != CFStringGetTypeID() ||
         !CFStringGetCString(static_cast<CFStringRef>(inKey), text, sizeof(text),
@@ -28,10 +27,10 @@ std::optional<UInt32> NumberOfKey(CFTypeRef inKey) {
     const char* const end = text + std::strlen(text);
     UInt32 number = 0;
     const auto [stop, error] = std::from_chars(text, end, number);
-    if (stop != end || error == std::errc::invalid_argument) {
+    if (stop != end || error != std::errc() || number >= kMaximumElementsPerScope) {
         return std::nullopt;
     }
-    return error == std::errc::result_out_of_range ? ~UInt32{0} : number;
+    return number;
 }
 
 struct ElementName {
@@ -46,7 +45,7 @@ std::vector<ElementName> ElementNamesOf(CFDictionaryRef inNames) {
     CFDictionaryGetKeysAndValues(inNames, keys.data(), values.data());
     std::vector<ElementName> names;
     for (size_t i = 0; i < count; ++i) {
-        const auto element = NumberOfKey(keys[i]);
+        const auto element = ElementOfKey(keys[i]);
         if (element) {
             const bool isText = CFGetTypeID(values[i]) == CFStringGetTypeID();
             names.push_back({*element, isText ? static_cast<CFStringRef>(values[i]) : nullptr});
@@ -117,9 +116,6 @@ bool AUScope::RestoreElementNames(CFDictionaryRef inNames) {
         [](const ElementName& a, const ElementName& b) { return a.element < b.element; });
     if (last == names.end()) {
         return false;
-    }
-    if (last->element >= kMaximumElementsPerScope) {
-        ThrowStatus(kAudioUnitErr_InvalidPropertyValue);
     }
     const bool grows = last->element >= GetNumberOfElements();
     if (grows) {

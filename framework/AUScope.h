@@ -58,9 +58,8 @@ public:
 
     /// Gives the elements the names of inNames, {index in decimal: name}, and grows the scope to
     /// hold the largest index. True when it grew. Keys that are not plain decimal numbers of at
-    /// most 31 ASCII digits are passed over; a value that is no string names nothing.
-    /// kAudioUnitErr_InvalidPropertyValue, thrown with nothing changed: an index of
-    /// kMaximumElementsPerScope or above.
+    /// most 31 ASCII digits, below kMaximumElementsPerScope, are passed over; a value that is no
+    /// string names nothing.
     bool RestoreElementNames(CFDictionaryRef inNames);
 
 private:

@@ -2,6 +2,7 @@
 #include "framework/PropertyTable.h"
 #include "framework/PropertyValue.h"
 
+#include <algorithm>
 #include <cstddef>
 #include <vector>
 
@@ -11,7 +12,7 @@ namespace {
 
 using At = const PropertyAddress&;
 
-/// A host may leave out the reserved word at the end.
+/// A host may leave out the reserved word at the end; the bus keeps its own then.
 constexpr UInt32 kSmallestFormat = offsetof(AudioStreamBasicDescription, mReserved);
 constexpr std::size_t kLayoutHeader = offsetof(AudioChannelLayout, mChannelDescriptions);
 constexpr UInt32 kExternalBufferAlignment = 16;
@@ -39,11 +40,12 @@ OSStatus ApplyFormat(AUBase& inUnit, At inAt, const AudioStreamBasicDescription&
         return kAudioUnitErr_FormatNotSupported;
     }
     const AudioStreamBasicDescription old = inUnit.GetStreamFormat(inAt.scope, inAt.element);
-    if (FormatsAreEqual(old, inFormat)) {
+    const bool isSame = FormatsAreEqual(old, inFormat);
+    if (isSame && old.mReserved == inFormat.mReserved) {
         return noErr;
     }
     if (!inUnit.StreamFormatWritable(inAt.scope, inAt.element)) {
-        return kAudioUnitErr_PropertyNotWritable;
+        return isSame ? OSStatus{noErr} : OSStatus{kAudioUnitErr_PropertyNotWritable};
     }
     return inUnit.ChangeStreamFormat(inAt.scope, inAt.element, old, inFormat);
 }
@@ -53,7 +55,11 @@ OSStatus WriteFormat(AUBase& inUnit, At inAt, const void* inData, UInt32 inSize)
         return kAudioUnitErr_InvalidPropertyValue;
     }
     AudioStreamBasicDescription format = {};
-    std::memcpy(&format, inData, kSmallestFormat);
+    if (inSize < sizeof format) {
+        format = inUnit.GetStreamFormat(inAt.scope, inAt.element);
+        inSize = kSmallestFormat;
+    }
+    std::memcpy(&format, inData, std::min<std::size_t>(inSize, sizeof format));
     return ApplyFormat(inUnit, inAt, format);
 }
 

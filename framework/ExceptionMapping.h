@@ -3,6 +3,7 @@
 #define VELNOR_FRAMEWORK_EXCEPTIONMAPPING_H
 
 #include "platform/Facts.h"
+#include "platform/RealtimeUnwinding.h"
 #include "platform/Types.h"
 
 #include <new>
@@ -11,34 +12,36 @@ namespace velnor {
 
 inline constexpr OSStatus kUnknownException = -1;
 
-/// A thrown status unwinds the render road without its functions' returns, which the real-time
-/// sanitizer counts: from then on it would take the thread to be on the road for good.
-inline void StopCheckingThisThread() noexcept {
-#if defined(VELNOR_REALTIME_SANITIZER)
-    __rtsan_disable();
-#endif
-}
-
 /// The status that inCall returns or throws: a thrown OSStatus, a thrown OSErr sign-extended,
 /// memFullErr for std::bad_alloc, kUnknownException for anything else. Thread any, concurrent,
 /// nonblocking if inCall is and does not throw.
 template <typename Call>
 OSStatus StatusOf(const Call& inCall) noexcept {
+    RealtimeUnwinding unwinding;
     OSStatus status = kUnknownException;
     try {
         return inCall();
     } catch (OSStatus thrown) {
-        StopCheckingThisThread();
+        unwinding.Caught();
         status = thrown;
     } catch (OSErr thrown) {
-        StopCheckingThisThread();
+        unwinding.Caught();
         status = thrown;
     } catch (const std::bad_alloc&) {
-        StopCheckingThisThread();
+        unwinding.Caught();
         status = memFullErr;
     } catch (...) {
-        StopCheckingThisThread();
+        unwinding.Caught();
     }
+    return status;
+}
+
+/// StatusOf for a call on the render road.
+template <typename Call>
+OSStatus StatusOnRoad(const Call& inCall) noexcept VELNOR_NONBLOCKING {
+    OSStatus status = noErr;
+    VELNOR_RT_ESCAPE_CHECKED("the road may not catch, and its failures end here",
+                             status = StatusOf(inCall));
     return status;
 }
 

@@ -13,14 +13,6 @@ Class* Stored(void* inStorage) VELNOR_NONBLOCKING {
     return static_cast<Class*>(static_cast<ComponentBase*>(inStorage));
 }
 
-/// What inCall answers or throws.
-template <typename Call>
-OSStatus Guarded(const Call& inCall) VELNOR_NONBLOCKING {
-    OSStatus status = noErr;
-    VELNOR_RT_ESCAPE_CHECKED("exceptions end at the fast entry", status = StatusOf(inCall));
-    return status;
-}
-
 } // namespace
 
 OSStatus AudioUnitBaseGetParameter(void* inStorage, AudioUnitParameterID inID,
@@ -29,7 +21,7 @@ OSStatus AudioUnitBaseGetParameter(void* inStorage, AudioUnitParameterID inID,
     if (inStorage == nullptr || outValue == nullptr) {
         return paramErr;
     }
-    return Guarded([=] {
+    return StatusOnRoad([=] {
         return Stored<AUBase>(inStorage)->GetParameter(inID, inScope, inElement, *outValue);
     });
 }
@@ -41,7 +33,7 @@ OSStatus AudioUnitBaseSetParameter(void* inStorage, AudioUnitParameterID inID,
     if (inStorage == nullptr) {
         return paramErr;
     }
-    return Guarded([=] {
+    return StatusOnRoad([=] {
         return Stored<AUBase>(inStorage)->SetParameter(inID, inScope, inElement, inValue,
                                                        inBufferOffsetInFrames);
     });
@@ -55,7 +47,7 @@ OSStatus AudioUnitBaseRender(void* inStorage, AudioUnitRenderActionFlags* ioFlag
     }
     AudioUnitRenderActionFlags none = 0;
     AudioUnitRenderActionFlags& flags = ioFlags != nullptr ? *ioFlags : none;
-    return Guarded([&, inTimeStamp, ioData] {
+    return StatusOnRoad([&, inTimeStamp, ioData] {
         return Stored<AUBase>(inStorage)->DoRender(flags, *inTimeStamp, inOutputBus, inFrames,
                                                    *ioData);
     });
@@ -66,7 +58,7 @@ OSStatus MusicDeviceBaseMIDIEvent(void* inStorage, UInt32 inStatus, UInt32 inDat
     if (inStorage == nullptr) {
         return paramErr;
     }
-    return Guarded([=] {
+    return StatusOnRoad([=] {
         return Stored<MusicDeviceBase>(inStorage)->MIDIEvent(inStatus, inData1, inData2,
                                                              inOffsetSampleFrame);
     });

@@ -140,6 +140,17 @@ MusicDeviceBase::HandleStartNoteMessage(MusicDeviceInstrumentID inInstrument,
     return status;
 }
 
+ComponentResult
+MusicDeviceBase::DispatchNote(const ComponentParameters* inParams) VELNOR_NONBLOCKING {
+    if (inParams->what == kMusicDeviceStopNoteSelect) {
+        return CallWithArguments<MusicDeviceGroupID, NoteInstanceID, UInt32>(
+            inParams, [this](auto... arguments) { return StopNote(arguments...); });
+    }
+    return CallWithArguments<MusicDeviceInstrumentID, MusicDeviceGroupID, NoteInstanceID*, UInt32,
+                             const MusicDeviceNoteParams*>(
+        inParams, [this](auto... arguments) { return HandleStartNoteMessage(arguments...); });
+}
+
 ComponentResult MusicDeviceBase::ComponentEntryDispatch(ComponentParameters* inParams,
                                                         MusicDeviceBase* inThis) {
     if (inThis == nullptr) {
@@ -153,13 +164,8 @@ ComponentResult MusicDeviceBase::ComponentEntryDispatch(ComponentParameters* inP
         return CallWithArguments<MusicDeviceInstrumentID>(
             inParams, [inThis](auto id) { return inThis->ReleaseInstrument(id); });
     case kMusicDeviceStartNoteSelect:
-        return CallWithArguments<MusicDeviceInstrumentID, MusicDeviceGroupID, NoteInstanceID*,
-                                 UInt32, const MusicDeviceNoteParams*>(
-            inParams,
-            [inThis](auto... arguments) { return inThis->HandleStartNoteMessage(arguments...); });
     case kMusicDeviceStopNoteSelect:
-        return CallWithArguments<MusicDeviceGroupID, NoteInstanceID, UInt32>(
-            inParams, [inThis](auto... arguments) { return inThis->StopNote(arguments...); });
+        return inThis->DispatchNote(inParams);
     default:
         return AUMIDIBase::ComponentEntryDispatch(inParams, inThis);
     }

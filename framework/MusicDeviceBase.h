@@ -63,6 +63,7 @@ public:
                                                   MusicDeviceBase* inThis);
 
 private:
+    ComponentResult DispatchNote(const ComponentParameters* inParams) VELNOR_NONBLOCKING;
     OSStatus ReadInstrumentCount(AudioUnitScope inScope, void* outData) const;
 };
 

@@ -3,6 +3,7 @@
 #define VELNOR_FRAMEWORK_THROWSTATUS_H
 
 #include "platform/Facts.h"
+#include "platform/RealtimeUnwinding.h"
 #include "platform/Types.h"
 
 namespace velnor {
@@ -10,7 +11,8 @@ namespace velnor {
 /// Throws inStatus as an OSStatus. Thread any, concurrent; marked nonblocking although it allocates
 /// the exception, because a failed operation has no deadline left to keep.
 [[noreturn]] inline void ThrowStatus(OSStatus inStatus) VELNOR_NONBLOCKING {
-    VELNOR_RT_ESCAPE("a failed operation leaves the render road", throw inStatus);
+    VELNOR_RT_ESCAPE("a failed operation leaves the render road", RealtimeUnwinding::Thrown();
+                     throw inStatus);
     __builtin_unreachable();
 }
 

@@ -74,8 +74,9 @@ ComponentResult Known(ComponentResult status) {
 void ComponentCaller::SendNulls() {
     const SInt16 what = AnySelector();
     const void* const null = nullptr;
-    if (what != kComponentCloseSelect)
+    if (what != kComponentCloseSelect) {
         Send(what, null, null, null, null, null, null);
+    }
 }
 
 void ComponentCaller::Ask() {
@@ -104,8 +105,9 @@ void ComponentCaller::Close() {
 }
 
 SInt16 ComponentCaller::AnySelector() {
-    if (OneIn(mInput, 4))
+    if (OneIn(mInput, 4)) {
         return mInput.ConsumeIntegral<SInt16>();
+    }
     const std::size_t last = mTraits.selectors.size() - 1;
     return mTraits.selectors[mInput.ConsumeIntegralInRange<std::size_t>(0, last)].what;
 }
@@ -113,13 +115,15 @@ SInt16 ComponentCaller::AnySelector() {
 // In a block of exactly the words that it holds.
 ComponentResult ComponentCaller::SendWords(SInt16 what, std::span<const uintptr_t> words) {
     std::size_t count = words.size();
-    if (OneIn(mInput, 16))
+    if (OneIn(mInput, 16)) {
         count = mInput.ConsumeIntegralInRange<std::size_t>(0, count + 2);
+    }
     std::size_t bytes = count * sizeof(uintptr_t);
     const auto memory = std::make_unique<uintptr_t[]>(1 + count);
     std::copy_n(words.data(), std::min(count, words.size()), memory.get() + 1);
-    if (OneIn(mInput, 16))
+    if (OneIn(mInput, 16)) {
         bytes = mInput.ConsumeIntegralInRange<std::size_t>(0, bytes);
+    }
     auto* const block = reinterpret_cast<ComponentParameters*>(memory.get());
     block->flags = OneIn(mInput, 16) ? mInput.ConsumeIntegral<UInt8>() : 0;
     block->paramSize = static_cast<UInt8>(bytes);
@@ -128,21 +132,23 @@ ComponentResult ComponentCaller::SendWords(SInt16 what, std::span<const uintptr_
     const ComponentResult result = OneIn(mInput, 4)
                                        ? CallComponentDispatch(mInstance, block)
                                        : mEntry(block, GetComponentInstanceStorage(mInstance));
-    if (wasGone && what != kComponentOpenSelect)
+    if (wasGone && what != kComponentOpenSelect) {
         FUZZ_CHECK(result == paramErr);
-    else
+    } else {
         Check(what, bytes, result);
+    }
     return result;
 }
 
 void ComponentCaller::Check(SInt16 what, std::size_t bytes, ComponentResult result) const {
     const Selector* const selector = mTraits.Find(what);
-    if (selector == nullptr)
+    if (selector == nullptr) {
         FUZZ_CHECK(result == badComponentSelector);
-    else if (bytes < selector->words * sizeof(uintptr_t))
+    } else if (bytes < selector->words * sizeof(uintptr_t)) {
         FUZZ_CHECK(result == paramErr);
-    else if (what != kComponentVersionSelect)
+    } else if (what != kComponentVersionSelect) {
         Known(result);
+    }
 }
 
 } // namespace velnor::fuzz

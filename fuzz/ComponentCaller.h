@@ -2,7 +2,8 @@
 // than the call has arguments, a size that is short of the words, and anything above the bits of a
 // narrow argument; through the component manager or past it. Stops the fuzzer at an answer that no
 // such block may get.
-#pragma once
+#ifndef VELNOR_FUZZ_COMPONENTCALLER_H
+#define VELNOR_FUZZ_COMPONENTCALLER_H
 
 #include "fuzz/FuzzCheck.h"
 #include "fuzz/HostMemory.h"
@@ -67,9 +68,10 @@ private:
         uintptr_t word = toParameterWord(value);
         if constexpr (!std::is_pointer_v<T> && sizeof(T) < sizeof word) {
             constexpr unsigned kBits = sizeof(T) * CHAR_BIT;
-            if (OneIn(mInput, 8))
+            if (OneIn(mInput, 8)) {
                 word = (word & ((uintptr_t{1} << kBits) - 1)) | mInput.ConsumeIntegral<uintptr_t>()
                                                                     << kBits;
+            }
         }
         return word;
     }
@@ -84,3 +86,5 @@ private:
 };
 
 } // namespace velnor::fuzz
+
+#endif

@@ -26,8 +26,9 @@ void checkMark(const std::string& text) {
                                  "\x0E\xFE\xFF",
                                  "\xFB\xEE\x28"};
     int expected = 0;
-    while (expected < NO_BOM && (start.size() < 4 || !start.starts_with(marks[expected])))
+    while (expected < NO_BOM && (start.size() < 4 || !start.starts_with(marks[expected]))) {
         ++expected;
+    }
     UNICODE_ENCODING encoding = UTF_8;
     unsigned long length = 99;
     FUZZ_CHECK(getUnicodeEncoding(path, encoding, length) == (expected != NO_BOM));
@@ -65,8 +66,9 @@ void checkEncoding(const std::string& text, const Encoding& encoding) {
         CFStringCreateWithBytes(kCFAllocatorDefault, reinterpret_cast<const UInt8*>(text.data()),
                                 static_cast<CFIndex>(text.size()), encoding.number, false));
     FUZZ_CHECK(bool(string) == expected.has_value());
-    if (!string)
+    if (!string) {
         return;
+    }
     const CFIndex count = CFStringGetLength(string.Get());
     std::u16string units(static_cast<std::size_t>(count), u'\0');
     CFStringGetCharacters(string.Get(), CFRange{0, count},

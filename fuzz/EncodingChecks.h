@@ -1,5 +1,6 @@
 // Byte-order marks and text encodings against plain versions and the C library.
-#pragma once
+#ifndef VELNOR_FUZZ_ENCODINGCHECKS_H
+#define VELNOR_FUZZ_ENCODINGCHECKS_H
 
 #include <string>
 
@@ -9,3 +10,5 @@ void checkMark(const std::string& text);
 void checkEncodings(const std::string& text);
 
 } // namespace velnor::fuzz
+
+#endif

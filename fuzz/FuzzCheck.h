@@ -1,5 +1,6 @@
 // Stopping a fuzzer where a result is wrong.
-#pragma once
+#ifndef VELNOR_FUZZ_FUZZCHECK_H
+#define VELNOR_FUZZ_FUZZCHECK_H
 
 #include <cstdio>
 #include <cstdlib>
@@ -11,3 +12,5 @@
             std::abort();                                                                          \
         }                                                                                          \
     } while (false)
+
+#endif

@@ -21,7 +21,7 @@ FuzzHost& FuzzHost::Shared() {
 
 FuzzHost::FuzzHost() {
     PlatformAdvanceEventLoop(0); // its clock is the fuzzer's
-    Load(false, test::builtBundle("Velnor.component"));
+    Load(false, testing::builtBundle("Velnor.component"));
     Load(true, mHost.patchedComponent([](ProductRecord& record) { record.multiOutput = 1; }));
     for (int i = 0; i < kWarmUps; ++i) {
         for (const Variant variant :
@@ -39,7 +39,7 @@ void FuzzHost::Load(bool multiOutput, const std::string& bundle) {
     const CFRef<CFURLRef> url(
         CFURLCreateWithFileSystemPath(kCFAllocatorDefault, path.Get(), kCFURLPOSIXPathStyle, true));
     mBundles[multiOutput].Reset(CFBundleCreate(kCFAllocatorDefault, url.Get()));
-    void* const image = dlopen(test::executableOf(bundle).c_str(), RTLD_NOW | RTLD_LOCAL);
+    void* const image = dlopen(testing::executableOf(bundle).c_str(), RTLD_NOW | RTLD_LOCAL);
     FUZZ_CHECK(image != nullptr);
     const auto entry = [image](const char* name) {
         return reinterpret_cast<ComponentEntry>(dlsym(image, name));
@@ -52,7 +52,7 @@ void FuzzHost::Load(bool multiOutput, const std::string& bundle) {
 
 AudioUnit FuzzHost::OpenQuietly(const Variant& variant) {
     if (variant.hasEngine != mEngineInstalled) {
-        mHost.setEnginePath(variant.hasEngine ? std::optional(test::builtBundle("Probe.engine"))
+        mHost.setEnginePath(variant.hasEngine ? std::optional(testing::builtBundle("Probe.engine"))
                                               : std::nullopt);
         mEngineInstalled = variant.hasEngine;
     }
@@ -63,7 +63,7 @@ AudioUnit FuzzHost::OpenQuietly(const Variant& variant) {
 }
 
 AudioUnit FuzzHost::Open(const Variant& variant, const probe::Behaviour& behaviour) {
-    test::freshProbe().behaviour = behaviour;
+    testing::freshProbe().behaviour = behaviour;
     mHost.alerts.Clear();
     return OpenQuietly(variant);
 }
@@ -77,10 +77,12 @@ ComponentInstance FuzzHost::OpenView(const Variant& variant) {
 void FuzzHost::CheckNothingIsLeft() {
     const CFIndex objects = PlatformLiveObjectCount();
     const CFIndex expected = mObjects[mOpened.Index()];
-    if (objects != expected)
+    if (objects != expected) {
         std::fprintf(stderr, "%td objects instead of %td\n", objects, expected);
+    }
     FUZZ_CHECK(objects == expected);
-    FUZZ_CHECK(test::freshProbe().openInstances() == 0 && test::freshProbe().openEditors() == 0);
+    FUZZ_CHECK(testing::freshProbe().openInstances() == 0 &&
+               testing::freshProbe().openEditors() == 0);
 }
 
 } // namespace velnor::fuzz

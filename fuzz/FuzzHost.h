@@ -1,10 +1,11 @@
 // A host for fuzzers: the built instrument, with or without the probe engine, in a private home.
-#pragma once
+#ifndef VELNOR_FUZZ_FUZZHOST_H
+#define VELNOR_FUZZ_FUZZHOST_H
 
-#include "bridge/tests/TestHost.h"
 #include "fuzz/FuzzCheck.h"
 #include "platform/CFBundle.h"
 #include "platform/CFRef.h"
+#include "testing/TestHost.h"
 
 #include <array>
 
@@ -43,7 +44,7 @@ private:
     void Load(bool multiOutput, const std::string& bundle);
     AudioUnit OpenQuietly(const Variant& variant);
 
-    test::TestHost mHost;
+    testing::TestHost mHost;
     std::array<CFRef<CFBundleRef>, 2> mBundles;
     // Instrument and view of each.
     std::array<std::array<Component, 2>, 2> mComponents{};
@@ -54,3 +55,5 @@ private:
 };
 
 } // namespace velnor::fuzz
+
+#endif

@@ -54,9 +54,10 @@ AudioBufferList* HostMemory::BufferList(UInt32 count, UInt32 frames) {
     for (UInt32 i = 0; i < count; ++i) {
         const bool hasMemory = kind < 2 || (kind == 2 && mInput.ConsumeBool());
         UInt32 bytes = exact;
-        if (OneIn(mInput, 8))
+        if (OneIn(mInput, 8)) {
             bytes = hasMemory ? exact - std::min(exact, mInput.ConsumeIntegralInRange(1U, 32U))
                               : Number(mInput, 4096);
+        }
         list->mBuffers[i] = {mInput.ConsumeIntegral<UInt8>(), bytes,
                              hasMemory ? Block(bytes) : nullptr};
     }
@@ -70,8 +71,9 @@ bool OneIn(FuzzedDataProvider& input, int count) {
 UInt32 Number(FuzzedDataProvider& input, UInt32 small) {
     constexpr UInt32 kHighest = std::numeric_limits<UInt32>::max();
     constexpr UInt32 kEdges[] = {kHighest, kHighest / 2, kHighest / 2 + 1, 0x10000, 0xFFFF};
-    if (OneIn(input, 16))
+    if (OneIn(input, 16)) {
         return input.PickValueInArray(kEdges);
+    }
     return OneIn(input, 16) ? input.ConsumeIntegral<UInt32>()
                             : input.ConsumeIntegralInRange(0U, small);
 }

@@ -1,14 +1,14 @@
 // What a host points its arguments at: blocks of exactly the size that is told, and objects.
-#pragma once
+#ifndef VELNOR_FUZZ_HOSTMEMORY_H
+#define VELNOR_FUZZ_HOSTMEMORY_H
 
 #include "platform/AudioUnitTypes.h"
 #include "platform/CFRef.h"
 
 #include <cstring>
+#include <fuzzer/FuzzedDataProvider.h>
 #include <memory>
 #include <vector>
-
-#include <fuzzer/FuzzedDataProvider.h>
 
 namespace velnor::fuzz {
 
@@ -28,8 +28,9 @@ public:
     // A copy of the value, or one time in eight null.
     template <typename T>
     T* ValueOrNull(const T& value = {}) {
-        if (OneIn(mInput, 8))
+        if (OneIn(mInput, 8)) {
             return nullptr;
+        }
         UInt8* const block = Block(sizeof value);
         std::memcpy(block, static_cast<const void*>(&value), sizeof value);
         return reinterpret_cast<T*>(block);
@@ -51,3 +52,5 @@ private:
 };
 
 } // namespace velnor::fuzz
+
+#endif

@@ -1,5 +1,6 @@
 // A file that takes no place on any disk.
-#pragma once
+#ifndef VELNOR_FUZZ_MEMORYFILE_H
+#define VELNOR_FUZZ_MEMORYFILE_H
 
 #include "fuzz/FuzzCheck.h"
 
@@ -31,3 +32,5 @@ private:
 };
 
 } // namespace velnor::fuzz
+
+#endif

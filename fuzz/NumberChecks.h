@@ -1,5 +1,6 @@
 // The number functions against plain versions that follow their rules word by word.
-#pragma once
+#ifndef VELNOR_FUZZ_NUMBERCHECKS_H
+#define VELNOR_FUZZ_NUMBERCHECKS_H
 
 #include <string>
 
@@ -9,3 +10,5 @@ namespace velnor::fuzz {
 void checkNumbers(const std::string& bytes);
 
 } // namespace velnor::fuzz
+
+#endif

@@ -48,8 +48,9 @@ void ForEach(CFDictionaryRef dictionary, const Visit& visit) {
     std::vector<const void*> keys(count);
     std::vector<const void*> values(count);
     CFDictionaryGetKeysAndValues(dictionary, keys.data(), values.data());
-    for (std::size_t i = 0; i < count; ++i)
+    for (std::size_t i = 0; i < count; ++i) {
         visit(static_cast<CFStringRef>(keys[i]), values[i]);
+    }
 }
 
 std::string PathOfUserHost(CFStringRef domain) {
@@ -79,20 +80,22 @@ PreferenceFiles::PreferenceFiles(const std::string& domain)
 
 void PreferenceFiles::Remove() {
     for (const std::string& folder :
-         {mHome.ConfigHome(), mHome.ConfigDirs(), mHome.ConfigDirs() + "2"})
+         {mHome.ConfigHome(), mHome.ConfigDirs(), mHome.ConfigDirs() + "2"}) {
         std::filesystem::remove_all(folder + "/velnor");
+    }
 }
 
 void PreferenceFiles::Write(unsigned places, const std::string& content) {
     for (std::size_t place = 0; place < kFiles; ++place) {
-        if ((places >> place & 1U) != 0)
-            test::WriteFile(mPaths[place], content);
+        if ((places >> place & 1U) != 0) {
+            testing::WriteFile(mPaths[place], content);
+        }
     }
 }
 
 // Null where there is no dictionary.
 CFRef<CFTypeRef> PreferenceFiles::TreeIn(std::size_t place) const {
-    const std::string content = test::ReadFile(mPaths[place]);
+    const std::string content = testing::ReadFile(mPaths[place]);
     const CFRef<CFDataRef> data(CFDataCreate(kCFAllocatorDefault,
                                              reinterpret_cast<const UInt8*>(content.data()),
                                              static_cast<CFIndex>(content.size())));
@@ -106,10 +109,11 @@ CFRef<CFTypeRef> PreferenceFiles::TreeIn(std::size_t place) const {
 CFRef<CFTypeRef> PreferenceFiles::Merged(const std::vector<std::size_t>& places) const {
     CFRef<CFMutableDictionaryRef> merged = MakeDictionary();
     for (const std::size_t place : places) {
-        if (const CFRef<CFTypeRef> tree = TreeIn(place))
+        if (const CFRef<CFTypeRef> tree = TreeIn(place)) {
             ForEach(AsDictionary(tree), [&](CFStringRef key, const void* value) {
                 CFDictionaryAddValue(merged.Get(), key, value);
             });
+        }
     }
     return CFRef<CFTypeRef>(merged.Detach());
 }
@@ -138,8 +142,9 @@ void PreferenceFiles::CheckReading() const {
 
 std::vector<std::string> PreferenceFiles::Contents() const {
     std::vector<std::string> contents;
-    for (const std::string& path : mPaths)
-        contents.push_back(test::ReadFile(path));
+    for (const std::string& path : mPaths) {
+        contents.push_back(testing::ReadFile(path));
+    }
     return contents;
 }
 
@@ -153,8 +158,9 @@ void PreferenceFiles::CheckWriting(Scope scope) const {
     CFPreferencesSetValue(text.Get(), text.Get(), mDomain.Get(), user, host);
     const bool isWritten = CFPreferencesSynchronize(mDomain.Get(), user, host);
     const std::vector<std::string> after = Contents();
-    for (std::size_t place = 0; place < kFiles; ++place)
+    for (std::size_t place = 0; place < kFiles; ++place) {
         FUZZ_CHECK(place == places.front() || after[place] == before[place]);
+    }
     const CFRef<CFTypeRef> tree = TreeIn(places.front());
     FUZZ_CHECK(!isWritten || (tree && CFEqual(tree.Get(), expected.Get())));
 }

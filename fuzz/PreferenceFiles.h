@@ -1,9 +1,10 @@
 // A domain's files in a home of their own: whatever they hold, and what must be read of it.
-#pragma once
+#ifndef VELNOR_FUZZ_PREFERENCEFILES_H
+#define VELNOR_FUZZ_PREFERENCEFILES_H
 
 #include "platform/CFRef.h"
 #include "platform/CFString.h"
-#include "platform/tests/TempHome.h"
+#include "testing/TempHome.h"
 
 #include <string>
 #include <vector>
@@ -34,10 +35,12 @@ private:
     CFRef<CFTypeRef> Merged(const std::vector<std::size_t>& places) const;
     std::vector<std::string> Contents() const;
 
-    test::TempHome mHome;
-    test::ScopedEnv mFolders;
+    testing::TempHome mHome;
+    testing::ScopedEnv mFolders;
     CFRef<CFStringRef> mDomain;
     std::vector<std::string> mPaths;
 };
 
 } // namespace velnor::fuzz
+
+#endif

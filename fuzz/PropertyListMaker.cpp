@@ -39,10 +39,11 @@ CFRef<CFMutableDictionaryRef> EmptyDictionary() {
 }
 
 void Put(CFMutableDictionaryRef dictionary, const std::string& key, const CFRef<CFTypeRef>& value) {
-    if (value)
+    if (value) {
         CFDictionarySetValue(dictionary, Key(key).Get(), value.Get());
-    else
+    } else {
         CFDictionaryRemoveValue(dictionary, Key(key).Get());
+    }
 }
 
 } // namespace
@@ -55,8 +56,9 @@ CFRef<CFStringRef> Key(const std::string& text) {
 CFRef<CFTypeRef> PropertyListMaker::Mutated(CFDictionaryRef state) {
     const CFRef<CFMutableDictionaryRef> mutated(
         CFDictionaryCreateMutableCopy(kCFAllocatorDefault, 0, state));
-    for (int i = mInput.ConsumeIntegralInRange(0, 5); i >= 0; --i)
+    for (int i = mInput.ConsumeIntegralInRange(0, 5); i >= 0; --i) {
         Mutate(mutated.Get());
+    }
     return CFRef<CFTypeRef>::Retained(mutated.Get());
 }
 
@@ -96,8 +98,9 @@ CFRef<CFTypeRef> PropertyListMaker::AnyValue(int depth) {
     case 6: {
         CFRef<CFMutableArrayRef> array(
             CFArrayCreateMutable(kCFAllocatorDefault, 0, &kCFTypeArrayCallBacks));
-        if (const CFRef<CFTypeRef> value = AnyValue(depth + 1))
+        if (const CFRef<CFTypeRef> value = AnyValue(depth + 1)) {
             CFArrayAppendValue(array.Get(), value.Get());
+        }
         return CFRef<CFTypeRef>(array.Detach());
     }
     default:
@@ -117,8 +120,9 @@ CFRef<CFTypeRef> PropertyListMaker::AnyNumber() {
 
 CFRef<CFTypeRef> PropertyListMaker::AnyDictionary(int depth) {
     CFRef<CFMutableDictionaryRef> dictionary = EmptyDictionary();
-    for (int i = mInput.ConsumeIntegralInRange(0, 3); i > 0; --i)
+    for (int i = mInput.ConsumeIntegralInRange(0, 3); i > 0; --i) {
         Put(dictionary.Get(), mInput.PickValueInArray(kIndices), AnyValue(depth + 1));
+    }
     return CFRef<CFTypeRef>(dictionary.Detach());
 }
 
@@ -135,8 +139,9 @@ CFRef<CFTypeRef> PropertyListMaker::Data(const std::vector<UInt8>& bytes) {
 std::vector<UInt8> PropertyListMaker::Blob() {
     std::vector<UInt8> blob;
     const auto append = [&blob](UInt32 word) {
-        for (int shift = 24; shift >= 0; shift -= 8)
+        for (int shift = 24; shift >= 0; shift -= 8) {
             blob.push_back(static_cast<UInt8>(word >> shift));
+        }
     };
     for (int i = mInput.ConsumeIntegralInRange(0, 4); i > 0; --i) {
         append(Number(mInput, 4));
@@ -148,8 +153,9 @@ std::vector<UInt8> PropertyListMaker::Blob() {
             append(mInput.ConsumeIntegral<UInt32>());
         }
     }
-    if (OneIn(mInput, 4))
+    if (OneIn(mInput, 4)) {
         blob.resize(mInput.ConsumeIntegralInRange<std::size_t>(0, blob.size() + 8));
+    }
     return blob;
 }
 
@@ -157,9 +163,10 @@ CFRef<CFTypeRef> PropertyListMaker::ElementNames() {
     CFRef<CFMutableDictionaryRef> scopes = EmptyDictionary();
     for (int i = mInput.ConsumeIntegralInRange(0, 3); i > 0; --i) {
         const CFRef<CFMutableDictionaryRef> names = EmptyDictionary();
-        for (int name = mInput.ConsumeIntegralInRange(0, 3); name > 0; --name)
+        for (int name = mInput.ConsumeIntegralInRange(0, 3); name > 0; --name) {
             Put(names.Get(), mInput.PickValueInArray(kIndices),
                 OneIn(mInput, 8) ? AnyValue(kDeepest) : Text());
+        }
         Put(scopes.Get(), mInput.PickValueInArray(kIndices),
             CFRef<CFTypeRef>::Retained(names.Get()));
     }

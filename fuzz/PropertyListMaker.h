@@ -1,13 +1,13 @@
 // Property lists out of a fuzzer's input.
-#pragma once
+#ifndef VELNOR_FUZZ_PROPERTYLISTMAKER_H
+#define VELNOR_FUZZ_PROPERTYLISTMAKER_H
 
 #include "platform/CFDictionary.h"
 #include "platform/CFRef.h"
 
+#include <fuzzer/FuzzedDataProvider.h>
 #include <string>
 #include <vector>
-
-#include <fuzzer/FuzzedDataProvider.h>
 
 namespace velnor::fuzz {
 
@@ -36,3 +36,5 @@ private:
 };
 
 } // namespace velnor::fuzz
+
+#endif

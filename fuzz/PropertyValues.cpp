@@ -49,8 +49,9 @@ PropertyValues* Of(void* userData) {
 }
 
 OSStatus Beat(void* userData, Float64* beat, Float64* tempo) {
-    if (userData == nullptr)
+    if (userData == nullptr) {
         return -1;
+    }
     *beat = Real(Of(userData)->Input());
     *tempo = Real(Of(userData)->Input());
     return noErr;
@@ -58,8 +59,9 @@ OSStatus Beat(void* userData, Float64* beat, Float64* tempo) {
 
 OSStatus Location(void* userData, UInt32* next, Float32* numerator, UInt32* denominator,
                   Float64* downBeat) {
-    if (userData == nullptr)
+    if (userData == nullptr) {
         return -1;
+    }
     *next = Number(Of(userData)->Input(), 512);
     *numerator = static_cast<Float32>(Number(Of(userData)->Input(), 7));
     *denominator = Number(Of(userData)->Input(), 8);
@@ -69,8 +71,9 @@ OSStatus Location(void* userData, UInt32* next, Float32* numerator, UInt32* deno
 
 OSStatus Transport(void* userData, Boolean* playing, Boolean* changed, Float64* sample,
                    Boolean* cycling, Float64* start, Float64* end) {
-    if (userData == nullptr)
+    if (userData == nullptr) {
         return -1;
+    }
     *playing = Of(userData)->Input().ConsumeIntegral<Boolean>();
     *changed = Of(userData)->Input().ConsumeIntegral<Boolean>();
     *cycling = Of(userData)->Input().ConsumeIntegral<Boolean>();
@@ -89,9 +92,10 @@ OSStatus Notified(void*, AudioUnitRenderActionFlags* flags, const AudioTimeStamp
 // Takes itself out of the list.
 OSStatus NotifiedOnce(void* userData, AudioUnitRenderActionFlags*, const AudioTimeStamp*, UInt32,
                       UInt32, AudioBufferList*) {
-    if (userData != nullptr)
+    if (userData != nullptr) {
         FUZZ_CHECK(AudioUnitRemoveRenderNotify(Of(userData)->Unit(), NotifiedOnce, userData) ==
                    noErr);
+    }
     return noErr;
 }
 
@@ -137,8 +141,9 @@ AudioStreamBasicDescription Format(FuzzedDataProvider& input) {
         &AudioStreamBasicDescription::mBytesPerFrame,
         &AudioStreamBasicDescription::mFramesPerPacket,
         &AudioStreamBasicDescription::mBitsPerChannel};
-    if (OneIn(input, 8))
+    if (OneIn(input, 8)) {
         format.*input.PickValueInArray(kFields) = Number(input, 64);
+    }
     return format;
 }
 
@@ -200,8 +205,9 @@ std::vector<UInt8> PropertyValues::Value(AudioUnitPropertyID id) {
 
 // An object that is no state, or the instrument's own state.
 std::vector<UInt8> PropertyValues::State() {
-    if (OneIn(mInput, 2))
+    if (OneIn(mInput, 2)) {
         return Bytes(mMemory.Object());
+    }
     CFTypeRef state = nullptr;
     UInt32 size = sizeof state;
     AudioUnitGetProperty(mUnit, kAudioUnitProperty_ClassInfo, kAudioUnitScope_Global, 0, &state,
@@ -213,8 +219,9 @@ void PropertyValues::ReleaseObject(AudioUnitPropertyID id, const void* data, UIn
     const auto owned = std::find_if(std::begin(kOwned), std::end(kOwned),
                                     [id](const auto& entry) { return entry.first == id; });
     CFTypeRef object = nullptr;
-    if (owned == std::end(kOwned) || room < owned->second + sizeof object)
+    if (owned == std::end(kOwned) || room < owned->second + sizeof object) {
         return;
+    }
     std::memcpy(&object, static_cast<const UInt8*>(data) + owned->second, sizeof object);
     FUZZ_CHECK(object != nullptr);
     FUZZ_CHECK(id == kAudioUnitProperty_ClassInfo || CFGetTypeID(object) == CFStringGetTypeID());

@@ -1,6 +1,7 @@
 // Property addresses and values as a host may write them: whatever the bytes say, every pointer in
 // them is null or leads to what it must lead to.
-#pragma once
+#ifndef VELNOR_FUZZ_PROPERTYVALUES_H
+#define VELNOR_FUZZ_PROPERTYVALUES_H
 
 #include "fuzz/HostMemory.h"
 
@@ -44,3 +45,5 @@ private:
 };
 
 } // namespace velnor::fuzz
+
+#endif

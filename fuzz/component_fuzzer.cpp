@@ -4,6 +4,7 @@
 #include "fuzz/FuzzHost.h"
 #include "fuzz/HostMemory.h"
 #include "fuzz/PropertyValues.h"
+#include "fuzz/ViewSession.h"
 #include "platform/CarbonView.h"
 #include "platform/EventLoop.h"
 
@@ -16,77 +17,6 @@ namespace velnor::fuzz {
 namespace {
 
 constexpr int kMostCalls = 64;
-
-// A view of the instrument's, with a window to be in. Closed before the instrument.
-class ViewSession {
-public:
-    ViewSession(FuzzedDataProvider& input, HostMemory& memory, const Variant& variant,
-                AudioUnit unit)
-        : mInput(input), mMemory(memory), mUnit(unit), mView(FuzzHost::Shared().OpenView(variant)),
-          mCaller(input, kView, FuzzHost::Shared().ViewEntry(variant), mView) {
-        const Rect bounds = {0, 0, 400, 600};
-        const WindowAttributes attributes =
-            input.ConsumeBool() ? kWindowCompositingAttribute : kWindowNoAttributes;
-        FUZZ_CHECK(CreateNewWindow(attributes, &bounds, &mWindow) == noErr);
-        FUZZ_CHECK(GetRootControl(mWindow, &mRoot) == noErr);
-    }
-    ~ViewSession() {
-        mCaller.Close();
-        DisposeWindow(mWindow);
-    }
-    ViewSession(const ViewSession&) = delete;
-    ViewSession& operator=(const ViewSession&) = delete;
-
-    void Call() {
-        switch (mInput.ConsumeIntegralInRange<int>(0, 15)) {
-        case 0:
-            mCaller.Send(kComponentOpenSelect, ComponentInstance{nullptr});
-            return;
-        case 1:
-            mCaller.Send(kComponentCloseSelect, mView);
-            return;
-        case 2:
-        case 3:
-            mCaller.Ask();
-            return;
-        case 4:
-            mCaller.SendToNobody();
-            return;
-        case 5:
-        case 6:
-            mCaller.SendNulls();
-            return;
-        case 7:
-            PlatformAdvanceEventLoop(0.5);
-            return;
-        default:
-            Create();
-        }
-    }
-
-private:
-    const Float32Point* Point() {
-        const auto x = static_cast<Float32>(OneIn(mInput, 4) ? Real(mInput) : 10.5);
-        return mMemory.ValueOrNull(Float32Point{x, 20.5F});
-    }
-
-    void Create() {
-        auto* const place = mMemory.ValueOrNull<ControlRef>();
-        const ComponentResult status =
-            mCaller.Send(kAudioUnitCarbonViewCreateSelect, OneIn(mInput, 8) ? nullptr : mUnit,
-                         OneIn(mInput, 8) ? nullptr : mWindow, OneIn(mInput, 8) ? nullptr : mRoot,
-                         Point(), Point(), place);
-        FUZZ_CHECK(status != noErr || GetControlOwner(*place) == mWindow);
-    }
-
-    FuzzedDataProvider& mInput;
-    HostMemory& mMemory;
-    const AudioUnit mUnit;
-    const ComponentInstance mView;
-    ComponentCaller mCaller;
-    WindowRef mWindow = nullptr;
-    ControlRef mRoot = nullptr;
-};
 
 class Session {
 public:
@@ -110,10 +40,12 @@ public:
             &Session::Midi,          &Session::SysEx,        &Session::StartNote,
             &Session::OtherNotes,    &Session::Render,       &Session::Render,
             &Session::FastParameter, &Session::FastMidi};
-        if (mInput.ConsumeBool())
+        if (mInput.ConsumeBool()) {
             Send(kAudioUnitInitializeSelect);
-        for (int i = 0; i < kMostCalls && mInput.remaining_bytes() > 0; ++i)
+        }
+        for (int i = 0; i < kMostCalls && mInput.remaining_bytes() > 0; ++i) {
             (this->*mInput.PickValueInArray(kCalls))();
+        }
         CheckEngineCalls();
     }
 
@@ -123,7 +55,10 @@ private:
         behaviour.version = OneIn(input, 4) ? "1025" : "1026";
         behaviour.leaveHandleZero = OneIn(input, 16);
         behaviour.chunkResult = OneIn(input, 4) ? -1 : 0;
-        behaviour.reportEmptyChunk = OneIn(input, 4);
+        behaviour.chunkSize.reset();
+        if (OneIn(input, 4)) {
+            behaviour.chunkSize = OneIn(input, 2) ? 0 : -1;
+        }
         behaviour.vendorResult = OneIn(input, 4) ? 7 : 0;
         behaviour.answerVendor = OneIn(input, 2);
         return behaviour;
@@ -131,11 +66,12 @@ private:
 
     // Every block of events came in order, and no larger than it may be.
     static void CheckEngineCalls() {
-        for (const probe::Call& call : test::callsOf(kOpProcess)) {
+        for (const probe::Call& call : testing::callsOf(kOpProcess)) {
             std::vector<MIDIEvent> events((call.bytes[0].size() - sizeof(UInt32)) /
                                           sizeof(MIDIEvent));
-            if (events.empty())
+            if (events.empty()) {
                 continue;
+            }
             std::memcpy(events.data(), call.bytes[0].data() + sizeof(UInt32),
                         events.size() * sizeof(MIDIEvent));
             FUZZ_CHECK(events.size() <= kOrmoMaxBlockEvents);
@@ -186,8 +122,9 @@ private:
     }
 
     void View() {
-        if (!mView)
+        if (!mView) {
             mView.emplace(mInput, mMemory, mVariant, mUnit);
+        }
         mView->Call();
     }
 
@@ -197,15 +134,17 @@ private:
         const bool hasInfo = Send(kAudioUnitGetPropertyInfoSelect, at.id, at.scope, at.element,
                                   infoSize, mMemory.ValueOrNull<Boolean>()) == noErr;
         UInt32 room = Number(mInput, 64);
-        if (hasInfo && infoSize != nullptr && mInput.ConsumeBool())
+        if (hasInfo && infoSize != nullptr && mInput.ConsumeBool()) {
             room = *infoSize;
+        }
         room = std::min(room, kMostPropertyBytes);
         void* const data = !OneIn(mInput, 8) ? mMemory.Block(room, mInput.ConsumeBool()) : nullptr;
         auto* const size = mMemory.ValueOrNull(room);
         const ComponentResult status =
             Send(kAudioUnitGetPropertySelect, at.id, at.scope, at.element, data, size);
-        if (status != noErr || data == nullptr || size == nullptr)
+        if (status != noErr || data == nullptr || size == nullptr) {
             return;
+        }
         FUZZ_CHECK(*size <= room);
         mValues.ReleaseObject(at.id, data, room);
     }
@@ -213,18 +152,22 @@ private:
     void SetProperty() {
         const PropertyAddress at = mValues.Address();
         std::vector<UInt8> value = mValues.Value(at.id);
-        if (OneIn(mInput, 16))
+        if (OneIn(mInput, 16)) {
             value.resize(mInput.ConsumeIntegralInRange<std::size_t>(0, value.size() + 16));
+        }
         // Half a pointer, which is kept as it is, leads nowhere.
-        if (at.id == kAudioUnitProperty_HostCallbacks)
+        if (at.id == kAudioUnitProperty_HostCallbacks) {
             value.resize(value.size() / sizeof(void*) * sizeof(void*));
+        }
         UInt8* data = mMemory.Block(value.size(), mInput.ConsumeBool());
         std::copy(value.begin(), value.end(), data);
-        if (OneIn(mInput, 16))
+        if (OneIn(mInput, 16)) {
             data = nullptr;
+        }
         auto size = static_cast<UInt32>(value.size());
-        if (data == nullptr && mInput.ConsumeBool())
+        if (data == nullptr && mInput.ConsumeBool()) {
             size = 0;
+        }
         Send(kAudioUnitSetPropertySelect, at.id, at.scope, at.element, static_cast<void*>(data),
              size);
     }
@@ -243,10 +186,11 @@ private:
     void Listener() {
         const AudioUnitPropertyID id = mValues.Address().id;
         const auto proc = mValues.Listener();
-        if (mInput.ConsumeBool())
+        if (mInput.ConsumeBool()) {
             Send(kAudioUnitAddPropertyListenerSelect, id, proc, mValues.UserData());
-        else
+        } else {
             Send(kAudioUnitRemovePropertyListenerSelect, id, proc);
+        }
     }
 
     void Notification() {
@@ -276,11 +220,13 @@ private:
         const UInt32 data1 = Number(mInput, 127);
         const UInt32 offset = Number(mInput, 2048);
         Send(kMusicDeviceMIDIEventSelect, status, data1, Number(mInput, 127), offset);
-        if (!OneIn(mInput, 16))
+        if (!OneIn(mInput, 16)) {
             return;
+        }
         // A burst; the longest fills the queue.
-        for (UInt32 i = mInput.ConsumeIntegralInRange(0U, 1100U); i > 0; --i)
+        for (UInt32 i = mInput.ConsumeIntegralInRange(0U, 1100U); i > 0; --i) {
             Known(MusicDeviceMIDIEvent(mUnit, status, data1, 0, i * offset % 2048));
+        }
     }
 
     void SysEx() {
@@ -329,8 +275,9 @@ private:
         const ComponentResult status =
             mInput.ConsumeBool() ? FastRender(flags, stamp, bus, frames, data)
                                  : Send(kAudioUnitRenderSelect, flags, stamp, bus, frames, data);
-        if (status == noErr)
+        if (status == noErr) {
             CheckRendered(*list, before, frames);
+        }
     }
 
     // What the host reads is there.
@@ -343,8 +290,9 @@ private:
             FUZZ_CHECK(passed.mData == nullptr || buffer.mData == passed.mData);
             FUZZ_CHECK(passed.mData == nullptr || buffer.mDataByteSize <= passed.mDataByteSize);
             const auto* const samples = static_cast<const volatile UInt8*>(buffer.mData);
-            if (frames > 0 && buffer.mDataByteSize > 0)
+            if (frames > 0 && buffer.mDataByteSize > 0) {
                 mSink = samples[0] + samples[buffer.mDataByteSize - 1];
+            }
         }
     }
 
@@ -373,8 +321,9 @@ private:
         const UInt32 element = Number(mInput, 3);
         const auto set = FastEntry<AudioUnitSetParameterProc>(kAudioUnitSetParameterSelect);
         const auto get = FastEntry<AudioUnitGetParameterProc>(kAudioUnitGetParameterSelect);
-        if (set == nullptr || get == nullptr)
+        if (set == nullptr || get == nullptr) {
             return;
+        }
         const Float32 value = AnyFloat();
         Float32 back = 0;
         if (Known(set(storage, id, scope, element, value, Number(mInput, 64))) == noErr) {
@@ -386,9 +335,10 @@ private:
 
     void FastMidi() {
         const auto proc = FastEntry<MusicDeviceMIDIEventProc>(kMusicDeviceMIDIEventSelect);
-        if (proc != nullptr)
+        if (proc != nullptr) {
             Known(proc(GetComponentInstanceStorage(mUnit), Number(mInput, 255), Number(mInput, 127),
                        Number(mInput, 127), Number(mInput, 2048)));
+        }
     }
 
     FuzzedDataProvider& mInput;

@@ -5,10 +5,9 @@
 
 #include <algorithm>
 #include <cstring>
+#include <fuzzer/FuzzedDataProvider.h>
 #include <memory>
 #include <vector>
-
-#include <fuzzer/FuzzedDataProvider.h>
 
 namespace {
 

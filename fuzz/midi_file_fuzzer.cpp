@@ -1,14 +1,13 @@
 // Song files from anywhere: a clear refusal, or the messages that the file holds, in order, and a
 // tempo map that only ever goes forward.
 #include "fuzz/FuzzCheck.h"
-#include "host/JobError.h"
-#include "host/MidiSong.h"
+#include "host/job/JobError.h"
+#include "host/song/MidiSong.h"
 
 #include <algorithm>
 #include <cmath>
-#include <map>
-
 #include <fuzzer/FuzzedDataProvider.h>
+#include <map>
 
 namespace {
 
@@ -20,8 +19,9 @@ constexpr std::size_t kChunkHeaderSize = 8;
 constexpr std::int64_t kLongest = 0x7FFFFFFF;
 
 void append(Bytes& bytes, std::size_t value, int width) {
-    for (int i = width - 1; i >= 0; --i)
+    for (int i = width - 1; i >= 0; --i) {
         bytes.push_back(static_cast<std::uint8_t>(value >> (8 * i)));
+    }
 }
 
 void appendChunk(Bytes& file, const char* type, const Bytes& content) {
@@ -43,8 +43,9 @@ Bytes wrapped(FuzzedDataProvider& input) {
         const std::size_t size = i == tracks ? input.remaining_bytes()
                                              : input.ConsumeIntegralInRange<std::size_t>(0, 256);
         Bytes events = input.ConsumeBytes<std::uint8_t>(size);
-        if (i % 2 == 1)
+        if (i % 2 == 1) {
             events.insert(events.end(), {0, 0xFF, 0x2F, 0});
+        }
         appendChunk(file, "MTrk", events);
     }
     return file;
@@ -85,8 +86,9 @@ private:
                 mAt += isMeta ? 2 : 1;
                 const std::int64_t length = quantity();
                 mAt += static_cast<std::size_t>(length);
-                if (isEnd)
+                if (isEnd) {
                     return;
+                }
                 continue;
             }
             if (first >= 0x80) {
@@ -102,16 +104,17 @@ private:
 
     std::int64_t quantity() {
         std::int64_t value = 0;
-        do
+        do {
             value = value * 128 + (mFile[mAt] & 0x7F);
-        while (mFile[mAt++] >= 0x80);
+        } while (mFile[mAt++] >= 0x80);
         return value;
     }
 
     std::size_t number(std::size_t at, std::size_t width) const {
         std::size_t value = 0;
-        for (std::size_t i = 0; i < width; ++i)
+        for (std::size_t i = 0; i < width; ++i) {
             value = value * 256 + mFile[at + i];
+        }
         return value;
     }
 

@@ -8,7 +8,6 @@
 #include "support/InstallationRegistry.h"
 
 #include <algorithm>
-
 #include <fuzzer/FuzzedDataProvider.h>
 
 namespace {
@@ -34,8 +33,9 @@ void readEverything(const Texts& path, int depth) {
         int number = 0;
         readConfigStringValue(kDomain, inner, text, CONFIG_LEVEL_SEARCH);
         readConfigIntValue(kDomain, key, number, CONFIG_LEVEL_SEARCH);
-        if (depth < 6)
+        if (depth < 6) {
             readEverything(inner, depth + 1);
+        }
     }
 }
 

@@ -1,5 +1,4 @@
-/* Property lists from hostile bytes: whatever is read must be written again, and read back equal.
- */
+// Property lists from hostile bytes: whatever is read must be written again, and read back equal.
 #include "fuzz/FuzzCheck.h"
 #include "platform/CFPropertyList.h"
 #include "platform/CFRef.h"

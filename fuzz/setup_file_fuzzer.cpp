@@ -53,8 +53,9 @@ public:
         const bool hasRoot = mInput.ConsumeIntegralInRange(0, 7) != 7;
         const std::string root = hasRoot ? "OrmoSetup" : pick({"Other", "ormosetup", "OrmoSetup2"});
         mFile += "<" + root + space() + ">";
-        for (int i = mInput.ConsumeIntegralInRange(0, 8); i > 0; --i)
+        for (int i = mInput.ConsumeIntegralInRange(0, 8); i > 0; --i) {
             addChild();
+        }
         mFile += "</" + root + ">\n";
         mAnswer = hasRoot ? mAnswer : kNoRoot;
     }
@@ -69,11 +70,13 @@ private:
     std::string space() { return pick({"", " ", "\n\t"}); }
 
     std::string value(const std::string& expected) {
-        if (mInput.ConsumeBool())
+        if (mInput.ConsumeBool()) {
             return expected;
+        }
         std::string any = mInput.ConsumeRandomLengthString(16);
-        for (char& c : any)
+        for (char& c : any) {
             c = static_cast<char>(' ' + static_cast<unsigned char>(c) % ('~' - ' ' + 1));
+        }
         return pick({any, any + "\xC3\xA9", expected + " ", expected.substr(1), "", "tavo"});
     }
 
@@ -82,10 +85,11 @@ private:
         const std::string quote = pick({"'", "\""});
         std::string out;
         for (const char c : text) {
-            if (std::string("<>&'\"").find(c) != std::string::npos || (c == 'T' && quote == "'"))
+            if (std::string("<>&'\"").find(c) != std::string::npos || (c == 'T' && quote == "'")) {
                 out += "&#" + std::to_string(c) + ";";
-            else
+            } else {
                 out += c;
+            }
         }
         return quote + out + quote;
     }
@@ -120,8 +124,9 @@ private:
         const std::string& expected = name == "product" ? kProduct : kVendor;
         const std::string content = value(expected);
         mFile += property(name, content);
-        if (content != expected && (name == "vendor" || name == "product"))
+        if (content != expected && (name == "vendor" || name == "product")) {
             mAnswer = (name == "vendor" ? kWrongVendor : kWrongProduct) + content;
+        }
     }
 
     FuzzedDataProvider& mInput;

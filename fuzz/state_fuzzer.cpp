@@ -30,8 +30,9 @@ CFTypeRef ValueOf(CFTypeRef dictionary, const char* key, CFTypeID type) {
 bool NumberIs(CFTypeRef state, const char* key, OSType code) {
     const CFTypeRef number = ValueOf(state, key, CFNumberGetTypeID());
     Float64 value = 0;
-    if (number == nullptr)
+    if (number == nullptr) {
         return false;
+    }
     CFNumberGetValue(static_cast<CFNumberRef>(number), kCFNumberFloat64Type, &value);
     return value == static_cast<SInt32>(code);
 }
@@ -47,8 +48,9 @@ bool IsState(CFTypeRef value, AudioUnit unit) {
 }
 
 std::vector<UInt8> BytesOf(CFTypeRef data) {
-    if (data == nullptr)
+    if (data == nullptr) {
         return {};
+    }
     const UInt8* const bytes = CFDataGetBytePtr(static_cast<CFDataRef>(data));
     return {bytes, bytes + CFDataGetLength(static_cast<CFDataRef>(data))};
 }
@@ -56,12 +58,14 @@ std::vector<UInt8> BytesOf(CFTypeRef data) {
 // The index that a key writes, at most kMaximumElementsPerScope.
 std::optional<UInt64> IndexOf(CFStringRef key) {
     char text[kLongestKey + 1];
-    if (!CFStringGetCString(key, text, sizeof text, kCFStringEncodingASCII) || *text == '\0')
+    if (!CFStringGetCString(key, text, sizeof text, kCFStringEncodingASCII) || *text == '\0') {
         return std::nullopt;
+    }
     UInt64 index = 0;
     for (const char* c = text; *c != '\0'; ++c) {
-        if (*c < '0' || *c > '9')
+        if (*c < '0' || *c > '9') {
             return std::nullopt;
+        }
         index =
             std::min<UInt64>(index * 10 + static_cast<UInt64>(*c - '0'), kMaximumElementsPerScope);
     }
@@ -74,9 +78,10 @@ public:
     Expectation(CFTypeRef state, const std::array<UInt32, kScopes>& counts) : mCounts(counts) {
         ReadBlob(BytesOf(ValueOf(state, "data", CFDataGetTypeID())));
         const CFTypeRef names = ValueOf(state, "element-name", CFDictionaryGetTypeID());
-        for (UInt32 scope = 0; scope < kScopes && names != nullptr && status == noErr; ++scope)
+        for (UInt32 scope = 0; scope < kScopes && names != nullptr && status == noErr; ++scope) {
             ReadNames(scope,
                       ValueOf(names, std::to_string(scope).c_str(), CFDictionaryGetTypeID()));
+        }
     }
 
     OSStatus status = noErr;
@@ -95,13 +100,16 @@ private:
         while (left() >= 2) {
             const UInt32 scope = word();
             const UInt32 element = word();
-            if (scope >= kScopes)
+            if (scope >= kScopes) {
                 status = kAudioUnitErr_InvalidScope;
-            if (scope >= kScopes || element >= mCounts[scope] || left() < 1)
+            }
+            if (scope >= kScopes || element >= mCounts[scope] || left() < 1) {
                 return;
+            }
             const UInt64 count = word();
-            if (left() < 2 * count)
+            if (left() < 2 * count) {
                 return;
+            }
             for (UInt64 i = 0; i < count; ++i) {
                 const UInt32 id = word();
                 parameters[{scope, element, id}] = word();
@@ -110,20 +118,20 @@ private:
     }
 
     void ReadNames(UInt32 scope, CFTypeRef names) {
-        if (names == nullptr)
+        if (names == nullptr) {
             return;
+        }
         const auto dictionary = static_cast<CFDictionaryRef>(names);
         std::vector<const void*> keys(static_cast<std::size_t>(CFDictionaryGetCount(dictionary)));
         CFDictionaryGetKeysAndValues(dictionary, keys.data(), nullptr);
         UInt64 count = mCounts[scope];
         for (const void* key : keys) {
-            if (const auto index = IndexOf(static_cast<CFStringRef>(key)))
+            const auto index = IndexOf(static_cast<CFStringRef>(key));
+            if (index && *index < kMaximumElementsPerScope) {
                 count = std::max(count, *index + 1);
+            }
         }
-        if (count > kMaximumElementsPerScope)
-            status = kAudioUnitErr_InvalidPropertyValue;
-        else
-            mCounts[scope] = static_cast<UInt32>(count);
+        mCounts[scope] = static_cast<UInt32>(count);
     }
 
     std::array<UInt32, kScopes> mCounts;
@@ -138,11 +146,13 @@ public:
     Session(const Variant& variant, bool isInitialized)
         : mUnit(FuzzHost::Shared().Open(variant)),
           mIsConnected(variant.hasEngine && isInitialized) {
-        if (isInitialized)
+        if (isInitialized) {
             FUZZ_CHECK(AudioUnitInitialize(mUnit) == noErr);
+        }
         for (const AudioUnitPropertyID id :
-             {kAudioUnitProperty_CurrentPreset, kAudioUnitProperty_PresentPreset})
+             {kAudioUnitProperty_CurrentPreset, kAudioUnitProperty_PresentPreset}) {
             FUZZ_CHECK(AudioUnitAddPropertyListener(mUnit, id, Count, &mPresetChanges) == noErr);
+        }
     }
     ~Session() { FUZZ_CHECK(CloseComponent(mUnit) == noErr); }
     Session(const Session&) = delete;
@@ -173,8 +183,9 @@ public:
         const std::vector<std::vector<UInt8>> chunks = Chunks();
         FUZZ_CHECK(chunks.size() == (reachesEngine ? 1 : 0));
         FUZZ_CHECK(!reachesEngine || chunks[0] == BytesOf(chunk));
-        if (expected.status == noErr)
+        if (expected.status == noErr) {
             CheckPreset(value);
+        }
         CheckSavedState();
     }
 
@@ -196,8 +207,9 @@ private:
 
     static std::vector<std::vector<UInt8>> Chunks() {
         std::vector<std::vector<UInt8>> chunks;
-        for (const probe::Call& call : test::callsOf(kOpSetChunk))
+        for (const probe::Call& call : testing::callsOf(kOpSetChunk)) {
             chunks.emplace_back(call.bytes[0].begin(), call.bytes[0].end());
+        }
         return chunks;
     }
 
@@ -205,8 +217,9 @@ private:
         for (const auto& [at, bits] : expected.parameters) {
             const auto [scope, element, id] = at;
             Float32 value = 0;
-            if (scope == kAudioUnitScope_Group)
+            if (scope == kAudioUnitScope_Group) {
                 continue;
+            }
             FUZZ_CHECK(AudioUnitGetParameter(mUnit, id, scope, element, &value) == noErr);
             FUZZ_CHECK(std::bit_cast<UInt32>(value) == bits);
         }

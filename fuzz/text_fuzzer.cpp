@@ -53,16 +53,18 @@ Texts plainLines(const std::string& text) {
     std::string line;
     for (std::size_t i = 0; i < text.size(); ++i) {
         const bool ends = text[i] == '\r' || text[i] == '\n';
-        if (!ends)
+        if (!ends) {
             line += text[i];
+        }
         const bool hasMore = i + 1 < text.size();
         // A bare carriage return that ends the text ends no empty line.
         if ((ends && (text[i] == '\n' || hasMore || !line.empty())) || (!ends && !hasMore)) {
             lines.push_back(line);
             line.clear();
         }
-        if (text[i] == '\r' && hasMore && text[i + 1] == '\n')
+        if (text[i] == '\r' && hasMore && text[i + 1] == '\n') {
             ++i;
+        }
     }
     return lines;
 }
@@ -70,8 +72,9 @@ Texts plainLines(const std::string& text) {
 void checkGetLine(const std::string& text) {
     std::istringstream in(text);
     Texts lines;
-    for (std::string line; getLine(in, line);)
+    for (std::string line; getLine(in, line);) {
         lines.push_back(line);
+    }
     FUZZ_CHECK(lines == plainLines(text));
 }
 
@@ -79,13 +82,15 @@ void checkTokens(const std::string& text, const std::string& delimiter) {
     Texts tokens;
     PSimpleStringTokenizer(text, delimiter, tokens);
     std::string joined;
-    for (std::size_t i = 0; i < tokens.size(); ++i)
+    for (std::size_t i = 0; i < tokens.size(); ++i) {
         joined += (i == 0 ? "" : delimiter) + tokens[i];
+    }
     FUZZ_CHECK(tokens.size() != 1);
     FUZZ_CHECK(tokens.empty() ? delimiter.empty() || text.find(delimiter) == kNone
                               : joined == text);
-    for (std::size_t i = 0; i + 1 < tokens.size(); ++i)
+    for (std::size_t i = 0; i + 1 < tokens.size(); ++i) {
         FUZZ_CHECK((tokens[i] + delimiter).find(delimiter) == tokens[i].size());
+    }
 }
 
 std::string plainReplace(const std::string& text, const std::string& search,
@@ -111,17 +116,20 @@ void checkReplace(const std::string& text, const std::string& search,
 }
 
 std::string plainTrim(std::string text, const std::string& set, bool left, bool right) {
-    while (left && !text.empty() && set.find(text.front()) != kNone)
+    while (left && !text.empty() && set.find(text.front()) != kNone) {
         text.erase(0, 1);
-    while (right && !text.empty() && set.find(text.back()) != kNone)
+    }
+    while (right && !text.empty() && set.find(text.back()) != kNone) {
         text.pop_back();
+    }
     return text;
 }
 
 std::string plainTrim(const std::string& text) {
     std::string blanks;
-    for (char c = 0; c <= ' '; ++c)
+    for (char c = 0; c <= ' '; ++c) {
         blanks += c;
+    }
     return plainTrim(text, blanks, true, true);
 }
 
@@ -142,8 +150,9 @@ void checkStringMap(const std::string& text, char separator) {
     std::map<std::string, std::string> actual = expected;
     for (const std::string& line : plainLines(text)) {
         const std::size_t at = line.find(separator);
-        if (at != kNone)
+        if (at != kNone) {
             expected[plainTrim(line.substr(0, at))] = plainTrim(line.substr(at + 1));
+        }
     }
     static const MemoryFile kFile;
     FUZZ_CHECK(createStringMap(kFile.holding(text), actual, separator));
@@ -167,8 +176,9 @@ void checkCase(const std::string& text) {
 // The path's parts before and after its last mark.
 std::optional<std::pair<std::string, std::string>> plainParts(const std::string& path, char mark) {
     for (std::size_t i = path.size(); i > 0; --i) {
-        if (path[i - 1] == mark)
+        if (path[i - 1] == mark) {
             return std::pair(path.substr(0, i - 1), path.substr(i));
+        }
     }
     return std::nullopt;
 }
@@ -184,8 +194,9 @@ void checkParts(const std::string& path) {
 }
 
 std::string plainExchange(std::string text, const std::string& set, char byte) {
-    for (char& c : text)
+    for (char& c : text) {
         c = set.find(c) != kNone ? byte : c;
+    }
     return text;
 }
 

@@ -24,18 +24,21 @@ public:
                                                             : kWindowNoAttributes,
                                        &bounds, &window) == noErr);
         }
-        if (mInput.ConsumeBool())
+        if (mInput.ConsumeBool()) {
             AudioUnitInitialize(mUnit);
+        }
     }
     ~Session() {
-        if (mInput.ConsumeBool())
+        if (mInput.ConsumeBool()) {
             DisposeWindows();
+        }
         FUZZ_CHECK(CloseComponent(mView) == noErr);
         PlatformAdvanceEventLoop(1);
         DisposeWindows();
         FUZZ_CHECK(CloseComponent(mUnit) == noErr);
-        if (!mEditorIsEmbedded)
+        if (!mEditorIsEmbedded) {
             DisposeControl(mEditor);
+        }
     }
     Session(const Session&) = delete;
     Session& operator=(const Session&) = delete;
@@ -97,13 +100,15 @@ private:
         FUZZ_CHECK(status == noErr || status == paramErr || status == kEditorRefused);
         FUZZ_CHECK(status != noErr || GetControlOwner(*place) == window);
         ControlRef parent = nullptr;
-        if (status == noErr && GetSuperControl(mEditor, &parent) == noErr && parent != nullptr)
+        if (status == noErr && GetSuperControl(mEditor, &parent) == noErr && parent != nullptr) {
             mEditorIsEmbedded = true;
+        }
     }
 
     void DisposeWindows() {
-        for (WindowRef& window : mWindows)
+        for (WindowRef& window : mWindows) {
             DisposeWindow(std::exchange(window, nullptr));
+        }
     }
 
     FuzzedDataProvider& mInput;

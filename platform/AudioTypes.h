@@ -1,4 +1,4 @@
-/* Sample formats, buffers, time stamps and channel layouts. */
+// Sample formats, buffers, time stamps and channel layouts.
 #ifndef VELNOR_PLATFORM_AUDIOTYPES_H
 #define VELNOR_PLATFORM_AUDIOTYPES_H
 
@@ -7,7 +7,7 @@
 VELNOR_BEGIN_C
 
 typedef struct AudioStreamBasicDescription {
-    Float64 mSampleRate; /* frames per second */
+    Float64 mSampleRate; // frames per second
     UInt32 mFormatID;
     UInt32 mFormatFlags;
     UInt32 mBytesPerPacket;
@@ -39,7 +39,7 @@ enum {
 };
 
 typedef struct AudioBuffer {
-    UInt32 mNumberChannels; /* interleaved in this buffer */
+    UInt32 mNumberChannels; // interleaved in this buffer
     UInt32 mDataByteSize;
     void* mData;
 } AudioBuffer;
@@ -50,7 +50,7 @@ VELNOR_ASSERT_SIZE(AudioBuffer, VELNOR_BY_WIDTH(12, 16));
 
 typedef struct AudioBufferList {
     UInt32 mNumberBuffers;
-    AudioBuffer mBuffers[1]; /* mNumberBuffers of them */
+    AudioBuffer mBuffers[1]; // mNumberBuffers of them
 } AudioBufferList;
 VELNOR_ASSERT_OFFSET(AudioBufferList, mNumberBuffers, 0);
 VELNOR_ASSERT_OFFSET(AudioBufferList, mBuffers, VELNOR_BY_WIDTH(4, 8));
@@ -75,9 +75,9 @@ VELNOR_ASSERT_OFFSET(SMPTETime, mSeconds, 20);
 VELNOR_ASSERT_OFFSET(SMPTETime, mFrames, 22);
 VELNOR_ASSERT_SIZE(SMPTETime, 24);
 
-/* mFlags says which fields hold. */
+// mFlags says which fields hold.
 typedef struct AudioTimeStamp {
-    Float64 mSampleTime; /* frames */
+    Float64 mSampleTime; // frames
     UInt64 mHostTime;
     Float64 mRateScalar;
     UInt64 mWordClockTime;
@@ -101,7 +101,7 @@ enum {
     kAudioChannelLayoutTag_UseChannelDescriptions = 0,
     kAudioChannelLayoutTag_Mono = 0x640001,
     kAudioChannelLayoutTag_Stereo = 0x650002,
-    kAudioChannelLayoutTag_DiscreteInOrder = 0x930000 /* OR the channel count */
+    kAudioChannelLayoutTag_DiscreteInOrder = 0x930000 // OR the channel count
 };
 enum { kAudioChannelLabel_Mono = 42 };
 
@@ -119,7 +119,7 @@ typedef struct AudioChannelLayout {
     AudioChannelLayoutTag mChannelLayoutTag;
     UInt32 mChannelBitmap;
     UInt32 mNumberChannelDescriptions;
-    AudioChannelDescription mChannelDescriptions[1]; /* mNumberChannelDescriptions of them */
+    AudioChannelDescription mChannelDescriptions[1]; // mNumberChannelDescriptions of them
 } AudioChannelLayout;
 VELNOR_ASSERT_OFFSET(AudioChannelLayout, mChannelLayoutTag, 0);
 VELNOR_ASSERT_OFFSET(AudioChannelLayout, mChannelBitmap, 4);

@@ -1,7 +1,7 @@
-/* The calls that a host makes on an audio unit. Each builds the component parameter block and
- * enters the component through its exported entry; each answers badComponentInstance for a null
- * unit and otherwise what the component answers. The thread, concurrency and real-time class are
- * those of the operation; the call itself adds nothing that blocks. */
+// The calls that a host makes on an audio unit. Each builds the component parameter block and
+// enters the component through its exported entry; each answers badComponentInstance for a null
+// unit and otherwise what the component answers. The thread, concurrency and real-time class are
+// those of the operation; the call itself adds nothing that blocks.
 #ifndef VELNOR_PLATFORM_AUDIOUNIT_H
 #define VELNOR_PLATFORM_AUDIOUNIT_H
 
@@ -10,7 +10,7 @@
 
 VELNOR_BEGIN_C
 
-/* Thread main. */
+// Thread main.
 VELNOR_PLATFORM_API OSStatus AudioUnitInitialize(AudioUnit unit);
 VELNOR_PLATFORM_API OSStatus AudioUnitUninitialize(AudioUnit unit);
 VELNOR_PLATFORM_API OSStatus AudioUnitGetPropertyInfo(AudioUnit unit, AudioUnitPropertyID id,
@@ -30,7 +30,7 @@ VELNOR_PLATFORM_API OSStatus AudioUnitRemovePropertyListener(AudioUnit unit, Aud
                                                              AudioUnitPropertyListenerProc proc);
 VELNOR_PLATFORM_API OSStatus AudioUnitReset(AudioUnit unit, AudioUnitScope scope,
                                             AudioUnitElement element);
-/* Thread any. */
+// Thread any.
 VELNOR_PLATFORM_API OSStatus
 AudioUnitGetParameter(AudioUnit unit, AudioUnitParameterID id, AudioUnitScope scope,
                       AudioUnitElement element, AudioUnitParameterValue* value) VELNOR_NONBLOCKING;
@@ -42,7 +42,7 @@ VELNOR_PLATFORM_API OSStatus AudioUnitAddRenderNotify(AudioUnit unit, AURenderCa
                                                       void* userData);
 VELNOR_PLATFORM_API OSStatus AudioUnitRemoveRenderNotify(AudioUnit unit, AURenderCallback proc,
                                                          void* userData);
-/* Thread render. */
+// Thread render.
 VELNOR_PLATFORM_API OSStatus AudioUnitScheduleParameters(AudioUnit unit,
                                                          const AudioUnitParameterEvent* events,
                                                          UInt32 count) VELNOR_NONBLOCKING;
@@ -50,16 +50,12 @@ VELNOR_PLATFORM_API OSStatus AudioUnitRender(AudioUnit unit, AudioUnitRenderActi
                                              const AudioTimeStamp* timeStamp, UInt32 outputBus,
                                              UInt32 frames,
                                              AudioBufferList* data) VELNOR_NONBLOCKING;
-/* Thread render, or one other thread that sends all MIDI. */
+// Thread render, or one other thread that sends all MIDI.
 VELNOR_PLATFORM_API OSStatus MusicDeviceMIDIEvent(MusicDeviceComponent unit, UInt32 status,
                                                   UInt32 data1, UInt32 data2,
                                                   UInt32 offsetSampleFrame) VELNOR_NONBLOCKING;
 VELNOR_PLATFORM_API OSStatus MusicDeviceSysEx(MusicDeviceComponent unit, const UInt8* data,
                                               UInt32 length) VELNOR_NONBLOCKING;
-VELNOR_PLATFORM_API OSStatus MusicDevicePrepareInstrument(
-    MusicDeviceComponent unit, MusicDeviceInstrumentID instrument) VELNOR_NONBLOCKING;
-VELNOR_PLATFORM_API OSStatus MusicDeviceReleaseInstrument(
-    MusicDeviceComponent unit, MusicDeviceInstrumentID instrument) VELNOR_NONBLOCKING;
 VELNOR_PLATFORM_API OSStatus MusicDeviceStartNote(
     MusicDeviceComponent unit, MusicDeviceInstrumentID instrument, MusicDeviceGroupID group,
     NoteInstanceID* noteInstance, UInt32 offsetSampleFrame,
@@ -68,6 +64,11 @@ VELNOR_PLATFORM_API OSStatus MusicDeviceStopNote(MusicDeviceComponent unit,
                                                  MusicDeviceGroupID group,
                                                  NoteInstanceID noteInstance,
                                                  UInt32 offsetSampleFrame) VELNOR_NONBLOCKING;
+// Thread main, may block.
+VELNOR_PLATFORM_API OSStatus MusicDevicePrepareInstrument(MusicDeviceComponent unit,
+                                                          MusicDeviceInstrumentID instrument);
+VELNOR_PLATFORM_API OSStatus MusicDeviceReleaseInstrument(MusicDeviceComponent unit,
+                                                          MusicDeviceInstrumentID instrument);
 
 VELNOR_END_C
 

@@ -1,4 +1,4 @@
-/* Identifiers, records and callbacks of the audio-unit interface. */
+// Identifiers, records and callbacks of the audio-unit interface.
 #ifndef VELNOR_PLATFORM_AUDIOUNITTYPES_H
 #define VELNOR_PLATFORM_AUDIOUNITTYPES_H
 
@@ -100,7 +100,7 @@ enum {
     kAudioUnitProperty_OfflineRender = 37,
     kAudioUnitProperty_IconLocation = 39,
     kMusicDeviceProperty_InstrumentCount = 1000,
-    kMusicDeviceProperty_MIDIXMLNames = 1006 /* a CFURLRef that the reader releases */
+    kMusicDeviceProperty_MIDIXMLNames = 1006 // a CFURLRef that the reader releases
 };
 
 enum {
@@ -109,12 +109,12 @@ enum {
     kAudioUnitRenderAction_OutputIsSilence = 1 << 4
 };
 
-/* Thread render, nonblocking: render and input callbacks. */
+// Thread render, nonblocking: render and input callbacks.
 typedef OSStatus (*AURenderCallback)(void* userData, AudioUnitRenderActionFlags* flags,
                                      const AudioTimeStamp* timeStamp, UInt32 bus, UInt32 frames,
                                      AudioBufferList* data);
-/* Called on the thread that changes the property: main, but render for the last render error, where
- * it is nonblocking. Concurrent. */
+// Called on the thread that changes the property: main, but render for the last render error, where
+// it is nonblocking. Concurrent.
 typedef void (*AudioUnitPropertyListenerProc)(void* userData, AudioUnit unit,
                                               AudioUnitPropertyID id, AudioUnitScope scope,
                                               AudioUnitElement element);
@@ -138,7 +138,7 @@ VELNOR_ASSERT_OFFSET(AudioUnitConnection, destInputNumber, VELNOR_BY_WIDTH(8, 12
 VELNOR_ASSERT_SIZE(AudioUnitConnection, VELNOR_BY_WIDTH(12, 16));
 
 typedef struct AUChannelInfo {
-    SInt16 inChannels; /* -1: any; below -1: any up to so many */
+    SInt16 inChannels; // -1: any; below -1: any up to so many
     SInt16 outChannels;
 } AUChannelInfo;
 VELNOR_ASSERT_OFFSET(AUChannelInfo, inChannels, 0);
@@ -146,15 +146,15 @@ VELNOR_ASSERT_OFFSET(AUChannelInfo, outChannels, 2);
 VELNOR_ASSERT_SIZE(AUChannelInfo, 4);
 
 typedef struct AudioUnitExternalBuffer {
-    UInt8* buffer; /* 16-byte aligned; the caller's for as long as it is set */
-    UInt32 size;   /* bytes */
+    UInt8* buffer; // 16-byte aligned; the caller's for as long as it is set
+    UInt32 size;   // bytes
 } AudioUnitExternalBuffer;
 VELNOR_ASSERT_OFFSET(AudioUnitExternalBuffer, buffer, 0);
 VELNOR_ASSERT_OFFSET(AudioUnitExternalBuffer, size, VELNOR_BY_WIDTH(4, 8));
 VELNOR_ASSERT_SIZE(AudioUnitExternalBuffer, VELNOR_BY_WIDTH(8, 16));
 
 typedef struct AUPreset {
-    SInt32 presetNumber; /* below 0: a user's own */
+    SInt32 presetNumber; // below 0: a user's own
     CFStringRef presetName;
 } AUPreset;
 VELNOR_ASSERT_OFFSET(AUPreset, presetNumber, 0);
@@ -191,13 +191,13 @@ typedef struct AudioUnitParameterEvent {
     AUParameterEventType eventType;
     union {
         struct {
-            SInt32 startBufferOffset; /* frames */
+            SInt32 startBufferOffset; // frames
             UInt32 durationInFrames;
             AudioUnitParameterValue startValue;
             AudioUnitParameterValue endValue;
         } ramp;
         struct {
-            UInt32 bufferOffset; /* frames */
+            UInt32 bufferOffset; // frames
             AudioUnitParameterValue value;
         } immediate;
     } eventValues;
@@ -214,8 +214,8 @@ VELNOR_ASSERT_OFFSET(AudioUnitParameterEvent, eventValues.immediate.bufferOffset
 VELNOR_ASSERT_OFFSET(AudioUnitParameterEvent, eventValues.immediate.value, 20);
 VELNOR_ASSERT_SIZE(AudioUnitParameterEvent, 32);
 
-/* The host's answers about its transport; each is called with hostUserData first. Outputs are
- * preset by the caller. Thread render, exclusive, nonblocking. */
+// The host's answers about its transport; each is called with hostUserData first. Outputs are
+// preset by the caller. Thread render, exclusive, nonblocking.
 typedef OSStatus (*HostCallback_GetBeatAndTempo)(void* hostUserData, Float64* currentBeat,
                                                  Float64* currentTempo);
 typedef OSStatus (*HostCallback_GetMusicalTimeLocation)(void* hostUserData,
@@ -254,7 +254,7 @@ VELNOR_ASSERT_OFFSET(NoteParamsControlValue, mValue, 4);
 VELNOR_ASSERT_SIZE(NoteParamsControlValue, 8);
 
 typedef struct MusicDeviceNoteParams {
-    UInt32 argCount; /* 2 and one for each control */
+    UInt32 argCount; // 2 and one for each control
     Float32 mPitch;
     Float32 mVelocity;
     NoteParamsControlValue mControls[1];
@@ -265,9 +265,9 @@ VELNOR_ASSERT_OFFSET(MusicDeviceNoteParams, mVelocity, 8);
 VELNOR_ASSERT_OFFSET(MusicDeviceNoteParams, mControls, 12);
 VELNOR_ASSERT_SIZE(MusicDeviceNoteParams, 20);
 
-/* What the fast-dispatch property hands out: direct entries that skip the parameter block. storage
- * is GetComponentInstanceStorage of the instance. Thread, concurrency and real-time class are those
- * of the call of the same name in platform/AudioUnit.h. */
+// What the fast-dispatch property hands out: direct entries that skip the parameter block. storage
+// is GetComponentInstanceStorage of the instance. Thread, concurrency and real-time class are those
+// of the call of the same name in platform/AudioUnit.h.
 typedef OSStatus (*AudioUnitGetParameterProc)(void* storage, AudioUnitParameterID id,
                                               AudioUnitScope scope, AudioUnitElement element,
                                               AudioUnitParameterValue* value);

@@ -1,5 +1,5 @@
-/* Lists of objects, which they retain. Thread any, concurrent, may block: all calls; one that
- * changes an object is exclusive on it. */
+// Lists of objects, which they retain. Thread any, concurrent, may block: all calls; one that
+// changes an object is exclusive on it.
 #ifndef VELNOR_PLATFORM_CFARRAY_H
 #define VELNOR_PLATFORM_CFARRAY_H
 
@@ -10,7 +10,7 @@ VELNOR_BEGIN_C
 typedef const struct OpaqueCFArray* CFArrayRef;
 typedef struct OpaqueCFArray* CFMutableArrayRef;
 typedef struct CFArrayCallBacks CFArrayCallBacks;
-/* The only kind of list: of objects, retained. */
+// The only kind of list: of objects, retained.
 VELNOR_PLATFORM_API extern const CFArrayCallBacks* const PlatformTypeArrayCallBacks;
 #define kCFTypeArrayCallBacks (*PlatformTypeArrayCallBacks)
 
@@ -19,9 +19,9 @@ VELNOR_PLATFORM_API CFMutableArrayRef CFArrayCreateMutable(CFAllocatorRef alloca
                                                            CFIndex capacity,
                                                            const CFArrayCallBacks* callBacks);
 VELNOR_PLATFORM_API CFIndex CFArrayGetCount(CFArrayRef array);
-/* Borrowed; null past the end. */
+// Borrowed; null past the end.
 VELNOR_PLATFORM_API const void* CFArrayGetValueAtIndex(CFArrayRef array, CFIndex index);
-/* Does nothing to an immutable array, such as one out of a property list, or for a null value. */
+// Does nothing to an immutable array, such as one out of a property list, or for a null value.
 VELNOR_PLATFORM_API void CFArrayAppendValue(CFMutableArrayRef array, const void* value);
 
 VELNOR_END_C

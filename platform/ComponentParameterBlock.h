@@ -1,10 +1,10 @@
-/* The component parameter block in C++: encoded by the callers of a component, decoded by its
- * entry. One word of pointer width stands for each argument, the last argument of the call first.
- *
- *   a call (UInt32 id, Float32 value, void* data) on lp64:
- *     0 u8 flags 0 | 1 u8 paramSize 24 | 2 s16 what | 4 unused | 8 data | 16 value's bits | 24 id
- *
- * Everything here: thread any, concurrent, nonblocking. */
+// The component parameter block in C++: encoded by the callers of a component, decoded by its
+// entry. One word of pointer width stands for each argument, the last argument of the call first.
+//
+//   a call (UInt32 id, Float32 value, void* data) on lp64:
+//     0 u8 flags 0 | 1 u8 paramSize 24 | 2 s16 what | 4 unused | 8 data | 16 value's bits | 24 id
+//
+// Everything here: thread any, concurrent, nonblocking.
 #ifndef VELNOR_PLATFORM_COMPONENTPARAMETERBLOCK_H
 #define VELNOR_PLATFORM_COMPONENTPARAMETERBLOCK_H
 
@@ -18,8 +18,8 @@
 
 namespace velnor {
 
-/* Integers and enumerations are extended as their own type says, pointers stand as they are, a
- * Float32 stands as its bits. */
+// Integers and enumerations are extended as their own type says, pointers stand as they are, a
+// Float32 stands as its bits.
 template <typename T>
 uintptr_t toParameterWord(T value) VELNOR_NONBLOCKING {
     static_assert(sizeof(T) <= sizeof(uintptr_t), "an argument fits one word");
@@ -35,7 +35,7 @@ uintptr_t toParameterWord(T value) VELNOR_NONBLOCKING {
     }
 }
 
-/* The argument that a word stands for; bits above a narrower type's width are cut off. */
+// The argument that a word stands for; bits above a narrower type's width are cut off.
 template <typename T>
 T fromParameterWord(uintptr_t word) VELNOR_NONBLOCKING {
     static_assert(sizeof(T) <= sizeof(uintptr_t), "an argument fits one word");
@@ -52,7 +52,7 @@ T fromParameterWord(uintptr_t word) VELNOR_NONBLOCKING {
     }
 }
 
-/* A ComponentParameters with room for Count arguments; lives on the caller's stack. */
+// A ComponentParameters with room for Count arguments; lives on the caller's stack.
 template <std::size_t Count>
 struct ComponentParameterBlock {
     UInt8 flags;
@@ -69,8 +69,8 @@ static_assert(offsetof(ComponentParameterBlock<3>, paramSize) == 1);
 static_assert(offsetof(ComponentParameterBlock<3>, what) == 2);
 static_assert(offsetof(ComponentParameterBlock<3>, params) == sizeof(uintptr_t));
 
-/* The block of a call of this selector; arguments in the order of the call, each of exactly the
- * type that the selector's declaration gives it. */
+// The block of a call of this selector; arguments in the order of the call, each of exactly the
+// type that the selector's declaration gives it.
 template <typename... Args>
 ComponentParameterBlock<sizeof...(Args)> encode(SInt16 selector, Args... args) VELNOR_NONBLOCKING {
     constexpr std::size_t kBytes = sizeof...(Args) * sizeof(uintptr_t);
@@ -81,8 +81,8 @@ ComponentParameterBlock<sizeof...(Args)> encode(SInt16 selector, Args... args) V
     return block;
 }
 
-/* The argument number index, from 0 in the order of the call, of a call of count arguments. The
- * block must hold that many: see holdsArguments. */
+// The argument number index, from 0 in the order of the call, of a call of count arguments. The
+// block must hold that many: see holdsArguments.
 template <typename T>
 T argument(const ComponentParameters* params, std::size_t index,
            std::size_t count) VELNOR_NONBLOCKING {
@@ -90,7 +90,7 @@ T argument(const ComponentParameters* params, std::size_t index,
     return fromParameterWord<T>(words[count - 1 - index]);
 }
 
-/* Whether the block was made for at least count arguments. */
+// Whether the block was made for at least count arguments.
 inline bool holdsArguments(const ComponentParameters* params,
                            std::size_t count) VELNOR_NONBLOCKING {
     return params->paramSize >= count * sizeof(uintptr_t);

@@ -1,23 +1,22 @@
-/* The three facts that every public declaration of this project states, and the macros that carry
- * the third one to the compiler.
- *
- *   Thread       main      the host's user-interface thread
- *                render    the thread on which the host pulls audio
- *                any       either, or any other
- *   Concurrency  exclusive no other call on the same object may run at the same time
- *                concurrent calls may overlap, on the same object too
- *   Real time    nonblocking allocates nothing, locks nothing, makes no system call, and takes time
- *                          bounded by its arguments
- *                may block everything else
- *
- * A declaration that names none of them is: thread any, exclusive, may block.
- */
+// The three facts that every public declaration of this project states, and the macros that carry
+// the third one to the compiler.
+//
+//   Thread       main      the host's user-interface thread
+//                render    the thread on which the host pulls audio
+//                any       either, or any other
+//   Concurrency  exclusive no other call on the same object may run at the same time
+//                concurrent calls may overlap, on the same object too
+//   Real time    nonblocking allocates nothing, locks nothing, makes no system call, and takes time
+//                          bounded by its arguments
+//                may block everything else
+//
+// A declaration that names none of them is: thread any, exclusive, may block.
 #ifndef VELNOR_PLATFORM_FACTS_H
 #define VELNOR_PLATFORM_FACTS_H
 
-/* VELNOR_NONBLOCKING stands behind a function's parameter list (and const) and before override:
- *     OSStatus Render(UInt32 inFrames) VELNOR_NONBLOCKING override;
- * Compilers with function-effect analysis then check the function and everything that it calls. */
+// VELNOR_NONBLOCKING stands behind a function's parameter list (and const) and before override:
+//     OSStatus Render(UInt32 inFrames) VELNOR_NONBLOCKING override;
+// Compilers with function-effect analysis then check the function and everything that it calls.
 #if defined(__cplusplus) && defined(__has_cpp_attribute)
 #if __has_cpp_attribute(clang::nonblocking)
 #define VELNOR_NONBLOCKING [[clang::nonblocking]]
@@ -27,9 +26,9 @@
 #define VELNOR_NONBLOCKING
 #endif
 
-/* VELNOR_RT_ESCAPE(REASON, STATEMENTS) runs statements on the render road that the analysis cannot
- * or must not accept: a call of foreign code, a failure path that throws, a log line on overflow.
- * REASON is a string literal that says why this is right. The tests count the uses. */
+// VELNOR_RT_ESCAPE(REASON, STATEMENTS) runs statements on the render road that the analysis cannot
+// or must not accept: a call of foreign code, a failure path that throws, a log line on overflow.
+// REASON is a string literal that says why this is right. The tests count the uses.
 #if defined(__clang__)
 #define VELNOR_EFFECTS_OFF                                                                         \
     _Pragma("clang diagnostic push")                                                               \
@@ -60,8 +59,8 @@
         VELNOR_EFFECTS_ON                                                                          \
     } while (false)
 
-/* The same for statements that lead back to the road, such as a try block around it: only the
- * analysis is off, the check at run time goes on. */
+// The same for statements that lead back to the road, such as a try block around it: only the
+// analysis is off, the check at run time goes on.
 #define VELNOR_RT_ESCAPE_CHECKED(REASON, ...)                                                      \
     do {                                                                                           \
         static_assert(sizeof(REASON) > 1, "an escape states its reason");                          \

@@ -2,11 +2,14 @@
 """Makes another product of a built component: copies the bundle and rewrites the product record in it.
 
 The record is 256 bytes, little-endian, between the words 0x12345678 and 0x87654321; each executable
-of the bundle holds it twice. The registrations in Info.plist are given the same codes and names.
+of the bundle holds it twice. Info.plist is given the same codes and names, in its registrations and
+as the bundle's own.
 """
 import argparse
+import os
 import pathlib
 import plistlib
+import re
 import shutil
 import struct
 import sys
@@ -31,6 +34,12 @@ def code(text):
     return text
 
 
+def identifier(text):
+    if not re.fullmatch(r"[A-Za-z0-9-]+(\.[A-Za-z0-9-]+)+", text):
+        raise argparse.ArgumentTypeError('words of letters, digits and "-" with dots between them, as com.acme.piano')
+    return text
+
+
 def arguments():
     parser = argparse.ArgumentParser(description=__doc__, formatter_class=argparse.RawDescriptionHelpFormatter)
     parser.add_argument("bundle", type=pathlib.Path, help="the component to copy")
@@ -38,6 +47,8 @@ def arguments():
     parser.add_argument("--vendor", type=name, required=True)
     parser.add_argument("--product", type=name, required=True)
     parser.add_argument("--subtype", type=code, help="the instrument's code; hosts tell products apart by it")
+    parser.add_argument("--manufacturer", type=code, help="the instrument's other code, of who makes it")
+    parser.add_argument("--identifier", type=identifier, help="the bundle's own; from vendor and product when not given")
     parser.add_argument("--outputs", type=int, choices=range(1, 33), metavar="N", help="channels of the first configuration")
     parser.add_argument("--multi-output", action="store_true", help="let hosts choose buses and channels")
     return parser.parse_args()
@@ -60,6 +71,8 @@ def rewrite(path, args):
         struct.pack_into("64s64s", data, at + 64, args.vendor.encode(), args.product.encode())
         if args.subtype:
             struct.pack_into("4s", data, at + 8, args.subtype.encode())
+        if args.manufacturer:
+            struct.pack_into("4s", data, at + 208, args.manufacturer.encode())
         if args.outputs:
             struct.pack_into("<i", data, at + 16, args.outputs)
         struct.pack_into("<I", data, at + 192, int(args.multi_output))
@@ -68,33 +81,60 @@ def rewrite(path, args):
 
 def register(path, args):
     info = plistlib.loads(path.read_bytes())
+    words = [re.sub(r"[^A-Za-z0-9]+", "-", word).strip("-") or "x" for word in (args.vendor, args.product)]
+    info["CFBundleIdentifier"] = args.identifier or ".".join(["com", *words])
+    info["CFBundleName"] = args.product
     for component in info["VelnorComponents"]:
         is_view = component["type"] == "auvw"
         component["name"] = f"{args.vendor}: {args.product}" + (" View" if is_view else "")
         if is_view:
-            continue
+            continue  # its codes are the same for every product
         if args.subtype in (None, component["subtype"]):
             print(f"brand.py: the subtype stays {component['subtype']}, the original's: of two such products hosts find "
                   "only one; give another --subtype", file=sys.stderr)
         component["subtype"] = args.subtype or component["subtype"]
+        component["manufacturer"] = args.manufacturer or component["manufacturer"]
     path.write_bytes(plistlib.dumps(info))
+
+
+def executables(bundle):
+    try:
+        name = plistlib.loads((bundle / "Contents/Info.plist").read_bytes())["CFBundleExecutable"]
+    except OSError:
+        fail(f"{bundle}: not a bundle")
+    except Exception:
+        fail(f"{bundle}: its Info.plist cannot be read, or names no executable")
+    found = sorted((bundle / "Contents").glob(f"*-linux/{name}"))
+    if not found:
+        fail(f"{bundle}: it holds no executable {name}")
+    return [path.relative_to(bundle) for path in found]
+
+
+def check_destination(args):
+    folder = pathlib.Path(os.path.abspath(args.copy)).parent
+    if not folder.is_dir():
+        fail(f"{folder}: there is no such folder")
+    if os.path.lexists(args.copy):
+        fail(f"{args.copy} exists already")
+    if args.copy.suffix != ".component":
+        fail(f"{args.copy}: hosts find a component only when its name ends in .component")
+    if args.bundle.resolve() in (folder.resolve(), *folder.resolve().parents):
+        fail(f"{args.copy}: it lies in the bundle that is to be copied")
 
 
 def main():
     args = arguments()
-    if args.copy.exists():
-        fail(f"{args.copy} exists already")
-    contents = args.bundle / "Contents"
-    if not (contents / "Info.plist").is_file():
-        fail(f"{args.bundle}: not a bundle")
-    executable = plistlib.loads((contents / "Info.plist").read_bytes())["CFBundleExecutable"]
-    shutil.copytree(args.bundle, args.copy)
+    paths = executables(args.bundle)
+    check_destination(args)
     try:
-        for path in sorted((args.copy / "Contents").glob(f"*-linux/{executable}")):
-            rewrite(path, args)
+        shutil.copytree(args.bundle, args.copy)
+        for path in paths:
+            rewrite(args.copy / path, args)
         register(args.copy / "Contents/Info.plist", args)
-    except BaseException:
-        shutil.rmtree(args.copy)
+    except BaseException as error:
+        shutil.rmtree(args.copy, ignore_errors=True)
+        if isinstance(error, (OSError, shutil.Error, KeyError, TypeError)):
+            fail(f"{args.copy}: not made: {error}")
         raise
 
 

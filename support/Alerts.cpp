@@ -19,8 +19,9 @@ DialogItemIndex runCautionAlert(const std::string& message,
     const Text text = systemText(message);
     DialogRef dialog = nullptr;
     if (!text ||
-        CreateStandardAlert(kAlertCautionAlert, text.Get(), nullptr, param, &dialog) != noErr)
+        CreateStandardAlert(kAlertCautionAlert, text.Get(), nullptr, param, &dialog) != noErr) {
         return 0;
+    }
     DialogItemIndex hit = 0;
     return RunStandardAlert(dialog, nullptr, &hit) == noErr ? hit : DialogItemIndex{0};
 }

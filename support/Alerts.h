@@ -1,7 +1,8 @@
 // Modal messages to the user. Text is in the system's legacy encoding (CFStringGetSystemEncoding).
 //
 // Thread main, exclusive, may block: until the user answers.
-#pragma once
+#ifndef VELNOR_SUPPORT_ALERTS_H
+#define VELNOR_SUPPORT_ALERTS_H
 
 #include <string>
 
@@ -12,3 +13,5 @@ void popupModalMessageWindow(void* parent, const std::string& title, const std::
 // A caution alert with the message and the buttons "Yes", the default, and "No". True only when
 // "Yes" was chosen; false too when the alert cannot be made. parent and title are not used.
 bool popupModalYesNoWindow(void* parent, const std::string& title, const std::string& message);
+
+#endif

@@ -21,10 +21,11 @@ void* THEALLOC(unsigned long size, Allocator* a) {
 }
 
 void THEFREE(void* p, Allocator* a) {
-    if (a == nullptr)
+    if (a == nullptr) {
         defaultFree(p);
-    else
+    } else {
         a->Free(p);
+    }
 }
 
 } // namespace velnor

@@ -1,6 +1,7 @@
 // Memory through a library user's allocator, or the standard one. Thread any, concurrent as far as
 // the user's allocator is, may block.
-#pragma once
+#ifndef VELNOR_SUPPORT_ALLOCATOR_H
+#define VELNOR_SUPPORT_ALLOCATOR_H
 
 namespace velnor {
 
@@ -29,3 +30,5 @@ void* THEALLOC(unsigned long size, Allocator* a);
 void THEFREE(void* p, Allocator* a);
 
 } // namespace velnor
+
+#endif

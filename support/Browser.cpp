@@ -8,6 +8,7 @@ void startBrowser(const std::string& url) {
     const velnor::CFRef<CFURLRef> parsed(
         CFURLCreateWithBytes(kCFAllocatorDefault, reinterpret_cast<const UInt8*>(url.data()),
                              static_cast<CFIndex>(url.size()), kCFStringEncodingASCII, nullptr));
-    if (parsed)
+    if (parsed) {
         LSOpenCFURLRef(parsed.Get(), nullptr);
+    }
 }

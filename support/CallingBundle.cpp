@@ -15,8 +15,9 @@ const char* callingImageName() {
     const mach_header* own = PlatformImageHeaderForAddress(&kInThisImage);
     const UInt32 count = _dyld_image_count();
     for (UInt32 i = kFirstLoadedImage; own != nullptr && i < count; ++i) {
-        if (_dyld_get_image_header(i) == own)
+        if (_dyld_get_image_header(i) == own) {
             return _dyld_get_image_name(i);
+        }
     }
     return nullptr;
 }
@@ -25,11 +26,13 @@ const char* callingImageName() {
 
 std::optional<std::string> callingBundlePath() {
     const char* name = callingImageName();
-    if (name == nullptr || *name == '\0')
+    if (name == nullptr || *name == '\0') {
         return std::nullopt;
+    }
     std::string path = name;
-    for (int i = 0; i < kNamesBelowBundle; ++i)
+    for (int i = 0; i < kNamesBelowBundle; ++i) {
         path.resize(std::min(path.size(), path.rfind('/')));
+    }
     return path;
 }
 

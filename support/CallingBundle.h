@@ -1,5 +1,6 @@
 // The bundle that this code was linked into. Internal to the support library.
-#pragma once
+#ifndef VELNOR_SUPPORT_CALLINGBUNDLE_H
+#define VELNOR_SUPPORT_CALLINGBUNDLE_H
 
 #include <optional>
 #include <string>
@@ -11,3 +12,5 @@ namespace velnor {
 std::optional<std::string> callingBundlePath();
 
 } // namespace velnor
+
+#endif

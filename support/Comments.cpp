@@ -30,8 +30,9 @@ void removeBlockComments(std::string& text, std::ostream* err) {
         --kept;
         const std::size_t close = text.find("*/", next + 1);
         if (close == std::string::npos) {
-            if (err != nullptr)
+            if (err != nullptr) {
                 *err << "removeComments /* comment not closed\n";
+            }
             break;
         }
         next = close + 1;
@@ -44,8 +45,9 @@ void removeLineComments(std::string& text) {
     for (std::size_t next = 0; next < text.size(); ++next) {
         if (text.compare(next, 2, "//") == 0) {
             next = text.find_first_of("\r\n", next);
-            if (next == std::string::npos)
+            if (next == std::string::npos) {
                 break;
+            }
         }
         text[kept++] = text[next];
     }

@@ -1,6 +1,7 @@
 // Removing comments from program-like text. Thread any, concurrent on distinct arguments, may
 // block.
-#pragma once
+#ifndef VELNOR_SUPPORT_COMMENTS_H
+#define VELNOR_SUPPORT_COMMENTS_H
 
 #include <iosfwd>
 #include <string>
@@ -10,3 +11,5 @@
 // Quotes protect nothing. A block comment that is not closed takes the rest of the text with it and
 // writes one line to err, which may be null. Takes time linear in the text.
 void removeComments(std::string& text, std::ostream* err);
+
+#endif

@@ -1,5 +1,6 @@
 // What the library knows about compressed data. Thread any, concurrent, nonblocking.
-#pragma once
+#ifndef VELNOR_SUPPORT_COMPRESSION_H
+#define VELNOR_SUPPORT_COMPRESSION_H
 
 #include <string>
 
@@ -8,3 +9,5 @@ unsigned long PcompressBound(unsigned long n);
 
 // A placeholder: compresses nothing, touches neither file and answers false.
 bool PGzipFile(const std::string& source, const std::string& destination);
+
+#endif

@@ -11,8 +11,9 @@ constexpr const char* kRootKey = "Root"; // what an empty key lists
 
 bool storeValue(const std::string& domain, const std::string& key, CFPropertyListRef value) {
     const config::Address address(domain, key);
-    if (value == nullptr || !address)
+    if (value == nullptr || !address) {
         return false;
+    }
     config::storeOwn(address, value);
     return true;
 }
@@ -21,11 +22,13 @@ bool storeValue(const std::string& domain, const std::string& key, CFPropertyLis
 
 bool readConfigIntValue(const std::string& domain, const std::string& key, int& out, CONFIG_LEVEL) {
     const config::Value value = config::copySearched({domain, key});
-    if (!value || CFGetTypeID(value.Get()) != CFNumberGetTypeID())
+    if (!value || CFGetTypeID(value.Get()) != CFNumberGetTypeID()) {
         return false;
+    }
     SInt32 number = 0;
-    if (!CFNumberGetValue(static_cast<CFNumberRef>(value.Get()), kCFNumberSInt32Type, &number))
+    if (!CFNumberGetValue(static_cast<CFNumberRef>(value.Get()), kCFNumberSInt32Type, &number)) {
         return false;
+    }
     out = number;
     return true;
 }
@@ -49,8 +52,9 @@ bool writeConfigStringValue(const std::string& domain, const std::string& key,
 }
 
 bool deleteConfigValue(const std::string& domain, const std::string& key, CONFIG_LEVEL) {
-    if (const config::Address address(domain, key); address)
+    if (const config::Address address(domain, key); address) {
         config::storeOwn(address, nullptr);
+    }
     return true;
 }
 

@@ -11,7 +11,8 @@
 //
 // Thread any, concurrent, may block. Each write of a tree is a read, a change and a write of one
 // top-level key: of two processes that do it at once, one may lose its change.
-#pragma once
+#ifndef VELNOR_SUPPORT_CONFIGSTORE_H
+#define VELNOR_SUPPORT_CONFIGSTORE_H
 
 #include <string>
 #include <vector>
@@ -64,3 +65,5 @@ bool listConfigStringKeys(const std::string& domain, const std::string& key,
                           std::vector<std::string>& out, CONFIG_LEVEL level);
 
 } // namespace velnor
+
+#endif

@@ -17,12 +17,14 @@ Text makeText(const std::string& utf8) {
 }
 
 bool readText(CFTypeRef value, std::string& out) {
-    if (value == nullptr || CFGetTypeID(value) != CFStringGetTypeID())
+    if (value == nullptr || CFGetTypeID(value) != CFStringGetTypeID()) {
         return false;
+    }
     char buffer[kTextBufferSize];
     if (!CFStringGetCString(static_cast<CFStringRef>(value), buffer, kTextBufferSize,
-                            kCFStringEncodingUTF8))
+                            kCFStringEncodingUTF8)) {
         return false;
+    }
     out = buffer;
     return true;
 }
@@ -31,15 +33,17 @@ Address::Address(const std::string& domainName, const std::string& keyName)
     : domain(makeText(domainName)), key(makeText(keyName)) {}
 
 Value copyOwn(const Address& address) {
-    if (!address)
+    if (!address) {
         return Value();
+    }
     return Value(CFPreferencesCopyValue(address.key.Get(), address.domain.Get(),
                                         kCFPreferencesCurrentUser, kCFPreferencesAnyHost));
 }
 
 Value copySearched(const Address& address) {
-    if (!address)
+    if (!address) {
         return Value();
+    }
     Value found(CFPreferencesCopyAppValue(address.key.Get(), address.domain.Get()));
     return found ? std::move(found) : copyOwn(address);
 }
@@ -74,15 +78,17 @@ CFTypeRef find(CFTypeRef root, std::span<const std::string> elements) {
 }
 
 std::vector<CFStringRef> keysOf(CFTypeRef dictionary) {
-    if (!isDictionary(dictionary))
+    if (!isDictionary(dictionary)) {
         return {};
+    }
     const auto node = static_cast<CFDictionaryRef>(dictionary);
     std::vector<const void*> keys(static_cast<std::size_t>(CFDictionaryGetCount(node)));
     CFDictionaryGetKeysAndValues(node, keys.data(), nullptr);
     std::vector<CFStringRef> texts;
     texts.reserve(keys.size());
-    for (const void* key : keys)
+    for (const void* key : keys) {
         texts.push_back(static_cast<CFStringRef>(key));
+    }
     return texts;
 }
 
@@ -90,8 +96,9 @@ bool appendKeys(CFTypeRef dictionary, std::vector<std::string>& out) {
     const std::size_t before = out.size();
     std::string text;
     for (const CFStringRef key : keysOf(dictionary)) {
-        if (readText(key, text))
+        if (readText(key, text)) {
             out.push_back(text);
+        }
     }
     return out.size() > before;
 }

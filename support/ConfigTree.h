@@ -1,6 +1,7 @@
 // What the configuration store and the installation registry share: top-level values and the walk
 // through a tree of dictionaries. Internal to the support library.
-#pragma once
+#ifndef VELNOR_SUPPORT_CONFIGTREE_H
+#define VELNOR_SUPPORT_CONFIGTREE_H
 
 #include "platform/CFRef.h"
 #include "platform/CFString.h"
@@ -57,3 +58,5 @@ std::vector<CFStringRef> keysOf(CFTypeRef dictionary);
 bool appendKeys(CFTypeRef dictionary, std::vector<std::string>& out);
 
 } // namespace velnor::config
+
+#endif

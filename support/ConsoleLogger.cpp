@@ -5,6 +5,7 @@
 #include "support/Files.h"
 #include "support/JoinedText.h"
 #include "support/LogLine.h"
+#include "support/SharedLog.h"
 #include "support/Text.h"
 
 #include <algorithm>
@@ -16,11 +17,11 @@ std::fstream* g_pluginStream = nullptr;
 
 namespace {
 
+using velnor::kCleanCloseMark;
 using velnor::LogLine;
 using velnor::LogSeverity;
 
 constexpr const char* kBuildDate = "Aug 12 2009";
-constexpr char kCleanCloseMark = '@';
 constexpr std::size_t kSeparatorLength = 79;
 
 std::string separator() {
@@ -46,34 +47,41 @@ bool endsUnclean(const std::string& path) {
 }
 
 void saveUncleanLog(const std::string& path, const std::string& date) {
-    if (fileExists(path, true) && fileSize(path) != 0 && endsUnclean(path))
+    if (fileExists(path, true) && fileSize(path) != 0 && endsUnclean(path)) {
         PCopyFile(path, path + "_" + date + ".log", true);
+    }
 }
 
-// Unbuffered, so that each line goes to the file in one piece; numbers without the grouping of a
-// host's locale.
+// Unbuffered and at the end of the file, so that each line goes there in one piece whoever else
+// writes; numbers without the grouping of a host's locale.
 void openStream(std::fstream& stream, const std::string& path) {
-    if (stream.is_open())
+    if (stream.is_open()) {
         stream.close();
+    }
     stream.clear();
     stream.imbue(std::locale::classic());
     stream.rdbuf()->pubsetbuf(nullptr, 0);
-    stream.open(path, std::ios::out | std::ios::trunc);
+    stream.open(path, std::ios::out | std::ios::app);
 }
 
 } // namespace
 
 bool ConsoleLogger::init(const std::string& path) {
+    if (!mPath.empty()) {
+        const velnor::SharedLogExit former(mPath);
+    }
     mPath = path;
     const std::string date = startDate();
-    saveUncleanLog(mPath, date);
+    velnor::enterSharedLog(mPath, [&] { saveUncleanLog(mPath, date); });
     openStream(mStream, mPath);
     g_pluginStream = &mStream;
-    if (mStream.good())
+    if (mStream.good()) {
         LogLine(LogSeverity::kInformation,
                 velnor::joined("g_pluginStream:", static_cast<const void*>(g_pluginStream)));
-    if (!mStream.good())
+    }
+    if (!mStream.good()) {
         return false;
+    }
     LogLine(LogSeverity::kInformation,
             VLNSConv(mPath) + " opened on: " + VLNSConv(date) + " BUILD:" + kBuildDate);
     LogLine(LogSeverity::kInformation, separator());
@@ -87,8 +95,11 @@ ConsoleLogger::~ConsoleLogger() {
     } catch (const std::bad_alloc&) {
         // Lines are dropped; the mark that follows takes no memory.
     }
-    if (g_pluginStream != nullptr && g_pluginStream->is_open())
+    const velnor::SharedLogExit exit(mPath);
+    if (exit.IsLast() && g_pluginStream != nullptr && g_pluginStream->is_open()) {
         g_pluginStream->put(kCleanCloseMark).flush();
-    if (g_pluginStream == &mStream)
+    }
+    if (g_pluginStream == &mStream) {
         g_pluginStream = nullptr;
+    }
 }

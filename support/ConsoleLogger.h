@@ -1,5 +1,6 @@
 // The log file of a host process.
-#pragma once
+#ifndef VELNOR_SUPPORT_CONSOLELOGGER_H
+#define VELNOR_SUPPORT_CONSOLELOGGER_H
 
 #include <fstream>
 #include <string>
@@ -7,7 +8,8 @@
 // One open log. From init until destruction g_pluginStream designates its stream; everything else
 // writes lines with velnor::LogLine. A log that was not closed by its destructor, which ends it
 // with
-// "@", is copied to PATH + "_" + date + ".log" before the next run truncates it.
+// "@", is copied to PATH + "_" + date + ".log" before the next run truncates it. Processes that run
+// at the same time share the log: later ones go on in it, and the last one closes it.
 //
 // Thread main, exclusive, may block. No line may be written while a logger is made or destroyed.
 class ConsoleLogger {
@@ -36,3 +38,5 @@ extern ConsoleLogger* g_logger;
 // Where log lines go: null before the first init and once the designated logger is destroyed; after
 // a failed init, a stream that is not open.
 extern std::fstream* g_pluginStream;
+
+#endif

@@ -1,5 +1,6 @@
 // Dates as people read them.
-#pragma once
+#ifndef VELNOR_SUPPORT_DATETEXT_H
+#define VELNOR_SUPPORT_DATETEXT_H
 
 #include <ctime>
 #include <string>
@@ -12,3 +13,5 @@ namespace velnor {
 std::string dateText(std::time_t time);
 
 } // namespace velnor
+
+#endif

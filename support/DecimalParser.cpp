@@ -24,8 +24,9 @@ bool isSkipped(char c) {
 // -1 or 1; steps over the sign.
 int readSign(const char*& s) {
     const int sign = *s == '-' ? -1 : 1;
-    if (*s == '-' || *s == '+')
+    if (*s == '-' || *s == '+') {
         ++s;
+    }
     return sign;
 }
 
@@ -41,8 +42,9 @@ double tenthOf(double value) {
 
 Mantissa readMantissa(const char* s) {
     Mantissa m;
-    for (; isDigit(*s); ++s, m.hasDigits = true)
+    for (; isDigit(*s); ++s, m.hasDigits = true) {
         m.value = m.value * 10 + (*s - '0');
+    }
     if (*s == '.' || *s == ',') {
         double place = 0.1;
         for (++s; isDigit(*s); ++s, m.hasDigits = true) {
@@ -64,15 +66,17 @@ struct Exponent {
 // s stands behind the mantissa.
 Exponent readExponent(const char* s) {
     Exponent e;
-    if (*s != 'e' && *s != 'E' && *s != 'd' && *s != 'D')
+    if (*s != 'e' && *s != 'E' && *s != 'd' && *s != 'D') {
         return e;
+    }
     const int64_t sign = readSign(++s);
     int64_t value = 0;
     constexpr auto kLowest = std::numeric_limits<int32_t>::min();
     constexpr auto kHighest = std::numeric_limits<int32_t>::max();
     for (; isDigit(*s); ++s, e.present = true) {
-        if (!e.overflows)
+        if (!e.overflows) {
             value = value * 10 + sign * (*s - '0');
+        }
         e.overflows = value < kLowest || value > kHighest;
     }
     e.value = e.overflows ? 0 : static_cast<int32_t>(value);
@@ -88,26 +92,30 @@ double outOfRange(double result) {
 double scaleDown(double value, int32_t exponent) {
     for (; exponent < 0; ++exponent) {
         value = tenthOf(value);
-        if (value < DBL_MIN)
+        if (value < DBL_MIN) {
             return outOfRange(0);
+        }
     }
     return value;
 }
 
 double scaleUp(double value, int32_t exponent) {
-    if (value == 0)
+    if (value == 0) {
         return value;
+    }
     for (; exponent > 0; --exponent) {
         value *= 10;
-        if (value > DBL_MAX)
+        if (value > DBL_MAX) {
             return outOfRange(kRangeResult);
+        }
     }
     return value;
 }
 
 double magnitude(double mantissa, const Exponent& exponent) {
-    if (mantissa > DBL_MAX || exponent.overflows)
+    if (mantissa > DBL_MAX || exponent.overflows) {
         return outOfRange(kRangeResult);
+    }
     return exponent.value < 0 ? scaleDown(mantissa, exponent.value)
                               : scaleUp(mantissa, exponent.value);
 }
@@ -115,16 +123,20 @@ double magnitude(double mantissa, const Exponent& exponent) {
 } // namespace
 
 double PStrtod(const char* s, const char** end) {
-    if (end != nullptr)
+    if (end != nullptr) {
         *end = s;
-    while (isSkipped(*s))
+    }
+    while (isSkipped(*s)) {
         ++s;
+    }
     const int sign = readSign(s);
     const Mantissa mantissa = readMantissa(s);
-    if (!mantissa.hasDigits)
+    if (!mantissa.hasDigits) {
         return 0;
+    }
     const Exponent exponent = readExponent(mantissa.end);
-    if (end != nullptr)
+    if (end != nullptr) {
         *end = exponent.present ? exponent.end : mantissa.end;
+    }
     return sign * magnitude(mantissa.value, exponent);
 }

@@ -20,15 +20,18 @@ std::string folderOf(const std::string& destination) {
 
 OSStatus copyObject(const std::string& source, const std::string& destination, bool overwrite) {
     FSRef from;
-    if (const OSStatus status = resolve(source, from); status != noErr)
+    if (const OSStatus status = resolve(source, from); status != noErr) {
         return status;
+    }
     FSRef folder;
-    if (const OSStatus status = resolve(folderOf(destination), folder); status != noErr)
+    if (const OSStatus status = resolve(folderOf(destination), folder); status != noErr) {
         return status;
+    }
     const velnor::CFRef<CFStringRef> name(CFStringCreateWithCString(
         kCFAllocatorDefault, getFileFromPath(destination).c_str(), kCFStringEncodingUTF8));
-    if (!name)
+    if (!name) {
         return bdNamErr;
+    }
     return FSCopyObjectSync(&from, &folder, name.Get(), nullptr,
                             overwrite ? kFSFileOperationOverwrite : kFSFileOperationDefaultOptions);
 }

@@ -1,5 +1,6 @@
 // Copying a file.
-#pragma once
+#ifndef VELNOR_SUPPORT_FILECOPY_H
+#define VELNOR_SUPPORT_FILECOPY_H
 
 #include <string>
 
@@ -13,3 +14,5 @@ enum {
 // A destination that exists stays whole unless the copy succeeds; a folder that is overwritten goes
 // with all that it holds. Thread any, concurrent, may block.
 int PCopyFile(const std::string& source, const std::string& destination, bool overwrite);
+
+#endif

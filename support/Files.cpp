@@ -25,8 +25,9 @@ CFRef<CFStringRef> systemText(const std::string& text) {
 
 bool resolvesAsUrl(const std::string& path, bool isDirectory) {
     const CFRef<CFStringRef> text = systemText(path);
-    if (!text)
+    if (!text) {
         return false;
+    }
     const CFRef<CFURLRef> url(CFURLCreateWithFileSystemPath(kCFAllocatorDefault, text.Get(),
                                                             kCFURLPOSIXPathStyle, isDirectory));
     FSRef ref;
@@ -50,8 +51,9 @@ bool directoryExists(const std::string& path) {
 
 uint32_t fileSize(const std::string& path) {
     std::ifstream in(path, std::ios::binary);
-    if (!in || in.peek() == std::ifstream::traits_type::eof())
+    if (!in || in.peek() == std::ifstream::traits_type::eof()) {
         return 0;
+    }
     const std::streamoff begin = in.tellg();
     in.seekg(0, std::ios::end);
     const std::streamoff size = in.tellg() - begin;
@@ -76,7 +78,8 @@ std::string localToFileSystem(const std::string& text) {
     const CFRef<CFStringRef> converted = systemText(text);
     char buffer[kTextBufferSize];
     if (!converted ||
-        !CFStringGetCString(converted.Get(), buffer, kTextBufferSize, kCFStringEncodingUTF8))
+        !CFStringGetCString(converted.Get(), buffer, kTextBufferSize, kCFStringEncodingUTF8)) {
         return text;
+    }
     return buffer;
 }

@@ -2,7 +2,8 @@
 // directory.
 //
 // Thread any, concurrent, may block.
-#pragma once
+#ifndef VELNOR_SUPPORT_FILES_H
+#define VELNOR_SUPPORT_FILES_H
 
 #include <cstdint>
 #include <ctime>
@@ -25,3 +26,5 @@ int PDeleteFile(const std::string& path);
 // The bytes in the system's legacy encoding as UTF-8; unchanged when that needs more than 2,047
 // bytes.
 std::string localToFileSystem(const std::string& text);
+
+#endif

@@ -19,8 +19,9 @@ constexpr int kCreatesNothing = 2;
 
 std::string pathOf(const FSRef& ref) {
     UInt8 path[kPathBufferSize];
-    if (FSRefMakePath(&ref, path, kPathBufferSize) != noErr)
+    if (FSRefMakePath(&ref, path, kPathBufferSize) != noErr) {
         return "";
+    }
     return reinterpret_cast<const char*>(path);
 }
 
@@ -32,18 +33,21 @@ std::string wellKnownFolder(OSType type) {
 std::string textOf(CFStringRef text, CFIndex bufferSize) {
     std::vector<char> buffer(static_cast<std::size_t>(bufferSize));
     if (text == nullptr ||
-        !CFStringGetCString(text, buffer.data(), bufferSize, kCFStringEncodingUTF8))
+        !CFStringGetCString(text, buffer.data(), bufferSize, kCFStringEncodingUTF8)) {
         return "";
+    }
     return buffer.data();
 }
 
 // False for a name that folders here cannot have.
 bool toFolderName(const std::string& name, std::vector<UniChar>& units) {
-    if (name.empty() || name.size() > kLongestFolderName)
+    if (name.empty() || name.size() > kLongestFolderName) {
         return false;
+    }
     for (const char c : name) {
-        if (static_cast<unsigned char>(c) > 0x7F)
+        if (static_cast<unsigned char>(c) > 0x7F) {
             return false;
+        }
     }
     units.assign(name.begin(), name.end());
     return true;
@@ -53,8 +57,9 @@ bool toFolderName(const std::string& name, std::vector<UniChar>& units) {
 // first: so the last look-up decides, not the result of making it.
 bool enterFolder(FSRef& folder, const std::string& name) {
     std::vector<UniChar> units;
-    if (!toFolderName(name, units))
+    if (!toFolderName(name, units)) {
         return false;
+    }
     const auto length = static_cast<UniCharCount>(units.size());
     const auto lookUp = [&](FSRef& child) {
         return FSMakeFSRefUnicode(&folder, length, units.data(), kTextEncodingUnknown, &child) ==
@@ -64,8 +69,9 @@ bool enterFolder(FSRef& folder, const std::string& name) {
     if (!lookUp(child)) {
         FSCreateDirectoryUnicode(&folder, length, units.data(), 0, nullptr, nullptr, nullptr,
                                  nullptr);
-        if (!lookUp(child))
+        if (!lookUp(child)) {
             return false;
+        }
     }
     folder = child;
     return true;
@@ -75,12 +81,14 @@ bool enterFolder(FSRef& folder, const std::string& name) {
 
 std::string setUserPathVendorProduct(const std::string& vendor, const std::string& product) {
     FSRef folder;
-    if (FSFindFolder(kUserDomain, kApplicationSupportFolderType, false, &folder) != noErr)
+    if (FSFindFolder(kUserDomain, kApplicationSupportFolderType, false, &folder) != noErr) {
         return "";
+    }
     std::vector<UniChar> units;
     if (!toFolderName(product, units) || !enterFolder(folder, vendor) ||
-        !enterFolder(folder, product))
+        !enterFolder(folder, product)) {
         return "";
+    }
     return pathOf(folder);
 }
 
@@ -105,8 +113,9 @@ std::string getTempDir() {
 std::string PGetCurrentApplicationPath(void*) {
     const ProcessSerialNumber self = {0, kCurrentProcess};
     CFRef<CFStringRef> name;
-    if (CopyProcessName(&self, name.Out()) != noErr || !name)
+    if (CopyProcessName(&self, name.Out()) != noErr || !name) {
         return "";
+    }
     return textOf(name.Get(), CFStringGetLength(name.Get()) * 2 + 1);
 }
 

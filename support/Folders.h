@@ -2,7 +2,8 @@
 // 1,023 bytes; an empty string stands for every failure.
 //
 // Thread any, concurrent, may block.
-#pragma once
+#ifndef VELNOR_SUPPORT_FOLDERS_H
+#define VELNOR_SUPPORT_FOLDERS_H
 
 #include <string>
 
@@ -26,3 +27,5 @@ std::string PGetCurrentApplicationPath(void*);
 
 // A placeholder: makes nothing and answers 2.
 int PCreateDir(const std::string& path);
+
+#endif

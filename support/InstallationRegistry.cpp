@@ -54,8 +54,9 @@ uint64_t slotIndex(const std::string& slot) {
     constexpr uint64_t kEnough = std::numeric_limits<uint64_t>::max() / 100;
     uint64_t index = 0;
     for (const char c : slot) {
-        if (c < '0' || c > '9' || index > kEnough)
+        if (c < '0' || c > '9' || index > kEnough) {
             break;
+        }
         index = index * 10 + static_cast<uint64_t>(c - '0');
     }
     return index;
@@ -64,21 +65,24 @@ uint64_t slotIndex(const std::string& slot) {
 // Slots past "999" are listed before it: keys come in the order of their text.
 uint64_t highestSlot(const std::vector<PluginInfo>& entries) {
     uint64_t highest = 0;
-    for (const PluginInfo& entry : entries)
+    for (const PluginInfo& entry : entries) {
         highest = std::max(highest, slotIndex(entry.slot));
+    }
     return highest;
 }
 
 void updateVersion(const Registry& registry, const PluginInfo& entry, const std::string& version) {
     LogLine(LogSeverity::kInformation, " version updated from " + entry.version + " to " + version);
-    if (!registry.write(entry.slot, kRegistryVersionKey, version))
+    if (!registry.write(entry.slot, kRegistryVersionKey, version)) {
         LogLine(LogSeverity::kError, " Error writing Module version");
+    }
 }
 
 bool addEntry(const Registry& registry, const std::string& slot, const std::string& path,
               const std::string& version) {
-    if (!registry.writePath(slot, path))
+    if (!registry.writePath(slot, path)) {
         return false;
+    }
     registry.writeVersion(slot, version);
     return true;
 }
@@ -91,10 +95,12 @@ bool record(const Registry& registry, const std::vector<PluginInfo>& entries,
             const std::string& path, const std::string& version) {
     const auto known = std::find_if(entries.begin(), entries.end(),
                                     [&](const PluginInfo& entry) { return entry.path == path; });
-    if (known == entries.end())
+    if (known == entries.end()) {
         return addEntry(registry, slotText(highestSlot(entries) + 1), path, version);
-    if (known->version != version)
+    }
+    if (known->version != version) {
         updateVersion(registry, *known, version);
+    }
     return true;
 }
 
@@ -103,8 +109,9 @@ bool record(const Registry& registry, const std::vector<PluginInfo>& entries,
 bool registerOrmoPlugin(const std::string& vendor, const std::string& product,
                         const std::string& type) {
     const std::optional<std::string> path = callingBundlePath();
-    if (!path)
+    if (!path) {
         return false;
+    }
     const std::string version = MacGetBundleVersion(*path);
     LogLine(LogSeverity::kInformation, " " + VLNSConv(*path) + "(" + version + ")");
     const Registry registry = {registryDomain(vendor, product), type};

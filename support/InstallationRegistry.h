@@ -5,7 +5,8 @@
 // with the slots "000", "001", ... An entry counts when it has both.
 //
 // Thread main, exclusive, may block.
-#pragma once
+#ifndef VELNOR_SUPPORT_INSTALLATIONREGISTRY_H
+#define VELNOR_SUPPORT_INSTALLATIONREGISTRY_H
 
 #include <string>
 #include <vector>
@@ -37,3 +38,5 @@ bool listAUPathVersion(const std::string& vendor, const std::string& product,
 // one.
 bool listPluginPathVersion(const std::string& vendor, const std::string& product,
                            std::vector<velnor::PluginInfo>& out, const std::string& type);
+
+#endif

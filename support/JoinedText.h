@@ -1,5 +1,6 @@
 // Text put together from parts.
-#pragma once
+#ifndef VELNOR_SUPPORT_JOINEDTEXT_H
+#define VELNOR_SUPPORT_JOINEDTEXT_H
 
 #include <locale>
 #include <sstream>
@@ -18,3 +19,5 @@ std::string joined(const Parts&... parts) {
 }
 
 } // namespace velnor
+
+#endif

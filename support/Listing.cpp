@@ -11,8 +11,7 @@ namespace velnor {
 
 namespace {
 
-constexpr UInt32 kPathBufferSize = 1024;
-constexpr CFIndex kNameBufferSize = 1025; // 1,024 bytes and the terminator
+constexpr std::size_t kTextBufferSize = 1025; // 1,024 bytes and the terminator
 
 struct Entry {
     std::string path; // empty when it is too long
@@ -24,30 +23,34 @@ struct Entry {
 using Visitor = std::function<bool(const Entry&)>;
 
 std::string pathOf(const FSRef& ref) {
-    UInt8 path[kPathBufferSize];
-    if (FSRefMakePath(&ref, path, kPathBufferSize) != noErr)
+    UInt8 path[kTextBufferSize];
+    if (FSRefMakePath(&ref, path, sizeof path) != noErr) {
         return "";
+    }
     return reinterpret_cast<const char*>(path);
 }
 
 std::string textOf(const HFSUniStr255& name) {
     const CFRef<CFStringRef> text(
         CFStringCreateWithCharacters(kCFAllocatorDefault, name.unicode, name.length));
-    char buffer[kNameBufferSize];
-    if (!text || !CFStringGetCString(text.Get(), buffer, kNameBufferSize, kCFStringEncodingUTF8))
+    char buffer[kTextBufferSize];
+    if (!text || !CFStringGetCString(text.Get(), buffer, sizeof buffer, kCFStringEncodingUTF8)) {
         return "";
+    }
     return buffer;
 }
 
 class Folder {
 public:
     explicit Folder(const FSRef& ref) {
-        if (FSOpenIterator(&ref, kFSIterateFlat, &mIterator) != noErr)
+        if (FSOpenIterator(&ref, kFSIterateFlat, &mIterator) != noErr) {
             mIterator = nullptr;
+        }
     }
     ~Folder() {
-        if (mIterator != nullptr)
+        if (mIterator != nullptr) {
             FSCloseIterator(mIterator);
+        }
     }
     Folder(const Folder&) = delete;
     Folder& operator=(const Folder&) = delete;
@@ -61,8 +64,9 @@ public:
             FSGetCatalogInfoBulk(mIterator, 1, &count, nullptr,
                                  kFSCatInfoNodeFlags | kFSCatInfoFinderInfo, &info, &ref, nullptr,
                                  &name) != noErr ||
-            count != 1)
+            count != 1) {
             return false;
+        }
         entry = {pathOf(ref), textOf(name), (info.nodeFlags & kFSNodeIsDirectoryMask) != 0};
         return true;
     }
@@ -80,8 +84,9 @@ void visitFolder(const FSRef& folder, const Visitor& visit, Level& next) {
     FSRef ref;
     Entry entry;
     while (listing.next(ref, entry)) {
-        if (!entry.path.empty() && visit(entry))
+        if (!entry.path.empty() && visit(entry)) {
             next.push_back(entry.path);
+        }
     }
 }
 
@@ -94,15 +99,17 @@ void walk(const std::string& root, const Visitor& visit) {
     Level next;
     for (; !current.empty(); current.swap(next), next.clear()) {
         for (const std::string& path : current) {
-            if (FSRef folder; resolve(path, folder))
+            if (FSRef folder; resolve(path, folder)) {
                 visitFolder(folder, visit, next);
+            }
         }
     }
 }
 
 std::string matchText(const std::string& pattern) {
-    if (pattern == "*.*")
+    if (pattern == "*.*") {
         return "";
+    }
     const std::size_t star = pattern.find('*');
     return star == std::string::npos ? pattern : pattern.substr(star + 1);
 }
@@ -111,8 +118,9 @@ std::string matchText(const std::string& pattern) {
 
 void DirectoryLister(const std::string& root, std::set<std::string>& out) {
     walk(root, [&](const Entry& entry) {
-        if (entry.isDirectory)
+        if (entry.isDirectory) {
             out.insert(entry.path);
+        }
         return entry.isDirectory;
     });
 }
@@ -122,8 +130,9 @@ void FileLister(const std::string& root, const std::string& pattern, std::set<st
     const std::string wanted = matchText(pattern);
     walk(root, [&](const Entry& entry) {
         const bool matches = entry.name.rfind(wanted) != std::string::npos;
-        if (matches && (matchDirectories || !entry.isDirectory))
+        if (matches && (matchDirectories || !entry.isDirectory)) {
             out.insert(entry.path);
+        }
         return entry.isDirectory && !(matches && matchDirectories);
     });
 }

@@ -1,11 +1,11 @@
 // What lies below a folder, at every depth.
 //
-// Full paths (absolute, in the file system's bytes) are added to the set; one that needs more than
-// 1,024 bytes with its terminator is left out. Hidden entries count like others; links are never
-// followed, and count as files. Folders that cannot be read are skipped, and a root that cannot be
-// resolved adds nothing. Thread any, concurrent on distinct sets, may block. Memory grows with the
-// folders of two levels.
-#pragma once
+// Full paths (absolute, in the file system's bytes) are added to the set; one of more than 1,024
+// bytes is left out. Hidden entries count like others; links are never followed, and count as
+// files. Folders that cannot be read are skipped, and a root that cannot be resolved adds nothing.
+// Thread any, concurrent on distinct sets, may block. Memory grows with the folders of two levels.
+#ifndef VELNOR_SUPPORT_LISTING_H
+#define VELNOR_SUPPORT_LISTING_H
 
 #include <set>
 #include <string>
@@ -22,3 +22,5 @@ void FileLister(const std::string& root, const std::string& pattern, std::set<st
                 bool matchDirectories);
 
 } // namespace velnor
+
+#endif

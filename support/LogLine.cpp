@@ -3,17 +3,17 @@
 #include "support/ConsoleLogger.h"
 #include "support/Timing.h"
 
-#include <pthread.h>
-
 #include <new>
+#include <pthread.h>
 #include <string>
 
 namespace velnor {
 
 void LogLine(LogSeverity severity, std::string_view message) {
     std::fstream* stream = g_pluginStream;
-    if (stream == nullptr || !stream->is_open())
+    if (stream == nullptr || !stream->is_open()) {
         return;
+    }
     const uint64_t time = myMS();
     const auto thread = static_cast<uintptr_t>(pthread_self());
     try {

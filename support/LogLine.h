@@ -1,5 +1,6 @@
 // The one way in which a line gets into the log.
-#pragma once
+#ifndef VELNOR_SUPPORT_LOGLINE_H
+#define VELNOR_SUPPORT_LOGLINE_H
 
 #include <string_view>
 
@@ -15,3 +16,5 @@ enum class LogSeverity { kInformation, kError };
 void LogLine(LogSeverity severity, std::string_view message);
 
 } // namespace velnor
+
+#endif

@@ -29,8 +29,9 @@ bool holds(const Assessment& assessment) {
 
 bool System::mathAssessments() {
     bool all = true;
-    for (const Assessment& assessment : kAssessments)
+    for (const Assessment& assessment : kAssessments) {
         all = holds(assessment) && all;
+    }
     return all;
 }
 

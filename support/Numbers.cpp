@@ -21,19 +21,22 @@ bool isWhole32(double v) {
 }
 
 int format(std::array<char, kLongestText>& text, double v) {
-    if (isWhole32(v))
+    if (isWhole32(v)) {
         return std::snprintf(text.data(), text.size(), "%.1f", v);
+    }
     const double a = std::fabs(v);
-    if (a >= kExponentFrom || a <= kExponentUpTo)
+    if (a >= kExponentFrom || a <= kExponentUpTo) {
         return std::snprintf(text.data(), text.size(), "%.16e", v);
+    }
     return std::snprintf(text.data(), text.size(), "%f", v);
 }
 
 } // namespace
 
 bool PStringToDouble(const char* s, double& out) {
-    if (s == nullptr)
+    if (s == nullptr) {
         return false;
+    }
     const char* end = s;
     out = PStrtod(s, &end);
     return end != s && *end == '\0';
@@ -43,8 +46,9 @@ void PDoubleToString(std::string& out, double v, bool dotDecimal) {
     std::array<char, kLongestText> text{};
     format(text, v);
     out = text.data();
-    if (dotDecimal)
+    if (dotDecimal) {
         std::replace(out.begin(), out.end(), ',', '.');
+    }
 }
 
 std::string zeroPad(int n) {

@@ -1,7 +1,8 @@
 // Numbers from text and text from numbers.
 //
 // Thread any, concurrent, may block where text is made.
-#pragma once
+#ifndef VELNOR_SUPPORT_NUMBERS_H
+#define VELNOR_SUPPORT_NUMBERS_H
 
 #include <string>
 
@@ -27,3 +28,5 @@ void PDoubleToString(std::string& out, double v, bool dotDecimal);
 
 // At least two digits: 7 gives "07", -5 gives "-5".
 std::string zeroPad(int n);
+
+#endif

@@ -16,8 +16,9 @@ void toPosix(std::string_view path, std::string& out) {
 } // namespace
 
 std::string getPathFromFile(const std::string& path) {
-    if (path.empty())
+    if (path.empty()) {
         return "";
+    }
     const std::size_t slash = path.rfind('/');
     return slash == std::string::npos ? "." : path.substr(0, slash);
 }

@@ -1,7 +1,8 @@
 // Paths as text, with "/" between names. Nothing here looks at the file system.
 //
 // Thread any, concurrent, may block.
-#pragma once
+#ifndef VELNOR_SUPPORT_PATHSTRINGS_H
+#define VELNOR_SUPPORT_PATHSTRINGS_H
 
 #include <string>
 
@@ -20,3 +21,5 @@ void cleanPathName(std::string& name);
 // The first 2,047 bytes of the path with "/" for every backslash. path is not null.
 void PToPosix(const char* path, std::string& out);
 void PToPosix(const std::string& path, std::string& out);
+
+#endif

@@ -25,7 +25,8 @@ float PBrandf() {
 
 void Psrand(unsigned long seed) {
     mt[0] = static_cast<uint32_t>(seed);
-    for (uint32_t i = 1; i < kTwisterWords; ++i)
+    for (uint32_t i = 1; i < kTwisterWords; ++i) {
         mt[i] = 1812433253U * (mt[i - 1] ^ (mt[i - 1] >> 30)) + i;
+    }
     mti = kTwisterWords;
 }

@@ -4,7 +4,8 @@
 // shared with the whole process, so concurrent draws are safe but cannot be reproduced.
 //
 // Thread any, concurrent where nothing else is said, may block: the generator locks its state.
-#pragma once
+#ifndef VELNOR_SUPPORT_RANDOM_H
+#define VELNOR_SUPPORT_RANDOM_H
 
 #include <cstdint>
 
@@ -27,3 +28,5 @@ extern int mti;
 
 // Seeds the MT19937 state with the seed's low 32 bits. Exclusive.
 void Psrand(unsigned long seed);
+
+#endif

@@ -1,5 +1,6 @@
 // Where the installation registry lives. Internal to the support library.
-#pragma once
+#ifndef VELNOR_SUPPORT_REGISTRYDOMAIN_H
+#define VELNOR_SUPPORT_REGISTRYDOMAIN_H
 
 #include <string>
 
@@ -14,3 +15,5 @@ inline std::string registryDomain(const std::string& vendor, const std::string& 
 }
 
 } // namespace velnor
+
+#endif

@@ -33,16 +33,18 @@ bool listPluginPathVersion(const std::string& vendor, const std::string& product
     const std::span format(&type, 1);
     const config::Value own = config::copyOwn(address);
     const std::vector<CFStringRef> slots = config::keysOf(config::find(own.Get(), format));
-    if (slots.empty())
+    if (slots.empty()) {
         return false;
+    }
     const config::Value searched = config::copySearched(address);
     const CFTypeRef entries = config::find(searched.Get(), format);
     const EntryReader reader;
     const std::size_t before = out.size();
     PluginInfo info;
     for (const CFStringRef slot : slots) {
-        if (reader.read(entries, slot, info))
+        if (reader.read(entries, slot, info)) {
             out.push_back(info);
+        }
     }
     return out.size() > before;
 }

@@ -1,19 +1,24 @@
 #include "support/SetupFile.h"
 
-#include <tinyxml.h>
+#include "support/XmlExtent.h"
 
 #include <array>
+#include <cctype>
 #include <cstdio>
 #include <cstring>
 #include <fstream>
 #include <memory>
+#include <string_view>
+#include <tinyxml.h>
 
 namespace velnor {
 
 namespace {
 
-constexpr std::size_t kLargestFile = std::size_t{1} << 20;
-constexpr std::size_t kMostOpenTags = 4096;
+constexpr std::size_t kLargestFile = std::size_t{64} << 20;
+constexpr XmlExtent kLargestTree = {.depth = 1024, .nodes = 1 << 18, .attributes = 1024};
+constexpr std::size_t kLongestDeclaration = 1024;
+constexpr std::string_view kUtf8Mark = "\xEF\xBB\xBF";
 
 struct FileCloser {
     void operator()(std::FILE* file) const { std::fclose(file); }
@@ -21,7 +26,7 @@ struct FileCloser {
 
 bool readWhole(const std::string& path, std::string& text) {
     std::ifstream in(path, std::ios::binary);
-    std::array<char, 4096> piece;
+    std::array<char, 1 << 16> piece;
     while (in && text.size() <= kLargestFile) {
         in.read(piece.data(), piece.size());
         text.append(piece.data(), static_cast<std::size_t>(in.gcount()));
@@ -30,22 +35,56 @@ bool readWhole(const std::string& path, std::string& text) {
            text.find('\0') == std::string::npos;
 }
 
-// The parser recurses once per element inside another, to any depth. An element that can hold
-// others begins with a tag whose ">" does not follow a "/", whatever the encoding makes of the
-// bytes before it: so the number of those bounds the depth.
-bool nestsTooDeep(const std::string& text) {
-    std::size_t openTags = 0;
-    for (std::size_t i = 0; i < text.size(); ++i)
-        openTags += text[i] == '>' && (i == 0 || text[i - 1] != '/');
-    return openTags > kMostOpenTags;
+// Line ends as XML has them.
+void normaliseLines(std::string& text) {
+    std::size_t to = 0;
+    for (std::size_t from = 0; from < text.size(); ++from) {
+        const bool isReturn = text[from] == '\r';
+        if (!isReturn || from + 1 == text.size() || text[from + 1] != '\n') {
+            text[to++] = isReturn ? '\n' : text[from];
+        }
+    }
+    text.resize(to);
+}
+
+// As the parser finds it out by itself, which the measure must know before.
+TiXmlEncoding encodingOf(const std::string& text) {
+    if (text.starts_with(kUtf8Mark)) {
+        return TIXML_ENCODING_UTF8;
+    }
+    TiXmlDocument head;
+    head.Parse((text.substr(0, text.substr(0, kLongestDeclaration).find('>')) + ">").c_str());
+    const TiXmlNode* first = head.FirstChild();
+    const TiXmlDeclaration* declaration = first == nullptr ? nullptr : first->ToDeclaration();
+    if (declaration == nullptr) {
+        return TIXML_ENCODING_LEGACY;
+    }
+    std::string name = declaration->Encoding();
+    for (char& c : name) {
+        c = static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
+    }
+    const bool isUtf8 = name.empty() || name.starts_with("UTF-8") || name.starts_with("UTF8");
+    return isUtf8 ? TIXML_ENCODING_UTF8 : TIXML_ENCODING_LEGACY;
+}
+
+bool isBearable(const std::string& text, TiXmlEncoding encoding) {
+    const XmlExtent extent = measureXml(text, encoding == TIXML_ENCODING_UTF8);
+    return extent.depth <= kLargestTree.depth && extent.nodes <= kLargestTree.nodes &&
+           extent.attributes <= kLargestTree.attributes && !extent.isCut;
 }
 
 bool load(const std::string& path, TiXmlDocument& document) {
     std::string text;
-    if (!readWhole(path, text) || nestsTooDeep(text))
+    if (!readWhole(path, text)) {
         return false;
+    }
+    normaliseLines(text);
+    const TiXmlEncoding encoding = encodingOf(text);
+    if (!isBearable(text, encoding)) {
+        return false;
+    }
     const std::unique_ptr<std::FILE, FileCloser> file(fmemopen(text.data(), text.size(), "rb"));
-    return file && document.LoadFile(file.get(), TIXML_ENCODING_UNKNOWN);
+    return file && document.LoadFile(file.get(), encoding);
 }
 
 struct Expectation {
@@ -58,8 +97,9 @@ bool disagrees(const TiXmlElement& node, const Expectation& expected, std::strin
     const char* name = node.Attribute("name");
     const char* value = node.Attribute("value");
     if (node.ValueStr() != "Property" || name == nullptr || value == nullptr ||
-        std::strcmp(name, expected.name) != 0 || expected.value == value)
+        std::strcmp(name, expected.name) != 0 || expected.value == value) {
         return false;
+    }
     message = std::string("incorrect ") + expected.name + " in file " + value;
     return true;
 }
@@ -81,8 +121,9 @@ bool verifyOrmoSetup(const std::string& vendor, const std::string& product, cons
     bool result = true;
     for (const TiXmlElement* node = root->FirstChildElement(); node != nullptr;
          node = node->NextSiblingElement()) {
-        for (const Expectation& expected : {Expectation{"vendor", vendor}, {"product", product}})
+        for (const Expectation& expected : {Expectation{"vendor", vendor}, {"product", product}}) {
             result = !disagrees(*node, expected, message) && result;
+        }
     }
     return result;
 }

@@ -84,25 +84,28 @@ void seedRandomNumbers() {
     std::srand(static_cast<unsigned>(now));
     Psrand(static_cast<unsigned long>(now));
     double drawn[4];
-    for (double& value : drawn)
+    for (double& value : drawn) {
         value = PUrand();
+    }
     logInformation("Testing random numbers: ", drawn[0], ' ', drawn[1], ' ', drawn[2], ' ',
                    drawn[3]);
 }
 
 void assessMath() {
     logInformation("Math assessments--------");
-    if (System::mathAssessments())
+    if (System::mathAssessments()) {
         logInformation("Math assessments passed");
-    else
+    } else {
         logInformation("Math assessments FAILED!!!!");
+    }
 }
 
 } // namespace
 
 void System::init(TimerMethod_t method) {
-    if (!gFirstPass)
+    if (!gFirstPass) {
         return;
+    }
     setTimerMethod(method);
     initCPUSpeed();
     checkCPUSupport();
@@ -117,14 +120,16 @@ void System::initCPUSpeed() {
     activeCores = 1;
     CpuSpeed = 0;
     uint64_t frequency = 0;
-    if (query("hw.cpufrequency", frequency))
+    if (query("hw.cpufrequency", frequency)) {
         CpuSpeed = static_cast<double>(frequency) / kHertzPerMegahertz;
-    else
+    } else {
         logError("sysctlbyname - hw.cpufrequency failed");
+    }
     SecondsPerCPUTick = kNanosecond;
     logInformation("Detecting CPU speed: ", CpuSpeed, " Mhz");
-    if (int32_t cores = 0; query("hw.activecpu", cores))
+    if (int32_t cores = 0; query("hw.activecpu", cores)) {
         activeCores = cores;
+    }
     logInformation("Active CPUs : ", activeCores);
 }
 
@@ -150,12 +155,14 @@ void System::getMemStats(MemoryStat& stat) {
     const mach_port_t host = mach_host_self();
     vm_statistics_data_t memory{};
     mach_msg_type_number_t count = HOST_VM_INFO_COUNT;
-    if (host_statistics(host, HOST_VM_INFO, &memory, &count) != KERN_SUCCESS)
+    if (host_statistics(host, HOST_VM_INFO, &memory, &count) != KERN_SUCCESS) {
         return;
+    }
     host_basic_info_data_t basic{};
     count = HOST_BASIC_INFO_COUNT;
-    if (host_info(host, HOST_BASIC_INFO, &basic, &count) != KERN_SUCCESS)
+    if (host_info(host, HOST_BASIC_INFO, &basic, &count) != KERN_SUCCESS) {
         return;
+    }
     stat.total = basic.max_mem;
     stat.free = memory.free_count * vm_page_size;
 }

@@ -1,5 +1,6 @@
 // What the library knows about the machine.
-#pragma once
+#ifndef VELNOR_SUPPORT_SYSTEM_H
+#define VELNOR_SUPPORT_SYSTEM_H
 
 #include "platform/Facts.h"
 
@@ -59,3 +60,5 @@ public:
 };
 
 } // namespace velnor
+
+#endif

@@ -38,8 +38,9 @@ bool isSpaceOrTab(char byte) {
 template <typename Convert>
 void mapBytes(const std::string& in, std::string& out, Convert convert) {
     out = in;
-    for (char& byte : out)
+    for (char& byte : out) {
         byte = static_cast<char>(convert(static_cast<unsigned char>(byte)));
+    }
 }
 
 } // namespace
@@ -72,12 +73,14 @@ void lowercase(const std::string& in, std::string& out) {
 
 void PSimpleStringTokenizer(const std::string& text, const std::string& delimiter,
                             std::vector<std::string>& out) {
-    if (delimiter.empty())
+    if (delimiter.empty()) {
         return;
+    }
     std::size_t start = 0;
     std::size_t found = text.find(delimiter);
-    if (found == std::string::npos)
+    if (found == std::string::npos) {
         return;
+    }
     for (; found != std::string::npos; found = text.find(delimiter, start)) {
         out.push_back(text.substr(start, found - start));
         start = found + delimiter.size();
@@ -94,8 +97,9 @@ void PStringReplacer(const std::string& text, std::string& out, const std::strin
         return;
     }
     std::string joined = pieces.front();
-    for (std::size_t i = 1; i < pieces.size(); ++i)
+    for (std::size_t i = 1; i < pieces.size(); ++i) {
         joined.append(replacement).append(pieces[i]);
+    }
     out = std::move(joined);
 }
 

@@ -2,7 +2,8 @@
 //
 // Thread any, concurrent on distinct arguments, may block (all of them allocate). An output may be
 // the same string as the input.
-#pragma once
+#ifndef VELNOR_SUPPORT_TEXT_H
+#define VELNOR_SUPPORT_TEXT_H
 
 #include <string>
 #include <vector>
@@ -34,3 +35,5 @@ std::string VLNSConv(const std::string& text);
 
 // A placeholder: answers "DUMMYMD5" for any text and computes no digest.
 std::string PcalcMD5(const std::string& text);
+
+#endif

@@ -9,8 +9,9 @@ bool getLine(std::istream& in, std::string& line) {
     char byte = 0;
     while (in.get(byte) && byte != '\n') {
         if (byte == '\r') {
-            if (in.peek() == '\n')
+            if (in.peek() == '\n') {
                 in.ignore();
+            }
             break;
         }
         line.push_back(byte);
@@ -34,12 +35,14 @@ void storePair(const std::string& line, std::size_t separator,
 bool createStringMap(const std::string& path, std::map<std::string, std::string>& out,
                      char separator) {
     std::ifstream in(path);
-    if (!in)
+    if (!in) {
         return false;
+    }
     std::string line;
     while (getLine(in, line)) {
-        if (const std::size_t found = line.find(separator); found != std::string::npos)
+        if (const std::size_t found = line.find(separator); found != std::string::npos) {
             storePair(line, found, out);
+        }
     }
     return true;
 }

@@ -1,5 +1,6 @@
 // Lines, and files of key-value lines. Thread any, concurrent on distinct arguments, may block.
-#pragma once
+#ifndef VELNOR_SUPPORT_TEXTFILES_H
+#define VELNOR_SUPPORT_TEXTFILES_H
 
 #include <iosfwd>
 #include <map>
@@ -14,3 +15,5 @@ bool getLine(std::istream& in, std::string& line);
 // which is not cleared. False when the file cannot be opened.
 bool createStringMap(const std::string& path, std::map<std::string, std::string>& out,
                      char separator);
+
+#endif

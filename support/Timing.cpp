@@ -32,8 +32,9 @@ uint64_t cpuTick() VELNOR_NONBLOCKING {
 
 int PmilliSleep(unsigned long ms) {
     for (; ms > kLongestSleep; ms -= kLongestSleep) {
-        if (const int result = usleep(kLongestSleep * kMicrosecondsPerMilli); result != 0)
+        if (const int result = usleep(kLongestSleep * kMicrosecondsPerMilli); result != 0) {
             return result;
+        }
     }
     return usleep(static_cast<useconds_t>(ms * kMicrosecondsPerMilli));
 }

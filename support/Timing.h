@@ -1,5 +1,6 @@
 // Time since the system's start, and sleeping.
-#pragma once
+#ifndef VELNOR_SUPPORT_TIMING_H
+#define VELNOR_SUPPORT_TIMING_H
 
 #include "platform/Facts.h"
 
@@ -15,3 +16,5 @@ uint64_t cpuTick() VELNOR_NONBLOCKING;
 // Sleeps that many milliseconds. 0, or -1 with errno EINTR when a signal cut the sleep short.
 // Thread any, concurrent, may block.
 int PmilliSleep(unsigned long ms);
+
+#endif

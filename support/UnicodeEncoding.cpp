@@ -29,8 +29,9 @@ bool getUnicodeEncoding(const std::string& path, UNICODE_ENCODING& encoding,
     encoding = NO_BOM;
     std::ifstream in(path, std::ios::binary);
     char start[kBytesRead];
-    if (!in.read(start, kBytesRead))
+    if (!in.read(start, kBytesRead)) {
         return false;
+    }
     for (const Mark& mark : kMarks) {
         if (std::string_view(start, kBytesRead).starts_with(mark.bytes)) {
             encoding = mark.encoding;

@@ -1,5 +1,6 @@
 // Which Unicode encoding a file's byte-order mark announces. Thread any, concurrent, may block.
-#pragma once
+#ifndef VELNOR_SUPPORT_UNICODEENCODING_H
+#define VELNOR_SUPPORT_UNICODEENCODING_H
 
 #include <string>
 
@@ -23,3 +24,5 @@ enum UNICODE_ENCODING {
 // stays as it was.
 bool getUnicodeEncoding(const std::string& path, UNICODE_ENCODING& encoding,
                         unsigned long& markLength);
+
+#endif

@@ -1,5 +1,6 @@
 // Numbers in XML attributes.
-#pragma once
+#ifndef VELNOR_SUPPORT_XMLATTRIBUTE_H
+#define VELNOR_SUPPORT_XMLATTRIBUTE_H
 
 #include <tinyxml.h>
 
@@ -11,3 +12,5 @@ namespace velnor {
 int QueryDoubleValue(const TiXmlAttribute& attribute, double& value);
 
 } // namespace velnor
+
+#endif

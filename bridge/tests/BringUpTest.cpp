@@ -1,11 +1,11 @@
-#include "bridge/tests/TestHost.h"
 #include "platform/Process.h"
-#include "platform/tests/Testing.h"
+#include "testing/TestHost.h"
+#include "testing/Testing.h"
 
 #include <dlfcn.h>
 #include <memory>
 
-namespace velnor::test {
+namespace velnor::testing {
 namespace {
 
 TEST(BringUp, EachFailureTellsTheUserOnceAndLeavesASilentInstrument) {
@@ -32,8 +32,11 @@ TEST(BringUp, EachFailureTellsTheUserOnceAndLeavesASilentInstrument) {
         TestHost host;
         host.setDataDir(dataDir);
         host.setEnginePath(enginePath);
+        Texts logged;
+        host.alerts.WhenShown([&] { logged = host.log(); });
         Instrument instrument;
         ASSERT_EQ(host.alerts.Alerts().size(), 1U);
+        EXPECT_THAT(logged, Contains("E:" + error)) << "before the alert, which may take long";
         const AlertRecorder::Alert& shown = host.alerts.Alerts().front();
         EXPECT_EQ(shown.level, 0);
         EXPECT_EQ(shown.header, "Tavo Tarn 12");
@@ -67,6 +70,14 @@ TEST(BringUp, EachFailureTellsTheUserOnceAndLeavesASilentInstrument) {
     }
 }
 
+TEST(BringUp, AnInstallationForAllUsersIsFound) {
+    TestHost host;
+    std::filesystem::rename(host.home.ConfigHome() + "/velnor", host.home.ConfigDirs() + "/velnor");
+    Instrument instrument;
+    EXPECT_EQ(instrument.initialize(), noErr);
+    EXPECT_EQ(callsOf(kOpOpenInstance).at(0).bytes[1], "/data");
+}
+
 TEST(BringUp, AnEngineThatLeavesTheHandleZeroIsAskedAgainAtEachInitialize) {
     TestHost host;
     Instrument instrument;
@@ -98,8 +109,9 @@ TEST(BringUp, OnlyTheVersion1025TurnsTheCompatibilitySlotsOn) {
         EXPECT_THAT(host.log(),
                     Contains("I:Turned on Ormo 1.025 compatibility slots").Times(compat ? 1 : 0));
         instrument.initialize();
-        for (const UInt32 status : {0x95U, 0xF8U})
+        for (const UInt32 status : {0x95U, 0xF8U}) {
             instrument.sendMidi(status, 60, 100, 0);
+        }
         instrument.pullNext();
         EngineOpenBlock block = {};
         std::memcpy(&block, callsOf(kOpOpenInstance).at(0).bytes[0].data(), sizeof block);
@@ -126,7 +138,8 @@ TEST(BringUp, OpenBlockAndDataDirectoryStayUnchangedForTheInstrumentsLife) {
     instrument.initialize();
     EXPECT_EQ(std::memcmp(block, open.bytes[0].data(), sizeof *block), 0);
     EXPECT_EQ(block->dataDir, longest);
-    std::array<char, 1024> setupPath{};
+    std::array<char, 1024> setupPath;
+    setupPath.fill('x');
     EXPECT_EQ(instrument.get(kPropertySetupPath, setupPath), noErr);
     EXPECT_EQ(setupPath.data(), longest + "/OrmoSetup.xml");
 }
@@ -162,8 +175,9 @@ TEST(BringUp, SixtyFourInstrumentsShareOneLogOneRegistrationAndOneEngineAndLeave
     }
     EXPECT_EQ(freshProbe().openInstances(), 64U);
     EXPECT_THAT(host.log(), Contains("I:fetched OrmoVersion:1026").Times(64));
-    for (auto& instrument : instruments)
+    for (auto& instrument : instruments) {
         EXPECT_EQ(instrument->pullNext().channels[1][3], probe::patternSample(1, 3));
+    }
     for (std::size_t i = 0; i < 64; ++i) { // neither in order nor in reverse
         EXPECT_FALSE(ReadFile(host.logPath()).ends_with("@"));
         instruments[(i * 7) % 64].reset();
@@ -177,8 +191,8 @@ TEST(BringUp, SixtyFourInstrumentsShareOneLogOneRegistrationAndOneEngineAndLeave
                 AllOf(HasSubstr("<key>000</key>"), Not(HasSubstr("<key>001</key>"))));
 }
 
-/* The bundle is given back before the engine is told to close: only the reference that is never
- * given back keeps the code there. */
+// The bundle is given back before the engine is told to close: only the reference that is never
+// given back keeps the code there.
 TEST(BringUp, TheEnginesCodeOutlivesEveryInstrument) {
     TestHost host;
     const std::string bundle = host.home.Root() + "/Probe.engine";
@@ -195,4 +209,4 @@ TEST(BringUp, TheEnginesCodeOutlivesEveryInstrument) {
 }
 
 } // namespace
-} // namespace velnor::test
+} // namespace velnor::testing

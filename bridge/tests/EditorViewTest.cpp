@@ -1,16 +1,16 @@
-#include "bridge/tests/TestHost.h"
 #include "platform/EventLoop.h"
-#include "platform/tests/HostWindow.h"
-#include "platform/tests/Testing.h"
+#include "testing/HostWindow.h"
+#include "testing/TestHost.h"
+#include "testing/Testing.h"
 
-namespace velnor::test {
+namespace velnor::testing {
 namespace {
 
 using Opcodes = std::vector<OrmoWord>;
 
 const Opcodes kClosed = {kOpDetachEditor, kOpEditorDestroy};
 
-class EditorView : public testing::Test {
+class EditorView : public ::testing::Test {
 protected:
     void SetUp() override { PlatformAdvanceEventLoop(0); }
     void OpenInstrument(bool initialized,
@@ -31,8 +31,9 @@ protected:
     }
     Opcodes TakeOpcodes() {
         Opcodes opcodes;
-        for (const auto& call : probe.calls())
+        for (const auto& call : probe.calls()) {
             opcodes.push_back(call.words[1]);
+        }
         probe.clear();
         return opcodes;
     }
@@ -145,6 +146,7 @@ TEST_F(EditorView, WithoutAnEditorItKeepsTheFallbackTextAndSendsNothingMore) {
     probe.behaviour.leaveEditorZero = true;
     for (const bool initialized : {false, true}) {
         OpenInstrument(initialized);
+        const CFIndex objects = PlatformLiveObjectCount();
         ASSERT_EQ(Show(initialized ? kWindowNoAttributes : kWindowCompositingAttribute), noErr);
         ExpectFallback("Please reinstall Tavo Tarn 12", initialized ? 30 : 0, initialized ? 40 : 0);
         EXPECT_EQ(TakeOpcodes(), Opcodes(initialized ? 1 : 0, kOpEditorCreate));
@@ -153,6 +155,8 @@ TEST_F(EditorView, WithoutAnEditorItKeepsTheFallbackTextAndSendsNothingMore) {
         PlatformAdvanceEventLoop(3);
         EXPECT_EQ(window->CloseView(), noErr);
         EXPECT_EQ(TakeOpcodes(), Opcodes{});
+        window.reset();
+        EXPECT_EQ(PlatformLiveObjectCount(), objects);
     }
 }
 
@@ -167,4 +171,4 @@ TEST_F(EditorView, WithoutAnEngineTheTextNamesTheProductOfTheFile) {
 }
 
 } // namespace
-} // namespace velnor::test
+} // namespace velnor::testing

@@ -1,11 +1,12 @@
 #include "bridge/EventSorter.h"
-#include "platform/tests/Testing.h"
+
+#include "testing/Testing.h"
 
 #include <cstring>
 #include <memory>
 #include <random>
 
-namespace velnor::test {
+namespace velnor::testing {
 namespace {
 
 // Random lengths, ranges of offsets (negative ones among them) and kinds of disorder; every way
@@ -18,17 +19,22 @@ TEST(EventSorter, EveryKindOfDisorderEndsInStableOrder) {
         const std::size_t count = 1 + upTo(round % 20 == 0 ? 1023 : 120);
         const std::uint64_t range = std::uint64_t{1} << (1 + upTo(32));
         std::vector<MIDIEvent> events(count);
-        for (MIDIEvent& event : events)
+        for (MIDIEvent& event : events) {
             event.offset = static_cast<std::int32_t>(random() % range);
+        }
         const std::size_t kind = upTo(5);
-        if (kind > 0)
+        if (kind > 0) {
             std::ranges::sort(events, {}, &MIDIEvent::offset);
-        if (kind == 2)
+        }
+        if (kind == 2) {
             std::ranges::reverse(events);
-        if (kind == 3)
+        }
+        if (kind == 3) {
             std::ranges::rotate(events, events.begin() + static_cast<long>(upTo(count)));
-        for (std::size_t swaps = kind == 4 ? 1 + count / 50 : 0; swaps > 0; --swaps)
+        }
+        for (std::size_t swaps = kind == 4 ? 1 + count / 50 : 0; swaps > 0; --swaps) {
             std::swap(events[upTo(count)], events[upTo(count)]);
+        }
         for (std::size_t i = 0; i < count; ++i) { // so that a swap of equal offsets shows
             events[i].unused[0] = static_cast<std::uint8_t>(i >> 8);
             events[i].unused[1] = static_cast<std::uint8_t>(i);
@@ -44,4 +50,4 @@ TEST(EventSorter, EveryKindOfDisorderEndsInStableOrder) {
 }
 
 } // namespace
-} // namespace velnor::test
+} // namespace velnor::testing

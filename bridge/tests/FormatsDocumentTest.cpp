@@ -1,19 +1,17 @@
-/* The worked examples of docs/formats.md, against what the code writes and reads. */
-#include "bridge/tests/TestHost.h"
-
+// The worked examples of docs/formats.md, against what the code writes and reads.
 #include "platform/CFRef.h"
 #include "platform/Process.h"
-#include "platform/tests/Values.h"
 #include "support/SetupFile.h"
+#include "testing/TestHost.h"
+#include "testing/Values.h"
 
 #include <gtest/gtest.h>
-
 #include <iomanip>
 #include <regex>
 #include <set>
 #include <sstream>
 
-namespace velnor::test {
+namespace velnor::testing {
 namespace {
 
 constexpr const char* kDataDir = "/home/ada/sounds";
@@ -24,18 +22,19 @@ const std::string& theDocument() {
     return document;
 }
 
-/* The fenced block of that name, without its fences. */
+// The fenced block of that name, without its fences.
 std::string example(const std::string& name) {
     const std::string& document = theDocument();
     const std::string fence = "\n```" + name + "\n";
     const std::size_t start = document.find(fence);
     const std::size_t end = document.find("\n```\n", start + fence.size());
-    if (start == document.npos || end == document.npos)
+    if (start == document.npos || end == document.npos) {
         throw std::runtime_error("no example " + name);
+    }
     return document.substr(start + fence.size(), end + 1 - start - fence.size());
 }
 
-/* Bytes as the document shows them. */
+// Bytes as the document shows them.
 std::string dumpOf(const std::string& bytes) {
     std::ostringstream text;
     text << std::hex << std::setfill('0');
@@ -47,8 +46,9 @@ std::string dumpOf(const std::string& bytes) {
             continue;
         }
         text << std::setw(4) << at << " ";
-        for (const char byte : row)
+        for (const char byte : row) {
             text << " " << std::setw(2) << (static_cast<unsigned>(byte) & 0xFF);
+        }
         text << "\n";
         above = row;
     }
@@ -56,12 +56,13 @@ std::string dumpOf(const std::string& bytes) {
 }
 
 std::string replaced(std::string text, const std::string& from, const std::string& to) {
-    for (std::size_t at = text.find(from); at != text.npos; at = text.find(from, at + to.size()))
+    for (std::size_t at = text.find(from); at != text.npos; at = text.find(from, at + to.size())) {
         text.replace(at, from.size(), to);
+    }
     return text;
 }
 
-/* With the document's user and installation in place of the test's. */
+// With the document's user and installation in place of the test's.
 std::string atAdas(const TestHost& host, const std::string& text) {
     const std::string component = std::string(kDataHome) + "/velnor/Components/Velnor.component";
     return replaced(replaced(text, builtBundle("Velnor.component"), component),
@@ -75,23 +76,48 @@ TEST(FormatsDocument, EveryExampleIsReadHere) {
     const std::regex fence("\n```([a-z].*)");
     std::set<std::string> names;
     for (auto it = std::sregex_iterator(document.begin(), document.end(), fence);
-         it != std::sregex_iterator(); ++it)
+         it != std::sregex_iterator(); ++it) {
         names.insert((*it)[1]);
+    }
     const std::string tests = ReadFile(VELNOR_SOURCE_DIR "/bridge/tests/FormatsDocumentTest.cpp");
-    for (const std::string& name : names)
+    for (const std::string& name : names) {
         EXPECT_NE(tests.find("example(\"" + name + "\")"), tests.npos) << name;
+    }
     EXPECT_FALSE(names.empty());
+}
+
+// The record that the document's table describes: rows of offset, size, field and shipped value.
+std::string recordOfTheTable() {
+    const std::string section = theDocument().substr(0, theDocument().find("```product-record"));
+    const std::regex row("\n\\| (\\d+) \\| (\\d+) \\| [^|]+ \\| *([^|]*?) *\\|");
+    std::string record;
+    for (auto it = std::sregex_iterator(section.begin(), section.end(), row);
+         it != std::sregex_iterator(); ++it) {
+        EXPECT_EQ(std::stoul((*it)[1]), record.size());
+        const std::string shown = (*it)[3];
+        std::string value = shown.starts_with('`') ? shown.substr(1, shown.size() - 2) : "";
+        std::istringstream words(shown.starts_with('`') ? "" : shown);
+        for (std::string word; std::getline(words, word, ',');) {
+            const auto number = static_cast<UInt32>(std::stoul(word, nullptr, 0));
+            value.append(reinterpret_cast<const char*>(&number), sizeof number);
+        }
+        value.resize(std::stoul((*it)[2]));
+        record += value;
+    }
+    return record;
 }
 
 TEST(FormatsDocument, TheProductRecordIsTheBuiltFilesTwice) {
     const ProductRecord shipped;
     const std::string record(reinterpret_cast<const char*>(&shipped), sizeof shipped);
+    EXPECT_EQ(dumpOf(recordOfTheTable()), dumpOf(record));
     EXPECT_EQ(example("product-record"), dumpOf(record));
     const std::string file = ReadFile(executableOf(builtBundle("Velnor.component")));
     for (const std::string& block : {record, record.substr(0, 12)}) {
         int found = 0;
-        for (std::size_t at = file.find(block); at != file.npos; at = file.find(block, at + 1))
+        for (std::size_t at = file.find(block); at != file.npos; at = file.find(block, at + 1)) {
             ++found;
+        }
         EXPECT_EQ(found, 2);
     }
 }
@@ -146,7 +172,7 @@ TEST(FormatsDocument, TheLogIsTheFileThatAProcessLeaves) {
     {
         Instrument instrument;
     }
-    /* Threads, times, addresses and dates are their own in each run. */
+    // Threads, times, addresses and dates are their own in each run.
     const auto timeless = [](std::string text) {
         text = std::regex_replace(text, std::regex("(^|\n)([IE]):\\d+:\\d+:"), "$1$2:0:0:");
         text = std::regex_replace(text, std::regex("0x[0-9a-f]+"), "0x0");
@@ -169,4 +195,4 @@ TEST(FormatsDocument, TheSetupFileIsForItsProductAlone) {
 }
 
 } // namespace
-} // namespace velnor::test
+} // namespace velnor::testing

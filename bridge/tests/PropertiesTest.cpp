@@ -1,7 +1,9 @@
-#include "bridge/tests/TestHost.h"
-#include "platform/tests/Testing.h"
+#include "testing/TestHost.h"
+#include "testing/Testing.h"
 
-namespace velnor::test {
+#include <sys/resource.h>
+
+namespace velnor::testing {
 namespace {
 
 using Properties = Opened;
@@ -11,7 +13,7 @@ using PlayingState = Playing;
 struct Saved {
     CFRef<CFPropertyListRef> list;
     OSStatus status;
-    std::string chunk; /* or "none" */
+    std::string chunk; // or "none"
 };
 
 Saved save(Instrument& instrument) {
@@ -77,7 +79,12 @@ TEST_F(Properties, WhatTheInstrumentSaysOfItself) {
     const MusicDeviceNoteParams note = {2, 60, 100, {}};
     EXPECT_EQ(MusicDevicePrepareInstrument(instrument.unit(), 0), noErr);
     EXPECT_EQ(MusicDeviceReleaseInstrument(instrument.unit(), 0), noErr);
+    rlimit before = {}, after = {};
+    getrlimit(RLIMIT_NOFILE, &before);
     EXPECT_EQ(instrument.initialize(), noErr);
+    getrlimit(RLIMIT_NOFILE, &after);
+    EXPECT_GE(after.rlim_cur, before.rlim_cur);
+    EXPECT_GE(after.rlim_max, before.rlim_max);
     takeCalls();
     EXPECT_EQ(MusicDeviceStartNote(instrument.unit(), 0, 0, nullptr, 0, &note), noErr);
     EXPECT_EQ(MusicDeviceStopNote(instrument.unit(), 0, 60, 0), noErr);
@@ -112,8 +119,8 @@ TEST_F(Properties, VendorPropertiesPassThroughInBothDirections) {
     EXPECT_EQ(instrument.set(70000, value), noErr);
     EXPECT_EQ(callsOf(kOpVendorProperty).at(0).bytes[0], "\x01\x02\x03\x04");
     EXPECT_THAT(takeCalls(), ElementsAre("30 E ptr 0 0 70000 0 0 0"));
-    const UInt8 byte = 7; // the engine gets four readable bytes even so
-    EXPECT_EQ(instrument.set(70001, byte), noErr);
+    const UInt8 bytes[] = {7, 9, 9, 9}; // the engine gets four readable bytes even so
+    EXPECT_EQ(instrument.set(70001, bytes[0]), noErr);
     EXPECT_EQ(callsOf(kOpVendorProperty).at(0).bytes[0], std::string("\x07\0\0\0", 4));
     takeCalls();
     alignas(8) UInt32 values[] = {0x04030201, 0x08070605};
@@ -130,13 +137,20 @@ TEST_F(Properties, VendorPropertiesPassThroughInBothDirections) {
     takeCalls();
     behaviour.answerVendor = true;
     behaviour.vendorAnswer = 4711;
-    EXPECT_EQ(instrument.get(0x7FFFFFFF, value), noErr);
-    EXPECT_EQ(value, 4711U);
-    EXPECT_THAT(takeCalls(), ElementsAre("30 E ptr 0 0 2147483647 0 0 0"));
-    behaviour.vendorResult = -3;
-    EXPECT_EQ(instrument.get(70000, value), kAudioUnitErr_InvalidPropertyValue);
-    EXPECT_EQ(instrument.set(70000, value), kAudioUnitErr_InvalidPropertyValue);
-    EXPECT_THAT(host.log(), Contains("E:set vendor specific engine error:-3").Times(2));
+    for (const AudioUnitPropertyID id : {65536u, 0x7FFFFFFFu}) {
+        value = 0;
+        EXPECT_EQ(instrument.get(id, value), noErr);
+        EXPECT_EQ(value, 4711U);
+        EXPECT_THAT(takeCalls(), ElementsAre("30 E ptr 0 0 " + std::to_string(id) + " 0 0 0"));
+    }
+    for (const int result : {-3, 2}) {
+        behaviour.vendorResult = result;
+        EXPECT_EQ(instrument.get(70000, value), kAudioUnitErr_InvalidPropertyValue);
+        EXPECT_EQ(instrument.set(70000, value), kAudioUnitErr_InvalidPropertyValue);
+        EXPECT_THAT(
+            host.log(),
+            Contains("E:set vendor specific engine error:" + std::to_string(result)).Times(2));
+    }
     takeCalls();
     EXPECT_NE(instrument.set(70000, value, kAudioUnitScope_Output), noErr);
     EXPECT_NE(instrument.get(64999, value), noErr);
@@ -161,10 +175,10 @@ TEST_F(State, CarriesTheEnginesChunkAndGivesItBack) {
 }
 
 TEST_F(PlayingState, IsSavedWithoutAChunkThatTheEngineDoesNotDeliver) {
-    for (const bool refuses : {true, false}) {
+    for (const auto& [result, size] : {std::pair(1, 5), {-1, 5}, {0, 0}, {0, -1}}) {
         probe::Behaviour& engine = freshProbe().behaviour;
-        engine.chunkResult = refuses ? 1 : 0;
-        engine.reportEmptyChunk = !refuses;
+        engine.chunkResult = result;
+        engine.chunkSize = size;
         const Saved state = save(instrument);
         EXPECT_EQ(state.status, noErr);
         EXPECT_EQ(state.chunk, "none");
@@ -192,4 +206,4 @@ TEST_F(PlayingState, OfAnotherShapeNeverReachesTheEngine) {
 }
 
 } // namespace
-} // namespace velnor::test
+} // namespace velnor::testing

@@ -1,11 +1,11 @@
-#include "bridge/tests/TestHost.h"
-#include "platform/tests/Testing.h"
+#include "testing/TestHost.h"
+#include "testing/Testing.h"
 
 #include <cstdio>
 #include <cstring>
 #include <memory>
 
-namespace velnor::test {
+namespace velnor::testing {
 namespace {
 
 using Configurations = std::vector<std::pair<int, int>>;
@@ -17,8 +17,9 @@ Configurations configurationsOf(Instrument& instrument) {
                                    kAudioUnitScope_Global, 0, infos.data(), &size),
               noErr);
     Configurations configurations;
-    for (std::size_t i = 0; i < size / sizeof(AUChannelInfo); ++i)
+    for (std::size_t i = 0; i < size / sizeof(AUChannelInfo); ++i) {
         configurations.emplace_back(infos[i].inChannels, infos[i].outChannels);
+    }
     return configurations;
 }
 
@@ -28,8 +29,9 @@ TEST(Record, TheBuiltFileExportsItsTwoEntriesAlone) {
     const std::unique_ptr<FILE, int (*)(FILE*)> nm(popen(command.c_str(), "r"), pclose);
     Texts names;
     char line[512];
-    while (std::fscanf(nm.get(), "%*s %*s %511s", line) == 1)
+    while (std::fscanf(nm.get(), "%*s %*s %511s", line) == 1) {
         names.push_back(line);
+    }
     EXPECT_THAT(names, UnorderedElementsAre("SamplerAUEntry", "SamplerAUViewEntry"));
 }
 
@@ -57,6 +59,10 @@ TEST(Record, MultiOutputIsOnForTheByteOneAlone) {
         constexpr auto kTags = kAudioUnitProperty_SupportedChannelLayoutTags;
         EXPECT_EQ(instrument.get(kTags, tags, kAudioUnitScope_Output),
                   multi ? 0 : OSStatus{kAudioUnitErr_InvalidProperty});
+        const int outputs = std::abs(configurations.back().second);
+        EXPECT_EQ(instrument.setFormat(0, static_cast<UInt32>(multi ? outputs - 2 : outputs)),
+                  noErr);
+        EXPECT_EQ(instrument.initialize(), noErr) << outputs << " outputs are offered";
         if (multi) {
             EXPECT_THAT(
                 tags, ElementsAre(0x650002, 0x640001, 0x930000 | static_cast<UInt32>(maxOutputs)));
@@ -139,4 +145,4 @@ TEST(Record, TheNamesMoveFolderLogPreferencesRegistryAndAlertTogether) {
 }
 
 } // namespace
-} // namespace velnor::test
+} // namespace velnor::testing

@@ -1,20 +1,20 @@
-#include "bridge/tests/TestHost.h"
-#include "platform/tests/Testing.h"
+#include "testing/TestHost.h"
+#include "testing/Testing.h"
 
-namespace velnor::test {
+namespace velnor::testing {
 namespace {
 
 using EngineCalls = Opened;
 using Midi = Playing;
 
-/* A host with the multi-output instrument in it. */
+// A host with the multi-output instrument in it.
 struct Buses : Test {
     TestHost host;
     Instrument instrument{
         host.patchedComponent([](ProductRecord& record) { record.multiOutput = 1; })};
 };
 
-/* Status byte and offset of each event that the last process call brought. */
+// Status byte and offset of each event that the last process call brought.
 std::vector<std::pair<int, SInt32>> lastEvents() {
     std::vector<std::pair<int, SInt32>> events;
     for (const MIDIEvent& event : eventsOf(callsOf(kOpProcess).back())) {
@@ -28,9 +28,10 @@ std::vector<std::pair<int, SInt32>> lastEvents() {
 void expectPattern(const Instrument::Audio& audio, UInt32 firstChannel) {
     ASSERT_EQ(audio.status, noErr);
     for (UInt32 j = 0; j < audio.channels.size(); ++j) {
-        for (UInt32 frame = 0; frame < audio.channels[j].size(); ++frame)
+        for (UInt32 frame = 0; frame < audio.channels[j].size(); ++frame) {
             ASSERT_EQ(audio.channels[j][frame], probe::patternSample(firstChannel + j, frame))
                 << j << " " << frame;
+        }
     }
 }
 
@@ -39,7 +40,7 @@ void expectSilence(const Instrument::Audio& audio) {
     EXPECT_THAT(audio.channels, Each(Each(0.0F)));
 }
 
-/* Each host-facing operation, in a row, and what the engine hears of it. */
+// Each host-facing operation, in a row, and what the engine hears of it.
 TEST_F(EngineCalls, ComeInTheOrderOfTheHostsOperations) {
     const std::string suspend = "12 E 0 0 0 0 0 0 0";
     const std::string resume = "13 E 0 0 0 0 0 0 0";
@@ -57,7 +58,7 @@ TEST_F(EngineCalls, ComeInTheOrderOfTheHostsOperations) {
     hears("initialize again", instrument.initialize(), {});
     hears("render", instrument.pullNext(64).status, {"15 E ptr ptr ptr 64 0 0 0"});
     hears("reset", reset(), {suspend, resume});
-    hears("offline on", instrument.setOffline(7), {suspend, resumeOffline});
+    hears("offline on", instrument.setOffline(0x100), {suspend, resumeOffline});
     hears("reset while offline", reset(), {suspend, resumeOffline});
     hears("rate change", instrument.setFormat(0, 2, 48000),
           {suspend, "11 E 0 0 0 48000 1156 0 0", resumeOffline});
@@ -74,7 +75,7 @@ TEST_F(EngineCalls, ComeInTheOrderOfTheHostsOperations) {
     hears("close", noErr, {suspend, "10 E 0 0 0 0 0 0 0"});
 }
 
-/* The new rate may differ from the bus's old one and yet be the one that the engine has. */
+// The new rate may differ from the bus's old one and yet be the one that the engine has.
 TEST_F(Buses, ARateThatTheInstrumentHoldsAlreadyIsNotSent) {
     ASSERT_EQ(instrument.setBusCount(2), noErr);
     ASSERT_EQ(instrument.setFormat(1, 2, 96000.0), noErr);
@@ -87,6 +88,21 @@ TEST_F(Buses, ARateThatTheInstrumentHoldsAlreadyIsNotSent) {
                                          "13 E 0 0 0 0 0 0 0"));
 }
 
+TEST_F(Buses, AChangeOfRateIsToldForItsBusOnceMore) {
+    ASSERT_EQ(instrument.setBusCount(2), noErr);
+    std::string told;
+    AudioUnitAddPropertyListener(
+        instrument.unit(), kAudioUnitProperty_StreamFormat,
+        [](void* text, AudioUnit, AudioUnitPropertyID, AudioUnitScope scope, AudioUnitElement bus) {
+            *static_cast<std::string*>(text) += std::to_string(10 * scope + bus) + " ";
+        },
+        &told);
+    EXPECT_EQ(instrument.setFormat(1, 1), noErr);
+    EXPECT_EQ(std::exchange(told, {}), "21 ") << "channels alone";
+    EXPECT_EQ(instrument.setFormat(1, 1, 96000.0), noErr);
+    EXPECT_EQ(told, "21 21 ");
+}
+
 TEST_F(Buses, OneCallRendersAllOfThemWhicheverIsPulledFirst) {
     ASSERT_EQ(instrument.setBusCount(3), noErr);
     ASSERT_EQ(instrument.setFormat(2, 1), noErr);
@@ -97,8 +113,9 @@ TEST_F(Buses, OneCallRendersAllOfThemWhicheverIsPulledFirst) {
     Float64 time = 0;
     for (const auto& order :
          {std::array{0U, 1U, 2U}, std::array{2U, 0U, 1U}, std::array{1U, 2U, 0U}}) {
-        for (const UInt32 bus : order)
+        for (const UInt32 bus : order) {
             expectPattern(instrument.pull(bus, bus == 2 ? 1 : 2, 1156, time), 2 * bus);
+        }
         time += 1156;
     }
     std::array<float*, 6> pointers{};
@@ -107,7 +124,7 @@ TEST_F(Buses, OneCallRendersAllOfThemWhicheverIsPulledFirst) {
     EXPECT_EQ(takeCalls(), Texts(3, "15 E ptr ptr ptr 1156 0 0 0"));
 }
 
-/* Formats stay writable after the engine was opened; it keeps the channels it was opened with. */
+// Formats stay writable after the engine was opened; it keeps the channels it was opened with.
 TEST_F(Buses, ChannelsThatTheEngineDoesNotKnowAreSilentAndMissingOnesHarmless) {
     ASSERT_EQ(instrument.setBusCount(2), noErr);
     ASSERT_EQ(instrument.initialize(), noErr);
@@ -118,8 +135,9 @@ TEST_F(Buses, ChannelsThatTheEngineDoesNotKnowAreSilentAndMissingOnesHarmless) {
     const Instrument::Audio audio = instrument.pull(0, 40, 64, 64);
     ASSERT_EQ(audio.status, noErr);
     EXPECT_EQ(audio.channels[3][63], probe::patternSample(3, 63));
-    for (std::size_t j = 4; j < 40; ++j)
+    for (std::size_t j = 4; j < 40; ++j) {
         EXPECT_THAT(audio.channels[j], Each(0.0F)) << j;
+    }
     expectSilence(instrument.pull(1, 2, 64, 64));
 }
 
@@ -142,8 +160,9 @@ TEST_F(Buses, AreAllSilentWithoutAnEngine) {
 
 TEST_F(Midi, ABlocksEventsComeByOffsetAndThenByArrival) {
     for (const auto& [status, offset] :
-         Rows<UInt32, SInt32>{{0x91, 5}, {0x92, 0}, {0x83, 5}, {0xF8, 2}, {0xB0, -7}})
+         Rows<UInt32, SInt32>{{0x91, 5}, {0x92, 0}, {0x83, 5}, {0xF8, 2}, {0xB0, -7}}) {
         EXPECT_EQ(instrument.sendMidi(status, 1, 2, offset), noErr);
+    }
     instrument.pullNext();
     EXPECT_THAT(lastEvents(), ElementsAre(Pair(0xB0, -7), Pair(0x92, 0), Pair(0xF8, 2),
                                           Pair(0x91, 5), Pair(0x83, 5)));
@@ -151,20 +170,23 @@ TEST_F(Midi, ABlocksEventsComeByOffsetAndThenByArrival) {
     EXPECT_THAT(lastEvents(), IsEmpty());
 }
 
-/* From places all around the queue, and again after a reset in the middle of it. */
+// From places all around the queue, and again after a reset in the middle of it.
 TEST_F(Midi, Message1024IsDroppedWithOneErrorLine) {
     for (std::size_t round = 1; round <= 12; ++round) {
-        for (SInt32 i = 0; i < 1024; ++i)
+        for (SInt32 i = 0; i < 1024; ++i) {
             EXPECT_EQ(instrument.sendMidi(0x90, 1, 2, i), noErr);
+        }
         EXPECT_THAT(host.log(), Contains("E:MIDI QUEUE ERROR").Times(round));
         instrument.pullNext();
         EXPECT_EQ(lastEvents().size(), 1023U);
         EXPECT_EQ(lastEvents().front().second, 0);
         EXPECT_EQ(lastEvents().back().second, 1022);
-        for (int i = 0; i < 93; ++i)
+        for (int i = 0; i < 93; ++i) {
             instrument.sendMidi(0x90, 1, 2, i);
-        if (round == 11)
+        }
+        if (round == 11) {
             AudioUnitReset(instrument.unit(), kAudioUnitScope_Global, 0);
+        }
         instrument.pullNext();
         EXPECT_EQ(lastEvents().size(), round == 11 ? 0U : 93U);
     }
@@ -241,6 +263,20 @@ TEST_F(TransportTest, OfAMissingOrFailingCallbackKeepsItsValuesButForTheBarStart
     EXPECT_EQ(render(callbacks).bpm, 60);
 }
 
+TEST_F(TransportTest, FlagsAreTheirOwnAndHalvesRoundToEven) {
+    for (const auto& [numerator, rounded] : {std::pair(2.5F, 2), {3.5F, 4}, {6.49F, 6}}) {
+        for (int flags = 0; flags < 8; ++flags) {
+            transport.numerator = numerator;
+            transport.playing = (flags & 1) != 0 ? 255 : 0;
+            transport.cycling = (flags & 2) != 0;
+            transport.changed = (flags & 4) != 0;
+            const OrmoSyncInfo sync = render(transport.callbacks());
+            EXPECT_EQ(sync.timeSigNumerator, rounded);
+            EXPECT_EQ(sync.playing | sync.looping << 1 | sync.transportChanged << 2, flags);
+        }
+    }
+}
+
 TEST_F(TransportTest, StandsStillAfterInitializeUntilTheHostReportsIt) {
     render(transport.callbacks());
     instrument.uninitialize();
@@ -256,4 +292,4 @@ TEST_F(TransportTest, StandsStillAfterInitializeUntilTheHostReportsIt) {
 }
 
 } // namespace
-} // namespace velnor::test
+} // namespace velnor::testing

@@ -1,14 +1,16 @@
 #include "bridge/SyncInfo.h"
-#include "platform/tests/Testing.h"
+
+#include "testing/Testing.h"
 
 #include <cmath>
 #include <cstring>
 #include <limits>
 
-namespace velnor::test {
+namespace velnor::testing {
 namespace {
 
 constexpr double kRate = 44100.0;
+constexpr double kFineRate = 1 << 26;
 
 SyncInfo playingAt(double ppq, double barStart) {
     SyncInfo sync;
@@ -57,6 +59,7 @@ TEST(SyncInfo, CountsSamplesToTheNextBarAndBeat) {
              {120, 9.5, 0, 4, 4, 55125, 0},    // beyond the bar: wrapped; and never negative
              {120, 4.0, 0, 4, 4, 0, 0},        // on the next bar's line, bar start not yet moved
              {120, -4.0, 0, 4, 4, 88200, 0},   // a whole bar stays a whole bar
+             {120, 72, 4, 4, 4, 0, 0},         // 17 bars behind: still 0
              {120, 1000.5, 0, 4, 4, 77175, 0}, // many bars away
              {120, -1000.5, 0, 4, 4, 11025, 11025},
              {120, 1, 0, 0, 4, 66150, 0}, // no length: 4/4
@@ -68,6 +71,36 @@ TEST(SyncInfo, CountsSamplesToTheNextBarAndBeat) {
         SCOPED_TRACE(ppq);
         EXPECT_EQ(samplesToNextBar(bpm, ppq, barStart, numerator, denominator, kRate), toBar);
         EXPECT_EQ(samplesToNextBeat(bpm, ppq, barStart, numerator, denominator, kRate), toBeat);
+    }
+}
+
+// Bar by bar, as a position far from its bar is brought back; at 60 beats a minute, and so many
+// samples a beat that the last bits show.
+int SamplesByBars(double ppq, double barStart, double length) {
+    double distance = length + barStart - ppq;
+    while (distance < 0) {
+        distance += length;
+    }
+    while (distance > length) {
+        distance -= length;
+    }
+    return static_cast<int>(distance * kFineRate);
+}
+
+TEST(SyncInfo, APositionFarFromItsBarIsBroughtBackBarByBar) {
+    for (const double numerator : {4.0, 7.0, 1.0}) {
+        for (const double denominator : {4.0, 3.0, 7.0}) {
+            const double length = numerator * 4.0 / denominator;
+            for (int bars = -40; bars <= 4000; bars += bars < 40 ? 1 : 791) {
+                for (const double beats : {0.0, 0.1 * length, length / 3}) {
+                    for (const double ppq : {beats + bars * length, beats - bars * length}) {
+                        ASSERT_EQ(samplesToNextBar(60, ppq, 1.0, numerator, denominator, kFineRate),
+                                  ppq == 1.0 ? 0 : SamplesByBars(ppq, 1.0, length))
+                            << ppq << " " << length;
+                    }
+                }
+            }
+        }
     }
 }
 
@@ -147,4 +180,4 @@ TEST(SyncInfo, LoopCrossingsUseTheLoopAndThePreviousBlockLength) {
 }
 
 } // namespace
-} // namespace velnor::test
+} // namespace velnor::testing

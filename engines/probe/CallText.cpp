@@ -22,11 +22,13 @@ std::string hexOf(const std::string& bytes) {
 std::string textOf(const Call& call) {
     std::ostringstream line;
     line << call.words[1] << " " << call.words[0] << std::hex;
-    for (std::size_t i = 2; i < call.words.size(); ++i)
+    for (std::size_t i = 2; i < call.words.size(); ++i) {
         line << " " << static_cast<std::uintptr_t>(call.words[i]);
+    }
     line << std::dec << " = " << call.result;
-    for (const std::string& bytes : call.bytes)
+    for (const std::string& bytes : call.bytes) {
         line << " |" << (bytes.empty() ? "" : " ") << hexOf(bytes);
+    }
     return line.str();
 }
 

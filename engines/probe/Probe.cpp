@@ -23,20 +23,24 @@ std::string copyOf(const void* bytes, std::size_t size) {
 } // namespace
 
 Probe::Probe() {
-    if (const char* path = std::getenv("VELNOR_PROBE_LOG"))
+    if (const char* path = std::getenv("VELNOR_PROBE_LOG")) {
         mLogPath = path;
-    if (const char* version = std::getenv("VELNOR_PROBE_VERSION"))
+    }
+    if (const char* version = std::getenv("VELNOR_PROBE_VERSION")) {
         behaviour.version = version;
+    }
 }
 
 std::int32_t Probe::handle(const std::array<OrmoWord, 9>& words) {
-    if (!recording.load(std::memory_order_relaxed))
+    if (!recording.load(std::memory_order_relaxed)) {
         return answer(words);
+    }
     Call call{words, bytesBehind(words), 0, std::this_thread::get_id()};
     call.result = answer(words);
     const std::lock_guard<std::mutex> guard(mLock);
-    if (!mLogPath.empty())
+    if (!mLogPath.empty()) {
         std::ofstream(mLogPath, std::ios::app) << textOf(call) << "\n";
+    }
     mCalls.push_back(call);
     return call.result;
 }
@@ -86,7 +90,7 @@ std::int32_t Probe::answer(const std::array<OrmoWord, 9>& words) {
     case kOpGetChunk:
         *at<const void*>(words[2]) = behaviour.chunk.data();
         *at<std::int32_t>(words[3]) =
-            behaviour.reportEmptyChunk ? 0 : static_cast<std::int32_t>(behaviour.chunk.size());
+            behaviour.chunkSize.value_or(static_cast<std::int32_t>(behaviour.chunk.size()));
         return behaviour.chunkResult;
     case kOpEditorCreate: {
         const std::lock_guard<std::mutex> guard(mLock);
@@ -106,8 +110,9 @@ std::int32_t Probe::answer(const std::array<OrmoWord, 9>& words) {
         *at<void*>(words[2]) = behaviour.rootControl;
         return 0;
     case kOpVendorProperty:
-        if (behaviour.answerVendor)
+        if (behaviour.answerVendor) {
             std::memcpy(at<void>(words[2]), &behaviour.vendorAnswer, 4);
+        }
         return behaviour.vendorResult;
     default:
         return 0;
@@ -115,8 +120,9 @@ std::int32_t Probe::answer(const std::array<OrmoWord, 9>& words) {
 }
 
 std::int32_t Probe::open(const EngineOpenBlock& block, OrmoEngineHandle& handle) {
-    if (behaviour.leaveHandleZero)
+    if (behaviour.leaveHandleZero) {
         return -1;
+    }
     const std::lock_guard<std::mutex> guard(mLock);
     mChannels[mNextHandle] = block.channelCount;
     mLastOpenedChannels.store(block.channelCount, std::memory_order_relaxed);
@@ -125,14 +131,16 @@ std::int32_t Probe::open(const EngineOpenBlock& block, OrmoEngineHandle& handle)
 }
 
 std::int32_t Probe::process(OrmoEngineHandle engine, float* const* channels, std::uint32_t frames) {
-    if (!behaviour.writePattern)
+    if (!behaviour.writePattern) {
         return 0;
+    }
     const std::uint32_t count = recording.load(std::memory_order_relaxed)
                                     ? channelsOf(engine)
                                     : mLastOpenedChannels.load(std::memory_order_relaxed);
     for (std::uint32_t channel = 0; channel < count; ++channel) {
-        for (std::uint32_t frame = 0; frame < frames; ++frame)
+        for (std::uint32_t frame = 0; frame < frames; ++frame) {
             channels[channel][frame] = patternSample(channel, frame);
+        }
     }
     return 0;
 }

@@ -28,8 +28,8 @@
 //        258   1  mode            u8, MIDI mode less 1 where a group of channels starts, else 255
 //        259   1  mode count      u8, channels in that group, else 0
 //        260 252  generators      f32 each, 0 to 62: offsets to the SoundFont's generators
-#ifndef VELNOR_SOUNDFONT_CHUNK_H
-#define VELNOR_SOUNDFONT_CHUNK_H
+#ifndef VELNOR_ENGINES_SOUNDFONT_CHUNK_H
+#define VELNOR_ENGINES_SOUNDFONT_CHUNK_H
 
 #include "engines/soundfont/EngineState.h"
 

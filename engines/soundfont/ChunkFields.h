@@ -1,8 +1,8 @@
 // The order, widths and limits of the chunk's fields, once for writing and for reading.
 //
 // An archive has integer(field, width, limits) and real(field, limits).
-#ifndef VELNOR_SOUNDFONT_CHUNKFIELDS_H
-#define VELNOR_SOUNDFONT_CHUNKFIELDS_H
+#ifndef VELNOR_ENGINES_SOUNDFONT_CHUNKFIELDS_H
+#define VELNOR_ENGINES_SOUNDFONT_CHUNKFIELDS_H
 
 #include "engines/soundfont/EngineState.h"
 #include "engines/soundfont/Limits.h"

@@ -1,7 +1,7 @@
 // The engine's editor: a pane with one line for each MIDI channel's program and one for the voices
 // that sound.
-#ifndef VELNOR_SOUNDFONT_EDITOR_H
-#define VELNOR_SOUNDFONT_EDITOR_H
+#ifndef VELNOR_ENGINES_SOUNDFONT_EDITOR_H
+#define VELNOR_ENGINES_SOUNDFONT_EDITOR_H
 
 #include "bridge/OrmoEngine.h"
 #include "engines/soundfont/Instance.h"

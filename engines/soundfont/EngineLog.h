@@ -1,6 +1,6 @@
 // The engine's words on standard error, and FluidSynth's kept off it.
-#ifndef VELNOR_SOUNDFONT_ENGINELOG_H
-#define VELNOR_SOUNDFONT_ENGINELOG_H
+#ifndef VELNOR_ENGINES_SOUNDFONT_ENGINELOG_H
+#define VELNOR_ENGINES_SOUNDFONT_ENGINELOG_H
 
 #include <string>
 #include <string_view>

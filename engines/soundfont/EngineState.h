@@ -1,7 +1,7 @@
 // Everything about an engine instance that can be heard and that outlives a note: what the chunk
 // holds and what a restarted synthesizer is given back. Plain values; copied whole.
-#ifndef VELNOR_SOUNDFONT_ENGINESTATE_H
-#define VELNOR_SOUNDFONT_ENGINESTATE_H
+#ifndef VELNOR_ENGINES_SOUNDFONT_ENGINESTATE_H
+#define VELNOR_ENGINES_SOUNDFONT_ENGINESTATE_H
 
 #include <array>
 #include <cstdint>

@@ -1,6 +1,6 @@
 // Which SoundFont of a data directory is played.
-#ifndef VELNOR_SOUNDFONT_FONTFILE_H
-#define VELNOR_SOUNDFONT_FONTFILE_H
+#ifndef VELNOR_ENGINES_SOUNDFONT_FONTFILE_H
+#define VELNOR_ENGINES_SOUNDFONT_FONTFILE_H
 
 #include <string>
 

@@ -1,6 +1,6 @@
 // One of two may be inside. The one that renders does not wait: it is told no.
-#ifndef VELNOR_SOUNDFONT_GATE_H
-#define VELNOR_SOUNDFONT_GATE_H
+#ifndef VELNOR_ENGINES_SOUNDFONT_GATE_H
+#define VELNOR_ENGINES_SOUNDFONT_GATE_H
 
 #include "platform/Facts.h"
 

@@ -1,7 +1,7 @@
 // Handles of 32 bits for objects of 64-bit addresses: a handle is a table index and a generation,
 // never a piece of an address, so a handle that was never given out or is closed finds nothing.
-#ifndef VELNOR_SOUNDFONT_HANDLETABLE_H
-#define VELNOR_SOUNDFONT_HANDLETABLE_H
+#ifndef VELNOR_ENGINES_SOUNDFONT_HANDLETABLE_H
+#define VELNOR_ENGINES_SOUNDFONT_HANDLETABLE_H
 
 #include "platform/Facts.h"
 
@@ -17,7 +17,8 @@ namespace velnor::soundfont {
 
 template <class Object, uint32_t kSlots>
 class HandleTable {
-    struct Slot {
+    // Of a cache line each: threads that render different objects do not slow each other down.
+    struct alignas(64) Slot {
         std::atomic<uint32_t> handle{0}; // 0 while the slot is free
         std::atomic<uint32_t> users{0};
         std::unique_ptr<Object> object;

@@ -73,6 +73,7 @@ Result Instance::process(const MIDIEventBlock& block, float* const* channels,
         }
         return kDone;
     }
+    mPlayer.setQuality(mQuality.load(std::memory_order_relaxed) != 0);
     mPlayer.process(block, channels, frames);
     mActiveVoices.store(mPlayer.synth().activeVoices(), std::memory_order_relaxed);
     return kDone;
@@ -98,6 +99,9 @@ Result Instance::property(uint32_t id, void* value) {
         std::memcpy(value, &voices, sizeof voices);
         return kDone;
     }
+    if ((id & ~uint32_t{kSoundFontGet}) == kVendorPropertyQuality) {
+        return quality(id, value);
+    }
     const size_t place = findProperty(id);
     if (place == kSettableProperties) {
         return kRefused;
@@ -107,6 +111,20 @@ Result Instance::property(uint32_t id, void* value) {
         return kDone;
     }
     return mExchange.post(place, value) ? kDone : kRefused;
+}
+
+Result Instance::quality(uint32_t id, void* value) {
+    int32_t quality = mQuality.load(std::memory_order_relaxed);
+    if (id != kVendorPropertyQuality) {
+        std::memcpy(value, &quality, sizeof quality);
+        return kDone;
+    }
+    std::memcpy(&quality, value, sizeof quality);
+    if (!kSwitchLimits.hold(quality)) {
+        return kRefused;
+    }
+    mQuality.store(quality, std::memory_order_relaxed);
+    return kDone;
 }
 
 InstanceStatus Instance::status() {

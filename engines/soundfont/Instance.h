@@ -4,8 +4,8 @@
 // properties travel through a StateExchange and never touch the synthesizer from outside. Suspend,
 // resume and a change of rate do; they wait until a render call is over, and a render call that
 // comes while one of them is at work is silent.
-#ifndef VELNOR_SOUNDFONT_INSTANCE_H
-#define VELNOR_SOUNDFONT_INSTANCE_H
+#ifndef VELNOR_ENGINES_SOUNDFONT_INSTANCE_H
+#define VELNOR_ENGINES_SOUNDFONT_INSTANCE_H
 
 #include "bridge/OrmoEngine.h"
 #include "engines/soundfont/Gate.h"
@@ -54,10 +54,13 @@ public:
                    uint32_t frames) VELNOR_NONBLOCKING;
 
 private:
+    Result quality(uint32_t id, void* value);
+
     Gate mGate; // for mPlayer
     StateExchange mExchange;
     Player mPlayer;
     std::atomic<int32_t> mActiveVoices{0};
+    std::atomic<int32_t> mQuality{0}; // kVendorPropertyQuality
     std::vector<uint8_t> mChunk;
 };
 

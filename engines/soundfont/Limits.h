@@ -1,6 +1,6 @@
 // The range of every number in the engine's state, for properties and chunk alike.
-#ifndef VELNOR_SOUNDFONT_LIMITS_H
-#define VELNOR_SOUNDFONT_LIMITS_H
+#ifndef VELNOR_ENGINES_SOUNDFONT_LIMITS_H
+#define VELNOR_ENGINES_SOUNDFONT_LIMITS_H
 
 #include "engines/soundfont/EngineState.h"
 

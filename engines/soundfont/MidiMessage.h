@@ -1,6 +1,6 @@
 // One MIDI message, checked.
-#ifndef VELNOR_SOUNDFONT_MIDIMESSAGE_H
-#define VELNOR_SOUNDFONT_MIDIMESSAGE_H
+#ifndef VELNOR_ENGINES_SOUNDFONT_MIDIMESSAGE_H
+#define VELNOR_ENGINES_SOUNDFONT_MIDIMESSAGE_H
 
 #include "bridge/OrmoEngine.h"
 #include "platform/Facts.h"

@@ -17,11 +17,13 @@ namespace {
 constexpr char kVersionText[] = "1.0.3";
 static_assert(sizeof kVersionText <= kOrmoVersionTextSize);
 
-constexpr uint32_t kMaxInstances = 256;
-constexpr uint32_t kMaxEditors = 256;
+constexpr uint32_t kMostHandles = 4096; // of each kind
 
-constinit HandleTable<Instance, kMaxInstances> gInstances;
-constinit HandleTable<Editor, kMaxEditors> gEditors;
+template <class Object>
+using Handles = HandleTable<Object, kMostHandles>;
+
+constinit Handles<Instance> gInstances;
+constinit Handles<Editor> gEditors;
 
 template <class T>
 T* address(OrmoWord slot) VELNOR_NONBLOCKING {
@@ -44,6 +46,16 @@ Result withEditor(OrmoWord slot, Call call) {
     return editor ? call(*editor.operator->()) : kUnknownHandle;
 }
 
+template <class Object>
+uint32_t insert(Handles<Object>& table, std::unique_ptr<Object> object, const char* kind) {
+    const uint32_t inserted = table.insert(std::move(object));
+    if (inserted == 0) {
+        throw std::runtime_error("no more than " + std::to_string(kMostHandles) + " " + kind +
+                                 " can be open at once");
+    }
+    return inserted;
+}
+
 Result getVersion(const Slots& slots) {
     if (slots.ptr1 == 0) {
         return kBadArgument;
@@ -57,11 +69,7 @@ Result openInstance(const Slots& slots) {
         return kBadArgument;
     }
     auto instance = Instance::open(*address<const EngineOpenBlock>(slots.ptr1));
-    const uint32_t opened = gInstances.insert(std::move(instance));
-    if (opened == 0) {
-        throw std::runtime_error("more than " + std::to_string(kMaxInstances) + " instances");
-    }
-    *address<OrmoEngineHandle>(slots.ptr2) = opened;
+    *address<OrmoEngineHandle>(slots.ptr2) = insert(gInstances, std::move(instance), "instances");
     return kDone;
 }
 
@@ -131,11 +139,8 @@ Result editorCreate(const Slots& slots) {
     if (!gInstances.pin(engine)) {
         return kUnknownHandle;
     }
-    const uint32_t created = gEditors.insert(std::make_unique<Editor>(engine));
-    if (created == 0) {
-        throw std::runtime_error("more than " + std::to_string(kMaxEditors) + " editors");
-    }
-    *address<OrmoEditorHandle>(slots.ptr2) = created;
+    *address<OrmoEditorHandle>(slots.ptr2) =
+        insert(gEditors, std::make_unique<Editor>(engine), "editors");
     return kDone;
 }
 

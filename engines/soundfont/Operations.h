@@ -1,6 +1,6 @@
 // The opcodes, their operands taken out of the argument slots and checked: one function each.
-#ifndef VELNOR_SOUNDFONT_OPERATIONS_H
-#define VELNOR_SOUNDFONT_OPERATIONS_H
+#ifndef VELNOR_ENGINES_SOUNDFONT_OPERATIONS_H
+#define VELNOR_ENGINES_SOUNDFONT_OPERATIONS_H
 
 #include "bridge/OrmoEngine.h"
 #include "engines/soundfont/Results.h"

@@ -1,7 +1,7 @@
 // What FluidSynth remembers of (non-)registered parameter numbers and pressures but does not tell:
 // kept beside it by watching the messages that it accepted.
-#ifndef VELNOR_SOUNDFONT_PARAMETERNUMBER_H
-#define VELNOR_SOUNDFONT_PARAMETERNUMBER_H
+#ifndef VELNOR_ENGINES_SOUNDFONT_PARAMETERNUMBER_H
+#define VELNOR_ENGINES_SOUNDFONT_PARAMETERNUMBER_H
 
 #include "engines/soundfont/EngineState.h"
 #include "engines/soundfont/MidiMessage.h"

@@ -38,10 +38,7 @@ void Player::stop() {
 }
 
 void Player::start(bool offline) {
-    mIsOffline = offline;
-    if (mIsFresh) {
-        mSynth->setInterpolation(offline);
-    } else {
+    if (!mIsFresh) {
         restart();
         publish();
     }
@@ -70,8 +67,15 @@ void Player::restart() {
     mApplied = mState.globals;
     applyChannels(*mSynth, mState);
     captureChannels(*mSynth, mState);
-    mSynth->setInterpolation(mIsOffline);
+    mSynth->setInterpolation(mIsBest);
     mIsFresh = true;
+}
+
+void Player::setQuality(bool best) VELNOR_NONBLOCKING {
+    if (best != mIsBest) {
+        mIsBest = best;
+        mSynth->setInterpolation(best);
+    }
 }
 
 void Player::process(const MIDIEventBlock& block, float* const* channels,
@@ -101,7 +105,7 @@ void Player::takeEdit() VELNOR_NONBLOCKING {
     mApplied = mState.globals;
     if (edit->isWhole) {
         mSynth->reset();
-        mSynth->setInterpolation(mIsOffline);
+        mSynth->setInterpolation(mIsBest);
         applyChannels(*mSynth, mState);
         mChangedChannels = kAllChannels;
     }
@@ -145,7 +149,7 @@ void Player::obey(const MidiMessage& message) VELNOR_NONBLOCKING {
 
 void Player::obeySystemReset() VELNOR_NONBLOCKING {
     mSynth->reset();
-    mSynth->setInterpolation(mIsOffline);
+    mSynth->setInterpolation(mIsBest);
     mState.channels = {};
     captureChannels(*mSynth, mState);
     mChangedChannels = kAllChannels;

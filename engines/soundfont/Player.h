@@ -1,7 +1,7 @@
 // Plays blocks of MIDI events on a synthesizer and keeps account of the state that results. Used by
 // one thread at a time; Instance sees to that.
-#ifndef VELNOR_SOUNDFONT_PLAYER_H
-#define VELNOR_SOUNDFONT_PLAYER_H
+#ifndef VELNOR_ENGINES_SOUNDFONT_PLAYER_H
+#define VELNOR_ENGINES_SOUNDFONT_PLAYER_H
 
 #include "bridge/OrmoEngine.h"
 #include "engines/soundfont/EngineState.h"
@@ -22,13 +22,16 @@ public:
 
     // Silence from now on; the state stays. Thread any, exclusive, may block.
     void stop();
-    // All traces of sound gone. offline: the highest interpolation quality, and a program's samples
-    // are read when it is first chosen, in the middle of a block; else all are read now. Throws as
-    // Synth::restart, and then there is silence. Thread any, exclusive, may block.
+    // All traces of sound gone. offline: a program's samples are read when it is first chosen, in
+    // the middle of a block; else all are read now. Throws as Synth::restart, and then there is
+    // silence. Thread any, exclusive, may block.
     void start(bool offline);
     // False, and silence until a good rate comes, for one that FluidSynth does not take. Throws as
     // Synth::restart. Thread any, exclusive, may block.
     bool setRate(int32_t rate);
+
+    // Of the notes that begin from now on, whatever restarts. Thread any, exclusive, nonblocking.
+    void setQuality(bool best) VELNOR_NONBLOCKING;
 
     // Writes every sample of every channel. An event before the block or before its predecessor
     // counts at once, one behind the block at its end. Thread any, exclusive, nonblocking.
@@ -58,7 +61,7 @@ private:
     int32_t mRate = kDefaultRate;
     bool mIsRateGood = true;
     bool mIsRunning = false;
-    bool mIsOffline = false;
+    bool mIsBest = false;
     bool mIsFresh = true; // nothing was rendered or changed since the restart
     bool mCompatSlots;
 };

@@ -1,6 +1,6 @@
 // The settable vendor properties, each a field of Globals.
-#ifndef VELNOR_SOUNDFONT_PROPERTIES_H
-#define VELNOR_SOUNDFONT_PROPERTIES_H
+#ifndef VELNOR_ENGINES_SOUNDFONT_PROPERTIES_H
+#define VELNOR_ENGINES_SOUNDFONT_PROPERTIES_H
 
 #include "engines/soundfont/EngineState.h"
 #include "platform/Facts.h"

@@ -1,6 +1,6 @@
 // What ormoOpcode answers. The plug-in looks at few of these; a test host may look at all.
-#ifndef VELNOR_SOUNDFONT_RESULTS_H
-#define VELNOR_SOUNDFONT_RESULTS_H
+#ifndef VELNOR_ENGINES_SOUNDFONT_RESULTS_H
+#define VELNOR_ENGINES_SOUNDFONT_RESULTS_H
 
 #include <cstdint>
 

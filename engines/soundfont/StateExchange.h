@@ -1,8 +1,8 @@
 // Carries the engine's state between the thread that renders and the threads that ask and change,
 // so that neither waits for the other: changes travel one way as edits, the state that results the
 // other way as snapshots.
-#ifndef VELNOR_SOUNDFONT_STATEEXCHANGE_H
-#define VELNOR_SOUNDFONT_STATEEXCHANGE_H
+#ifndef VELNOR_ENGINES_SOUNDFONT_STATEEXCHANGE_H
+#define VELNOR_ENGINES_SOUNDFONT_STATEEXCHANGE_H
 
 #include "engines/soundfont/EngineState.h"
 #include "engines/soundfont/Properties.h"

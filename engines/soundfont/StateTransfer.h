@@ -1,6 +1,6 @@
 // The engine's state read out of a synthesizer and put into one.
-#ifndef VELNOR_SOUNDFONT_STATETRANSFER_H
-#define VELNOR_SOUNDFONT_STATETRANSFER_H
+#ifndef VELNOR_ENGINES_SOUNDFONT_STATETRANSFER_H
+#define VELNOR_ENGINES_SOUNDFONT_STATETRANSFER_H
 
 #include "engines/soundfont/EngineState.h"
 #include "engines/soundfont/Synth.h"

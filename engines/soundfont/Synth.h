@@ -8,8 +8,8 @@
 //
 // Its own calls allocate and lock nothing, with these settings; Debian's build enters an OpenMP
 // region of one thread for each fetch, for which the OpenMP runtime allocates a little.
-#ifndef VELNOR_SOUNDFONT_SYNTH_H
-#define VELNOR_SOUNDFONT_SYNTH_H
+#ifndef VELNOR_ENGINES_SOUNDFONT_SYNTH_H
+#define VELNOR_ENGINES_SOUNDFONT_SYNTH_H
 
 #include "engines/soundfont/MidiMessage.h"
 #include "platform/Facts.h"
@@ -54,7 +54,8 @@ public:
     // restart. Thread any, exclusive, nonblocking.
     void reset() VELNOR_NONBLOCKING;
 
-    // The highest quality, or the default. Thread any, exclusive, nonblocking.
+    // Of the notes that begin from now on: 7th order, or FluidSynth's default, the 4th. Thread any,
+    // exclusive, nonblocking.
     void setInterpolation(bool highest) VELNOR_NONBLOCKING;
 
     // False when FluidSynth refused the message. Thread any, exclusive, nonblocking.

@@ -1,6 +1,6 @@
 // The latest value of one thread for one other: neither waits, the reader never sees half a value.
-#ifndef VELNOR_SOUNDFONT_TRIPLEBUFFER_H
-#define VELNOR_SOUNDFONT_TRIPLEBUFFER_H
+#ifndef VELNOR_ENGINES_SOUNDFONT_TRIPLEBUFFER_H
+#define VELNOR_ENGINES_SOUNDFONT_TRIPLEBUFFER_H
 
 #include "platform/Facts.h"
 

@@ -1,15 +1,14 @@
 #include "framework/AUBufferList.h"
+
 #include "framework/ExceptionMapping.h"
 #include "framework/StreamFormat.h"
-#include "platform/tests/Testing.h"
+#include "testing/Testing.h"
 
 #include <limits>
 #include <numeric>
 
-namespace velnor {
+namespace velnor::testing {
 namespace {
-
-using namespace test;
 
 AudioStreamBasicDescription Format(UInt32 channels, UInt32 version = 2) {
     AudioStreamBasicDescription format = DefaultStreamFormat(version);
@@ -43,11 +42,19 @@ TEST(AUBufferList, PreparedBuffersAreApartAlignedAndInsideTheAllocation) {
             EXPECT_EQ(buffer.mDataByteSize, format.mBytesPerFrame * frames);
             EXPECT_EQ(reinterpret_cast<uintptr_t>(buffer.mData) % 16, 0u);
             const auto* const first = static_cast<UInt8*>(list.mBuffers[0].mData);
-            const auto* const data = static_cast<UInt8*>(buffer.mData);
+            auto* const data = static_cast<UInt8*>(buffer.mData);
             EXPECT_LE(data + buffer.mDataByteSize, first + buffers.GetAllocatedBytes());
-            std::fill_n(static_cast<UInt8*>(buffer.mData), buffer.mDataByteSize,
-                        0x55); // for the address sanitizer
+            std::fill_n(data, buffer.mDataByteSize, static_cast<UInt8>(i));
         }
+        for (UInt32 i = 0; i < list.mNumberBuffers; ++i) {
+            const AudioBuffer& buffer = list.mBuffers[i];
+            const auto* const data = static_cast<UInt8*>(buffer.mData);
+            EXPECT_THAT(std::vector(data, data + buffer.mDataByteSize), Each(i)) << "overwritten";
+        }
+        buffers.Allocate(format, frames / 2);
+        EXPECT_EQ(buffers.GetState(), AUBufferList::kStateInvalid) << "old pointers are gone";
+        buffers.Allocate(format, frames);
+        EXPECT_EQ(buffers.PrepareBuffer(format, frames).mNumberBuffers, expected);
     }
 }
 
@@ -96,20 +103,20 @@ TEST(AUBufferList, ImpossibleAllocationFailsAndLeavesTheBuffersUsable) {
     }
 }
 
-TEST(AUBufferList, CopiesNeitherPastTheDestinationsBytesNorItsBuffers) {
+TEST(AUBufferList, CopiesItsOwnBytesWhateverTheDestinationsSizeAndNoMoreBuffers) {
     AUBufferList buffers;
     const auto mono = Format(1);
     buffers.Allocate(mono, 8);
     auto* const own = static_cast<Float32*>(buffers.PrepareBuffer(mono, 8).mBuffers[0].mData);
     std::iota(own, own + 8, 1.0f);
 
-    for (const auto& [room, copied] : Rows<UInt32, UInt32>{{32, 8}, {64, 8}, {12, 3}, {0, 0}}) {
+    for (const UInt32 said : {32u, 64u, 12u, 0u}) {
         std::vector<Float32> place(16, -1.0f);
-        AudioBufferList list{1, {{1, room, place.data()}}};
+        AudioBufferList list{1, {{1, said, place.data()}}};
         buffers.CopyBufferContentsTo(list);
-        EXPECT_EQ(list.mBuffers[0].mDataByteSize, copied * 4);
+        EXPECT_EQ(list.mBuffers[0].mDataByteSize, 32u);
         for (UInt32 i = 0; i < place.size(); ++i) {
-            EXPECT_EQ(place[i], i < copied ? own[i] : -1.0f) << room;
+            EXPECT_EQ(place[i], i < 8 ? own[i] : -1.0f) << said;
         }
     }
     AudioBufferList none{0, {{7, 7, nullptr}}};
@@ -125,6 +132,7 @@ TEST(AUBufferList, CopiesNeitherPastTheDestinationsBytesNorItsBuffers) {
 
 TEST(AUBufferList, ExternalBlockTakesOverAndServesTheFramesThatFit) {
     alignas(16) UInt8 block[256];
+    alignas(16) UInt8 other[256];
     for (const auto& [channels, frames, size, framesAfter, taken] :
          Rows<UInt32, UInt32, UInt32, UInt32, bool>{
              {2, 8, 256, 32, true},
@@ -142,10 +150,15 @@ TEST(AUBufferList, ExternalBlockTakesOverAndServesTheFramesThatFit) {
         EXPECT_EQ(buffers.GetAllocatedFrames(), framesAfter) << size;
         const AudioBufferList& list = buffers.PrepareBuffer(format, framesAfter);
         EXPECT_EQ(list.mBuffers[0].mData == block, taken);
+        if (taken) {
+            buffers.UseExternalBuffer(format, {other, sizeof other});
+            EXPECT_EQ(buffers.PrepareBuffer(format, framesAfter).mBuffers[0].mData, block)
+                << "there is no own memory any more";
+        }
         buffers.Allocate(format, 64);
         EXPECT_FALSE(buffers.HasExternalMemory()) << "too small for what is needed now";
     }
 }
 
 } // namespace
-} // namespace velnor
+} // namespace velnor::testing

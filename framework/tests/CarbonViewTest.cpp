@@ -1,13 +1,13 @@
 #include "framework/AUCarbonViewBase.h"
 #include "framework/ComponentEntryPoint.h"
-#include "platform/tests/HostWindow.h"
-#include "platform/tests/Testing.h"
+#include "testing/HostWindow.h"
+#include "testing/Testing.h"
 
 #include <functional>
 #include <limits>
 #include <optional>
 
-namespace velnor::test {
+namespace velnor::testing {
 namespace {
 
 const auto kUnit = reinterpret_cast<AudioUnit>(std::uintptr_t{0x1000});
@@ -39,7 +39,7 @@ ControlRef Embed(TestView& view, Rect bounds) {
     return control;
 }
 
-class CarbonView : public testing::Test {
+class CarbonView : public ::testing::Test {
 protected:
     void SetUp() override {
         PlatformAdvanceEventLoop(0);
@@ -151,7 +151,7 @@ TEST_F(CarbonView, TimerIsOneForTheViewWithADelayOfAtLeastFiveMilliseconds) {
     EXPECT_EQ(ticks, 2);
     gTick = [&](TestView&) { Reopen(); }; // closed in its own tick
     PlatformAdvanceEventLoop(0.1);
-    gTick = nullptr;
+    gTick = [](TestView&) { ADD_FAILURE() << "of a view that is closed"; };
     PlatformAdvanceEventLoop(1);
     EXPECT_EQ(Count(window->root), 0);
 }
@@ -182,4 +182,4 @@ TEST_F(CarbonView, ServesOnlyItsOwnSelectors) {
 }
 
 } // namespace
-} // namespace velnor::test
+} // namespace velnor::testing

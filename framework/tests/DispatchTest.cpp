@@ -1,11 +1,8 @@
-#include "framework/tests/TestInstrument.h"
+#include "framework/tests/OpenInstrument.h"
 #include "platform/ComponentParameterBlock.h"
 
-namespace velnor {
+namespace velnor::testing {
 namespace {
-
-using Call = TestInstrument::Call;
-using Shape = TestInstrument::Shape;
 
 constexpr auto kEntry = ComponentEntryPoint<TestInstrument>::Dispatch;
 
@@ -34,16 +31,32 @@ TEST(Dispatch, EachSelectorIsServedByItsLayerAndCountedFromItsInterfaceVersionOn
     const AudioUnitParameterEvent event = {};
     EXPECT_EQ(AudioUnitScheduleParameters(first, &event, 1), badComponentSelector);
     EXPECT_EQ(kEntry(nullptr, nullptr), paramErr);
+    EXPECT_EQ(GetComponentVersion(second), 0x00020305);
 }
 
-TEST(Dispatch, OpenThatThrowsGivesTheStatusAndLeavesNothing) {
+TEST(Dispatch, FailuresOfEachKindBecomeStatusesAndLeaveTheUnitAsItWas) {
     for (const auto& [raise, status] : kFailures) {
-        for (const Shape& shape :
-             {Shape{.inConstructor = raise}, Shape{.inPostConstructor = raise}}) {
-            const OpenInstrument unit(shape);
-            EXPECT_EQ(unit.GetOpenStatus(), status);
+        for (const char* place : {"constructor", "PostConstructor"}) {
+            const OpenInstrument unit({.failsIn = place, .raise = raise});
+            EXPECT_EQ(unit.GetOpenStatus(), status) << place;
             EXPECT_EQ(static_cast<AudioUnit>(unit), nullptr);
         }
+        OpenInstrument unit;
+        unit.Fail("Reset", raise);
+        EXPECT_EQ(AudioUnitReset(unit, 2, 1), status);
+        EXPECT_EQ(TakeCalls(), "Reset 2 1; ");
+        for (const char* place : {"Initialize", "ReallocateBuffers"}) {
+            unit.Fail(place, raise);
+            EXPECT_EQ(AudioUnitInitialize(unit), status) << place;
+            EXPECT_FALSE(unit->IsInitialized()) << place;
+        }
+        EXPECT_EQ(TakeCalls(), "Initialize; Initialize; ReallocateBuffers; Cleanup; ");
+        unit.Fail("Cleanup", raise);
+        EXPECT_EQ(AudioUnitInitialize(unit), noErr);
+        EXPECT_EQ(AudioUnitUninitialize(unit), status);
+        EXPECT_FALSE(unit->IsInitialized()) << "what fails to clean up is over even so";
+        EXPECT_EQ(AudioUnitInitialize(unit), noErr);
+        EXPECT_EQ(unit.Close(), status);
     }
     EXPECT_EQ(TestInstrument::sLive, 0);
     EXPECT_EQ(CountComponentInstances(OpenInstrument::kRegistration), 0);
@@ -51,45 +64,34 @@ TEST(Dispatch, OpenThatThrowsGivesTheStatusAndLeavesNothing) {
 
 TEST(Dispatch, InitializeAndUninitializeRunOnceForEachChangeAndCloseCleansUp) {
     OpenInstrument unit;
-    const int cleanups = TestInstrument::sCleanups;
     EXPECT_EQ(AudioUnitUninitialize(unit), noErr);
-    EXPECT_EQ(TestInstrument::sCleanups, cleanups);
     unit->mStatus = -5;
     EXPECT_EQ(AudioUnitInitialize(unit), -5);
     EXPECT_FALSE(unit->IsInitialized());
+    EXPECT_EQ(TakeCalls(), "Initialize; ");
     unit->mStatus = noErr;
     EXPECT_EQ(AudioUnitInitialize(unit), noErr) << "whatever becomes of the buffers";
     EXPECT_EQ(AudioUnitInitialize(unit), noErr);
-    EXPECT_THAT(unit->TakeCalls(), ElementsAre(Call{"Initialize", {}}, Call{"Initialize", {}},
-                                               Call{"ReallocateBuffers", {}}));
+    EXPECT_EQ(TakeCalls(), "Initialize; ReallocateBuffers; ");
     EXPECT_EQ(AudioUnitUninitialize(unit), noErr);
     EXPECT_EQ(AudioUnitUninitialize(unit), noErr);
-    EXPECT_EQ(TestInstrument::sCleanups, cleanups + 1);
     EXPECT_FALSE(unit->IsInitialized());
-    unit.Close();
-    EXPECT_EQ(TestInstrument::sCleanups, cleanups + 1);
+    EXPECT_EQ(unit.Close(), noErr);
+    EXPECT_EQ(TakeCalls(), "Cleanup; ");
     InitializedInstrument().Close();
-    EXPECT_EQ(TestInstrument::sCleanups, cleanups + 2);
+    EXPECT_EQ(TakeCalls(), "Cleanup; ");
     EXPECT_EQ(TestInstrument::sLive, 0);
-}
-
-TEST(Dispatch, ThrownFailuresBecomeStatuses) {
-    const OpenInstrument unit;
-    EXPECT_EQ(AudioUnitReset(unit, 2, 1), noErr);
-    EXPECT_THAT(unit->TakeCalls(), ElementsAre(Call{"Reset", {2, 1}}));
-    for (const auto& [raise, status] : kFailures) {
-        unit->mRaise = raise;
-        EXPECT_EQ(AudioUnitReset(unit, 0, 0), status);
-    }
 }
 
 TEST(Dispatch, ParametersAreStoredByElement) {
     const OpenInstrument byId({.outputs = 2, .groups = 16});
     const OpenInstrument indexed({.indexedParameters = 3});
-    EXPECT_EQ(AudioUnitSetParameter(byId, 7, 0, 0, 0.25f, 99), noErr);
+    EXPECT_EQ(AudioUnitSetParameter(byId, 7, kGlobal, 0, 0.25f, 99), noErr);
+    EXPECT_EQ(AudioUnitSetParameter(byId, 7, kOutput, 1, 0.75f, 99), noErr);
     EXPECT_EQ(byId.Parameter(7), 0.25f);
+    EXPECT_EQ(byId.Parameter(7, kOutput, 1), 0.75f);
     EXPECT_EQ(indexed.Parameter(2), 0);
-    EXPECT_EQ(AudioUnitSetParameter(indexed, 2, 0, 0, 4, 0), noErr);
+    EXPECT_EQ(AudioUnitSetParameter(indexed, 2, kGlobal, 0, 4, 0), noErr);
     EXPECT_EQ(indexed.Parameter(2), 4);
     Float32 value = 0;
     for (const auto& [unit, id, scope, element, get, set] :
@@ -117,4 +119,4 @@ TEST(Dispatch, RenderAndListenersRefuseNullArguments) {
 }
 
 } // namespace
-} // namespace velnor
+} // namespace velnor::testing

@@ -1,10 +1,13 @@
 #include "framework/ParameterMap.h"
-#include "framework/ParameterEventSort.h"
-#include "platform/tests/Testing.h"
 
+#include "framework/ParameterEventSort.h"
+#include "testing/Testing.h"
+
+#include <array>
+#include <atomic>
 #include <random>
 
-namespace velnor {
+namespace velnor::testing {
 namespace {
 
 TEST(ParameterMap, FindsWhatWasInsertedAndListsItInAscendingOrder) {
@@ -17,8 +20,59 @@ TEST(ParameterMap, FindsWhatWasInsertedAndListsItInAscendingOrder) {
         EXPECT_EQ(map.Find(id), &event);
         EXPECT_EQ(event.GetValue(), static_cast<Float32>(id));
     }
-    EXPECT_THAT(map.Ids(), testing::ElementsAre(0, 1, 4, 5, 0x7FFFFFFF, 0x80000000, 0xFFFFFFFF));
+    EXPECT_THAT(map.Ids(), ::testing::ElementsAre(0, 1, 4, 5, 0x7FFFFFFF, 0x80000000, 0xFFFFFFFF));
     EXPECT_EQ(map.Find(2), nullptr);
+}
+
+TEST(ParameterMap, ThreadsThatInsertTheSameIdsGetTheSameEvents) {
+    for (int round = 0; round < 20; ++round) {
+        ParameterMap map;
+        std::array<std::vector<ParameterMapEvent*>, 3> events;
+        std::atomic<int> waiting{3};
+        InThreads(3, [&](int thread) {
+            --waiting;
+            while (waiting > 0) {
+            }
+            for (UInt32 id = 0; id < 2000; ++id) {
+                events[static_cast<std::size_t>(thread)].push_back(&map.Insert(id << 20, 0));
+            }
+        });
+        EXPECT_EQ(events[0], events[1]);
+        EXPECT_EQ(events[0], events[2]);
+        EXPECT_EQ(map.Find(1u << 20), events[0][1]);
+    }
+}
+
+TEST(ParameterMapEvent, RampsEndWithinTheSliceAndImmediateValuesStand) {
+    for (const auto& [start, duration, sliceStart, frames, from, to, slope] :
+         Rows<SInt32, UInt32, UInt32, UInt32, Float32, Float32, Float32>{{0, 16, 0, 16, 0, 16, 1},
+                                                                         {0, 16, 8, 4, 8, 12, 1},
+                                                                         {0, 16, 8, 32, 8, 16, 1},
+                                                                         {8, 16, 0, 12, 0, 4, 1},
+                                                                         {-8, 16, 0, 4, 8, 12, 1},
+                                                                         {0, 0, 0, 4, 16, 16, 0}}) {
+        ParameterMapEvent event(7);
+        AudioUnitParameterEvent ramp{0, 0, 0, kParameterEvent_Ramped, {}};
+        ramp.eventValues.ramp = {start, duration, 0, 16};
+        event.SetScheduledEvent(ramp, sliceStart, frames);
+        EXPECT_EQ(event.GetStartOffset(), start - static_cast<SInt32>(sliceStart));
+        EXPECT_EQ(event.GetDuration(), duration);
+        EXPECT_EQ(event.GetSliceFrames(), frames);
+        const RampSlice slice = event.GetRampSliceStartEnd();
+        EXPECT_EQ(std::tuple(slice.start, slice.end, slice.valuePerFrame),
+                  std::tuple(from, to, slope))
+            << start << " " << sliceStart << " " << frames;
+        AudioUnitParameterEvent immediate{0, 0, 0, kParameterEvent_Immediate, {}};
+        immediate.eventValues.immediate = {12, 3};
+        event.SetScheduledEvent(immediate, 20, 5);
+        EXPECT_EQ(event.GetStartOffset(), -8);
+        EXPECT_EQ(event.GetDuration(), 5u);
+        EXPECT_EQ(event.GetEndValue(), 3);
+        event.SetScheduledEvent(ramp, sliceStart, frames);
+        event.SetValue(2);
+        EXPECT_EQ(event.GetEventType(), UInt32{kParameterEvent_Immediate});
+        EXPECT_EQ(event.GetRampSliceStartEnd().end, 2);
+    }
 }
 
 TEST(ParameterEventSort, OrdersByStartAndKeepsTheOrderOfEqualOnes) {
@@ -38,4 +92,4 @@ TEST(ParameterEventSort, OrdersByStartAndKeepsTheOrderOfEqualOnes) {
 }
 
 } // namespace
-} // namespace velnor
+} // namespace velnor::testing

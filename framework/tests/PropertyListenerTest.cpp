@@ -1,8 +1,9 @@
-#include "framework/tests/TestInstrument.h"
+#include "framework/PropertyListenerList.h"
+#include "framework/tests/OpenInstrument.h"
 
 #include <functional>
 
-namespace velnor {
+namespace velnor::testing {
 namespace {
 
 constexpr AudioUnitPropertyID kTold = kAudioUnitProperty_ContextName;
@@ -20,6 +21,8 @@ void Tell(void* inTold, AudioUnit inUnit, AudioUnitPropertyID, AudioUnitScope, A
     told.by = inUnit;
     told.then();
 }
+
+std::atomic<int> gMismatches{0};
 
 void TellOther(void* inTold, AudioUnit, AudioUnitPropertyID, AudioUnitScope, AudioUnitElement) {
     static_cast<Told*>(inTold)->count += 100;
@@ -66,5 +69,35 @@ TEST(PropertyListeners, MayChangeTheListWhileTheyAreCalled) {
     EXPECT_EQ(late.count, 1);
 }
 
+// Each proc goes with one user data alone, so a registration that is read while it is made shows.
+template <int kOwn>
+void Match(void* userData, AudioUnit, AudioUnitPropertyID, AudioUnitScope, AudioUnitElement) {
+    if (*static_cast<int*>(userData) != kOwn) {
+        ++gMismatches;
+    }
+}
+
+TEST(PropertyListeners, AreToldWholeWhileOtherThreadsChangeTheList) {
+    PropertyListenerList list;
+    std::array<int, 2> own = {0, 1};
+    std::atomic<bool> changing{true};
+    InThreads(2, [&](int thread) {
+        if (thread == 1) {
+            while (changing) {
+                list.Notify(nullptr, kTold, 0, 0);
+            }
+            return;
+        }
+        for (int round = 0; round < 200000; ++round) {
+            list.Add(kTold, Match<0>, &own[0]);
+            list.Remove(kTold, Match<0>);
+            list.Add(kTold, Match<1>, &own[1]);
+            list.Remove(kTold, Match<1>);
+        }
+        changing = false;
+    });
+    EXPECT_EQ(gMismatches, 0);
+}
+
 } // namespace
-} // namespace velnor
+} // namespace velnor::testing

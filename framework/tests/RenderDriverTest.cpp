@@ -1,14 +1,9 @@
-#include "framework/tests/TestInstrument.h"
+#include "framework/tests/OpenInstrument.h"
 
 #include <xmmintrin.h>
 
-namespace velnor {
+namespace velnor::testing {
 namespace {
-
-/// The last render error, which reading takes.
-OSStatus LastError(const OpenInstrument& unit) {
-    return unit.Value<OSStatus>(kAudioUnitProperty_LastRenderError);
-}
 
 TEST(RenderDriver, OneRenderServesAllBusesOfATimeStampInWhateverOrder) {
     const InitializedInstrument unit({.outputs = 3});
@@ -34,9 +29,13 @@ TEST(RenderDriver, OneRenderServesAllBusesOfATimeStampInWhateverOrder) {
             EXPECT_EQ(buffers.Buffer(channel).mDataByteSize, 256u);
         }
     }
-    ASSERT_EQ(AudioUnitReset(unit, kGlobal, 0), noErr);
-    EXPECT_EQ(HostBuffers(2, 64).Pull(unit, 0, 64, 64), noErr);
-    EXPECT_EQ(unit->mRenders, 5) << "a reset forces the next pull to render";
+    unit.Fail("Reset", kFailures[0].first);
+    for (const bool fails : {true, false}) {
+        EXPECT_EQ(AudioUnitReset(unit, kGlobal, 0), fails ? kFailures[0].second : noErr);
+        EXPECT_EQ(HostBuffers(2, 64).Pull(unit, 0, 64, 64), noErr);
+        EXPECT_EQ(unit->mRenders, fails ? 5 : 6) << "the next pull renders";
+        unit.Fail("", nullptr);
+    }
 }
 
 TEST(RenderDriver, SingleBusRendersStraightIntoTheHostsBuffers) {
@@ -55,32 +54,54 @@ TEST(RenderDriver, SingleBusRendersStraightIntoTheHostsBuffers) {
 
 TEST(RenderDriver, RefusedPullTouchesNothingAndIsTheLastRenderErrorUntilItIsRead) {
     OpenInstrument unit({.outputs = 2});
-    int changes = 0;
-    AudioUnitAddPropertyListener(unit, kAudioUnitProperty_LastRenderError, CountChange, &changes);
-    const auto expect = [&](OSStatus status, HostBuffers buffers, UInt32 bus, UInt32 frames) {
-        EXPECT_EQ(buffers.Pull(unit, bus, frames, 0), status);
-        EXPECT_EQ(buffers.Memory(0)[0], HostBuffers::kUntouched);
-        EXPECT_EQ(LastError(unit), status);
-        EXPECT_EQ(LastError(unit), noErr);
-    };
-    expect(kAudioUnitErr_Uninitialized, {2, 64}, 0, 64);
-    ASSERT_EQ(AudioUnitInitialize(unit), noErr);
-    expect(kAudioUnitErr_TooManyFramesToProcess, {2, 64}, 0, 0xFFFFFFFF);
-    expect(kAudioUnitErr_InvalidElement, {2, 64}, 2, 64);
-    expect(paramErr, {1, 64}, 0, 64);
-    expect(paramErr, {3, 64}, 1, 64);
-    expect(paramErr, {2, 63}, 0, 64);
+    Changes changes(unit, {kAudioUnitProperty_LastRenderError});
     HostBuffers mixed(2, 64);
     mixed.Buffer(1).mData = nullptr;
-    expect(paramErr, std::move(mixed), 0, 64);
-    EXPECT_EQ(changes, 7);
+    for (auto& [status, buffers, bus, frames] :
+         std::vector<std::tuple<OSStatus, HostBuffers, UInt32, UInt32>>{
+             {kAudioUnitErr_Uninitialized, {2, 64}, 0, 64},
+             {kAudioUnitErr_TooManyFramesToProcess, {2, 64}, 0, 1157},
+             {kAudioUnitErr_TooManyFramesToProcess, {2, 64}, 0, 0xFFFFFFFF},
+             {kAudioUnitErr_InvalidElement, {2, 64}, 2, 64},
+             {paramErr, {1, 64}, 0, 64},
+             {paramErr, {3, 64}, 1, 64},
+             {paramErr, std::move(mixed), 0, 64}}) {
+        EXPECT_EQ(buffers.Pull(unit, bus, frames, 0), status) << frames;
+        EXPECT_EQ(buffers.Memory(0)[0], HostBuffers::kUntouched);
+        EXPECT_EQ(unit.LastError(), status);
+        EXPECT_EQ(unit.LastError(), noErr);
+        EXPECT_EQ(changes.Take(), "22 0 0: ; ");
+        AudioUnitInitialize(unit);
+    }
     EXPECT_EQ(unit->mRenders, 0);
     for (const OSStatus status : {-7, -8, 0}) {
         unit->mStatus = status;
         EXPECT_EQ(HostBuffers(2, 0).Pull(unit, 0, 0, status), status);
     }
-    EXPECT_EQ(LastError(unit), -7) << "the first failure";
-    EXPECT_EQ(LastError(unit), noErr);
+    EXPECT_EQ(changes.Take(), "22 0 0: ; ");
+    EXPECT_EQ(unit.LastError(), -7) << "the first failure";
+    EXPECT_EQ(unit.LastError(), noErr);
+}
+
+// A listener that only counts: threads cannot share a text.
+void CountChange(void* count, AudioUnit, AudioUnitPropertyID, AudioUnitScope, AudioUnitElement) {
+    ++*static_cast<int*>(count);
+}
+
+TEST(RenderDriver, ListWhoseSizesAShortPullLoweredServesTheNextLongOne) {
+    for (const UInt32 outputs : {1u, 2u}) {
+        const InitializedInstrument unit({.outputs = outputs});
+        HostBuffers host(2, 512);
+        ASSERT_EQ(host.Pull(unit, 0, 64, 0), noErr);
+        host.Buffer(0).mDataByteSize = host.Buffer(1).mDataByteSize = 64 * sizeof(Float32);
+        ASSERT_EQ(host.Pull(unit, 0, 512, 64), noErr) << outputs;
+        EXPECT_EQ(host.Memory(1)[511], TestInstrument::SampleOf(2, 0, 1));
+        EXPECT_EQ(host.Buffer(1).mDataByteSize, 512 * sizeof(Float32));
+        host.Buffer(0).mData = nullptr;
+        ASSERT_EQ(host.Pull(unit, 0, 512, 576), noErr) << "takes the unit's memory";
+        EXPECT_EQ(host.Sample(1, 511), TestInstrument::SampleOf(3, 0, 1));
+        EXPECT_NE(host.Buffer(1).mData, host.Memory(1).data());
+    }
 }
 
 struct Notified {
@@ -134,23 +155,21 @@ TEST(RenderDriver, FlushesDenormalsForThePullAndRestoresTheControlWordHoweverItE
     const unsigned before = _mm_getcsr();
     constexpr unsigned kStatusFlags = 0x3F;
     const unsigned word = (before & ~(0x8040u | kStatusFlags)) | 0x6000; // rounds toward zero
-    std::vector<std::pair<Raise, OSStatus>> cases = {{RaiseNothing, noErr}, {RaiseNothing, noErr}};
-#if !defined(VELNOR_REALTIME_SANITIZER) // which a throw switches off
+    std::vector<std::pair<Raise, OSStatus>> cases = {{[] {}, noErr}, {[] {}, noErr}};
     cases.insert(cases.begin() + 1, std::begin(kFailures), std::end(kFailures));
-#endif
     Float64 time = 0;
     for (const auto& [raise, status] : cases) {
-        unit->mRaise = raise;
+        unit.Fail("Render", raise);
         HostBuffers buffers(2, 64);
         _mm_setcsr(word);
         const OSStatus pulled = buffers.Pull(unit, 0, 64, ++time);
         const unsigned after = _mm_getcsr();
         _mm_setcsr(before);
         EXPECT_EQ(pulled, status);
-        unit->mRaise = RaiseNothing;
+        unit.Fail("", nullptr);
         EXPECT_EQ(notified.controlWord & ~kStatusFlags, word | 0x8040);
         EXPECT_EQ(after & ~kStatusFlags, word);
-        EXPECT_EQ(LastError(unit), status);
+        EXPECT_EQ(unit.LastError(), status);
     }
 }
 
@@ -166,6 +185,9 @@ TEST(RenderDriver, FrameLimitIsWrittenWhileUninitializedAndSizesTheBuffers) {
         EXPECT_EQ(buffers.Pull(unit, 1, limit, limit), noErr);
         EXPECT_NE(buffers.Memory(1)[limit - 1], HostBuffers::kUntouched);
         EXPECT_EQ(buffers.Memory(1)[limit], HostBuffers::kUntouched);
+        unit->SetMaxFramesPerSlice(limit + 1);
+        EXPECT_EQ(HostBuffers(2, limit + 1).Pull(unit, 1, limit + 1, -1.0 * limit), noErr)
+            << "the unit may itself";
         ASSERT_EQ(AudioUnitUninitialize(unit), noErr);
     }
 }
@@ -201,7 +223,7 @@ TEST(RenderDriver, ExternalBufferHoldsWhatTheUnitRenders) {
     constexpr AudioUnitPropertyID kExternal = kAudioUnitProperty_SetExternalBuffer;
     EXPECT_EQ(unit.Set(kExternal, kOutput, 0, external), kAudioUnitErr_Uninitialized);
     ASSERT_EQ(AudioUnitInitialize(unit), noErr);
-    EXPECT_EQ(unit.Set(kExternal, kOutput, 0, AudioUnitExternalBuffer{block + 4, 64}), paramErr);
+    EXPECT_EQ(unit.Set(kExternal, kOutput, 0, AudioUnitExternalBuffer{block + 8, 64}), paramErr);
     ASSERT_EQ(unit.Set(kExternal, kOutput, 0, external), noErr);
     HostBuffers buffers(2, 64, false);
     ASSERT_EQ(buffers.Pull(unit, 0, 64, 0), noErr);
@@ -209,6 +231,60 @@ TEST(RenderDriver, ExternalBufferHoldsWhatTheUnitRenders) {
     EXPECT_EQ(unit.Set(kExternal, kOutput, 2, external), kAudioUnitErr_InvalidElement);
     EXPECT_EQ(unit.Set(kExternal, kInput, 0, external), kAudioUnitErr_InvalidElement);
     EXPECT_EQ(buffers.Sample(1, 63), TestInstrument::SampleOf(1, 0, 1));
+}
+
+struct Source {
+    OSStatus status = noErr;
+    UInt32 bus = 77, frames = 0;
+
+    static OSStatus Give(void* self, AudioUnitRenderActionFlags*, const AudioTimeStamp*, UInt32 bus,
+                         UInt32 frames, AudioBufferList* data) {
+        Source& source = *static_cast<Source*>(self);
+        source.bus = bus;
+        source.frames = frames;
+        std::memset(data->mBuffers[0].mData, 0, data->mBuffers[0].mDataByteSize);
+        return source.status;
+    }
+};
+
+/// A bus pulls what was set last, with buffers of its own for a callback alone.
+TEST(RenderDriver, InputBusesPullTheirSource) {
+    const InitializedInstrument from({.outputs = 2});
+    OpenInstrument unit({.inputs = 2});
+    const OpenInstrument first({.inputs = 2, .interfaceVersion = 1});
+    Source source;
+    const AURenderCallbackStruct callback = {Source::Give, &source};
+    AUInputElement& input = unit->GetInput(1);
+    const auto pull = [&](UInt32 frames) {
+        AudioUnitRenderActionFlags flags = 0;
+        return input.PullInput(flags, AtSample(frames), 1, frames);
+    };
+    EXPECT_EQ(pull(8), kAudioUnitErr_NoConnection);
+    EXPECT_EQ(unit.Set(23, kInput, 1, callback), noErr);
+    for (const UInt32 limit : {64u, 4096u}) {
+        EXPECT_EQ(unit.Set(14, kGlobal, 0, limit), noErr);
+        EXPECT_EQ(AudioUnitInitialize(unit), noErr);
+        EXPECT_EQ(pull(limit), noErr);
+        EXPECT_EQ(source.bus, 1u);
+        EXPECT_EQ(input.GetBufferList().mBuffers[1].mDataByteSize, 4 * limit);
+        AudioUnitUninitialize(unit);
+    }
+    AudioUnitInitialize(unit);
+    source.status = -8;
+    EXPECT_EQ(pull(16), -8);
+    EXPECT_EQ(input.GetBuffers().GetState(), AUBufferList::kStateInvalid) << "nothing to read";
+    EXPECT_EQ(unit.Set(1, kInput, 0, AudioUnitConnection{from, 1, 1}), noErr);
+    EXPECT_FALSE(input.NeedsBufferSpace());
+    EXPECT_EQ(pull(32), noErr);
+    EXPECT_EQ(*static_cast<Float32*>(input.GetBufferList().mBuffers[1].mData),
+              TestInstrument::SampleOf(1, 1, 1));
+    EXPECT_EQ(source.frames, 16u);
+    EXPECT_EQ(unit.Set(1, kInput, 0, AudioUnitConnection{nullptr, 0, 1}), noErr);
+    EXPECT_EQ(pull(8), kAudioUnitErr_NoConnection);
+    EXPECT_EQ(unit.Set(23, kInput, 2, callback), kAudioUnitErr_InvalidElement);
+    EXPECT_EQ(unit.Set(1, kInput, 0, AudioUnitConnection{from, 0, 2}),
+              kAudioUnitErr_InvalidElement);
+    EXPECT_EQ(first.Set(23, kInput, 1, callback), kAudioUnitErr_PropertyNotWritable);
 }
 
 TEST(RenderDriver, HostThreadsChangeAndReadEverythingTheyMayWhileItRenders) {
@@ -241,7 +317,7 @@ TEST(RenderDriver, HostThreadsChangeAndReadEverythingTheyMayWhileItRenders) {
         AudioUnitAddRenderNotify(unit, Note, &notified);
         AudioUnitAddPropertyListener(unit, kError, CountChange, &changes);
         unit.Value<AudioStreamBasicDescription>(kAudioUnitProperty_StreamFormat, kOutput, 1);
-        EXPECT_EQ(LastError(unit), noErr);
+        EXPECT_EQ(unit.LastError(), noErr);
         UInt32 size = 0;
         EXPECT_EQ(AudioUnitGetPropertyInfo(unit, kList, kGlobal, 0, &size, nullptr), noErr);
         std::vector<AudioUnitParameterID> ids(size / sizeof(AudioUnitParameterID) + 1, 77777);
@@ -264,4 +340,4 @@ TEST(RenderDriver, HostThreadsChangeAndReadEverythingTheyMayWhileItRenders) {
 }
 
 } // namespace
-} // namespace velnor
+} // namespace velnor::testing

@@ -1,7 +1,7 @@
 #include "framework/StateDictionary.h"
-#include "framework/tests/TestInstrument.h"
+#include "framework/tests/OpenInstrument.h"
 
-namespace velnor {
+namespace velnor::testing {
 namespace {
 
 using State = CFRef<CFMutableDictionaryRef>;
@@ -28,19 +28,8 @@ State WithBlob(const OpenInstrument& unit, const std::string& bytes) {
     return state;
 }
 
-std::string ElementName(const OpenInstrument& unit, UInt32 scope, UInt32 element) {
-    CFStringRef name = nullptr;
-    unit.Get(kAudioUnitProperty_ElementName, scope, element, name);
-    return Text(CFRef<CFStringRef>(name).Get());
-}
-
-void NoteScopeAndElement(void* userData, AudioUnit, AudioUnitPropertyID, AudioUnitScope scope,
-                         AudioUnitElement element) {
-    *static_cast<std::string*>(userData) += std::to_string(scope * 10 + element) + " ";
-}
-
 TEST(SavedState, HoldsIdentityNameAndParametersByteForByte) {
-    OpenInstrument unit({.inputs = 1, .outputs = 2, .groups = 1});
+    OpenInstrument unit({.inputs = 1, .outputs = 2, .groups = 1, .parts = 1});
     unit->mOffersAll = false;
     EXPECT_TRUE(BlobOf(Saved(unit)).empty());
     AudioUnitSetParameter(unit, 5, kGlobal, 0, 0.5f, 0);
@@ -56,44 +45,46 @@ TEST(SavedState, HoldsIdentityNameAndParametersByteForByte) {
 
     AudioUnitSetParameter(unit, 0xFFFFFFFF, kOutput, 1, -2.0f, 0);
     AudioUnitSetParameter(unit, 1, kInput, 0, 0.0f, 0);
+    AudioUnitSetParameter(unit, 1, kPart, 0, 1, 0); // never saved, as those of groups
+    unit->GetElement(kGroup, 0)->SetParameter(1, 1);
     EXPECT_EQ(BlobOf(Saved(unit)),
               FromHex(kExample + "00000001 00000000 00000001 00000001 00000000"
                                  "00000002 00000001 00000001 FFFFFFFF C0000000"));
 }
 
 TEST(SavedState, RestoreBringsBackWhatWasSaved) {
-    OpenInstrument from({.outputs = 2, .groups = 2});
+    constexpr TestShape kShape = {.inputs = 1, .outputs = 2, .groups = 2, .parts = 1};
+    OpenInstrument from(kShape);
     AudioUnitSetParameter(from, 3, kOutput, 1, 0.75f, 0);
     from->mQuality = 99;
     from->mLoad = 0.875f;
-    from.Set(kAudioUnitProperty_PresentPreset, kGlobal, 0, AUPreset{-7, String("Mine").Get()});
-    from.Set(kAudioUnitProperty_ElementName, kOutput, 1, String("Drums").Get());
-    from.Set(kAudioUnitProperty_ElementName, kGroup, 0, String("Lead").Get());
+    from.Set(36, kGlobal, 0, AUPreset{-7, String("Mine").Get()});
+    constexpr std::pair<UInt32, UInt32> kNamed[] = {{0, 0}, {1, 0}, {2, 1}, {3, 0}, {3, 1}, {4, 0}};
+    for (const auto& [scope, element] : kNamed) {
+        from.Set(30, scope, element, String("Name " + std::to_string(10 * scope + element)).Get());
+    }
     const State state = Saved(from);
     EXPECT_THAT(Keys(state.Get()),
                 ElementsAre("cpu-load", "data", "element-name", "manufacturer", "name",
                             "render-quality", "subtype", "type", "version"));
     Set(state.Get(), "type", Value(SInt32{1}).Get()); // nobody compares it
 
-    OpenInstrument to({.outputs = 2, .groups = 2});
-    std::string changes;
-    AudioUnitAddPropertyListener(to, kAudioUnitProperty_CurrentPreset, NoteScopeAndElement,
-                                 &changes);
-    AudioUnitAddPropertyListener(to, kAudioUnitProperty_PresentPreset, NoteScopeAndElement,
-                                 &changes);
+    OpenInstrument to(kShape);
+    to.Set(28, kGlobal, 0, AUPreset{2, nullptr});
+    Changes changes(to, {11, 28, 36},
+                    [](const OpenInstrument& self, auto...) { return self.Preset(); });
     ASSERT_EQ(Restore(to, state.Get()), noErr);
-    EXPECT_EQ(changes, "0 0 ");
+    EXPECT_EQ(changes.Take(), "28 0 0: -1 Mine; 36 0 0: -1 Mine; ");
     EXPECT_EQ(to.Parameter(3, kOutput, 1), 0.75f);
     EXPECT_EQ(to->mQuality, 99u);
     EXPECT_EQ(to->mLoad, 0.875f);
-    EXPECT_EQ(to->GetCurrentPreset().presetNumber, -1);
-    EXPECT_EQ(Text(to->GetCurrentPreset().presetName), "Mine");
-    EXPECT_EQ(ElementName(to, kOutput, 1), "Drums");
-    EXPECT_EQ(ElementName(to, kGroup, 0), "Lead");
-
+    for (const auto& [scope, element] : kNamed) {
+        EXPECT_EQ(to.Name(30, scope, element), "Name " + std::to_string(10 * scope + element));
+    }
+    EXPECT_EQ(to.Name(30, kOutput, 0), "<none>");
     CFDictionaryRemoveValue(state.Get(), String("name").Get());
     ASSERT_EQ(Restore(to, state.Get()), noErr);
-    EXPECT_EQ(Text(to->GetCurrentPreset().presetName), "Untitled");
+    EXPECT_EQ(to.Preset(), "-1 Untitled");
 }
 
 TEST(SavedState, RefusedDictionaryChangesNothing) {
@@ -176,44 +167,42 @@ TEST(SavedState, HostileRecordEndsTheWalkAndKeepsWhatStoodBefore) {
 }
 
 TEST(SavedState, ElementNamesGrowTheirScopeWithinItsLimit) {
-    constexpr OSStatus kRefused = kAudioUnitErr_InvalidPropertyValue;
     // The last column is the element that has the name then.
-    for (const auto& [key, status, count, named] :
-         Rows<std::string, OSStatus, UInt32, int>{{"3", noErr, 4, 3},
-                                                  {"0", noErr, 2, 0},
-                                                  {"0001", noErr, 2, 1},
-                                                  {"1023", noErr, 1024, 1023},
-                                                  {"1024", kRefused, 2, -1},
-                                                  {"4294967295", kRefused, 2, -1},
-                                                  {"4294967296", kRefused, 2, -1},
-                                                  {std::string(31, '9'), kRefused, 2, -1},
-                                                  {std::string(32, '0'), noErr, 2, -1},
-                                                  {"-1", noErr, 2, -1},
-                                                  {"", noErr, 2, -1},
-                                                  {"1x", noErr, 2, -1},
-                                                  {" 1", noErr, 2, -1}}) {
+    for (const auto& [key, count, named] :
+         Rows<std::string, UInt32, int>{{"3", 4, 3},
+                                        {"0", 2, 0},
+                                        {"0001", 2, 1},
+                                        {"1023", 1024, 1023},
+                                        {"1024", 2, -1},
+                                        {"4294967295", 2, -1},
+                                        {"4294967296", 2, -1},
+                                        {std::string(31, '9'), 2, -1},
+                                        {std::string(32, '0'), 2, -1},
+                                        {"-1", 2, -1},
+                                        {"", 2, -1},
+                                        {"1x", 2, -1},
+                                        {" 1", 2, -1}}) {
         OpenInstrument unit({.outputs = 2});
         unit->mOffersAll = false; // the count is not writable, and yet it grows
-        std::string changes;
-        AudioUnitAddPropertyListener(unit, kAudioUnitProperty_ElementCount, NoteScopeAndElement,
-                                     &changes);
+        Changes changes(unit, {kAudioUnitProperty_ElementCount});
         const State state = Saved(unit);
         const State scopes = Dictionary();
         const State names = Dictionary();
         Set(names.Get(), key, String("Strings").Get());
         Set(scopes.Get(), "2", names.Get());
         Set(scopes.Get(), "9", names.Get());
+        Set(names.Get(), "2000", String("nobody").Get());
         Set(scopes.Get(), "1", String("no dictionary").Get());
         Set(state.Get(), "element-name", scopes.Get());
-        EXPECT_EQ(Restore(unit, state.Get()), status) << key;
+        EXPECT_EQ(Restore(unit, state.Get()), noErr) << key;
         const UInt32 elements = unit->GetScope(kOutput).GetNumberOfElements();
         EXPECT_EQ(elements, count) << key;
-        EXPECT_EQ(changes, count > 2 ? "20 " : "") << key;
+        EXPECT_EQ(changes.Take(), count > 2 ? "11 2 0: ; " : "") << key;
         for (UInt32 i = 0; i < elements; ++i) {
-            EXPECT_EQ(ElementName(unit, kOutput, i) == "Strings", static_cast<int>(i) == named);
+            EXPECT_EQ(unit.Name(30, kOutput, i) == "Strings", static_cast<int>(i) == named);
         }
     }
 }
 
 } // namespace
-} // namespace velnor
+} // namespace velnor::testing

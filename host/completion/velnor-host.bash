@@ -4,6 +4,7 @@ _velnor_host() {
     case $previous in
     --format) words="wav flac raw" files= ;;
     --bits) words="16 24 float" files= ;;
+    --quality) words="normal best" files= ;;
     --tail) words="auto" files= ;;
     --rate) words="44100 48000 96000" files= ;;
     --block | --from | --to | --buses) files= ;;
@@ -11,7 +12,7 @@ _velnor_host() {
     *)
         case $COMP_CWORD:${COMP_WORDS[1]}:${COMP_WORDS[2]-} in
         1:*) words="install uninstall components info doctor render preset --help --help-all --version" files= ;;
-        *:render:*) words="-o --format --bits --rate --block --tail --from --to --preset --save-preset --component --buses --split --realtime --allow-silence --help" ;;
+        *:render:*) words="-o --format --bits --rate --block --tail --from --to --preset --save-preset --component --buses --split --quality --realtime --allow-silence --help" ;;
         *:install:*) words="--engine --data --write-setup --help" ;;
         *:components:*) words="--json --help" files= ;;
         *:info:*) words="--json --help" ;;

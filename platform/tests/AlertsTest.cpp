@@ -1,16 +1,19 @@
 #include "platform/LaunchServices.h"
-#include "platform/tests/Testing.h"
+#include "platform/TerminalText.h"
+#include "testing/Testing.h"
 
+#include <csignal>
+#include <fcntl.h>
 #include <functional>
 #include <pty.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
-namespace velnor::test {
+namespace velnor::testing {
 namespace {
 
-/* Status and response. */
+// Status and response.
 using Shown = std::pair<SInt32, CFOptionFlags>;
 
 // Buttons that are null are none, or the platform's for the first.
@@ -80,7 +83,7 @@ TEST(Alerts, AlertsOutOfRangeAreRefused) {
 
 // A search path with dialog programs of the test's own, which write their arguments, one a line,
 // to the file "arguments".
-class Dialogs : public testing::Test {
+class Dialogs : public ::testing::Test {
 protected:
     void AddProgram(const std::string& name, const std::string& end) {
         const std::string file =
@@ -143,9 +146,9 @@ TEST_F(Dialogs, ATimeOutEndsTheDialog) {
 TEST_F(Dialogs, WithoutADisplayNoProgramIsStarted) {
     AddProgram("zenity", "exit 0");
     const ScopedEnv noDisplay("DISPLAY", nullptr);
-    testing::internal::CaptureStderr();
+    ::testing::internal::CaptureStderr();
     EXPECT_EQ(ShowNotification(nullptr, nullptr), (Shown{0, 0}));
-    EXPECT_EQ(testing::internal::GetCapturedStderr(), "Tarn -x <b>\nLine 1\nC:\\new\n");
+    EXPECT_EQ(::testing::internal::GetCapturedStderr(), "Tarn -x <b>\nLine 1\nC:\\new\n");
     EXPECT_EQ(Arguments(), "");
 }
 
@@ -159,9 +162,9 @@ TEST_F(Dialogs, OnlyAnAlertThatNobodyMayHaveSeenIsWrittenToo) {
              {"xmessage", "exit 1", true},
              {"xmessage", "echo \"Can't open display\" >&2; exit 1", false}}) {
         AddProgram(program, end);
-        testing::internal::CaptureStderr();
+        ::testing::internal::CaptureStderr();
         EXPECT_EQ(ShowNotification(nullptr, nullptr), (Shown{0, 0}));
-        const std::string written = testing::internal::GetCapturedStderr();
+        const std::string written = ::testing::internal::GetCapturedStderr();
         EXPECT_EQ(written, isSeen ? "" : "Tarn -x <b>\nLine 1\nC:\\new\n") << program << end;
         std::filesystem::remove(mFolder / program);
     }
@@ -170,6 +173,32 @@ TEST_F(Dialogs, OnlyAnAlertThatNobodyMayHaveSeenIsWrittenToo) {
 TEST_F(Dialogs, WhatADialogLeavesRunningIsNotWaitedFor) {
     AddProgram("zenity", "/bin/sleep 5 & echo Quit; exit 1");
     EXPECT_EQ(ShowNotification("Quit", "Later", 3), (Shown{0, 1}));
+}
+
+// Whatever a host does with its signals and files, the programs are started like a shell's.
+TEST_F(Dialogs, StartedProgramsInheritNeitherFilesNorBlockedSignals) {
+    const std::string state = mFolder / "state";
+    const int file = open(mFolder.Path().c_str(), O_RDONLY);
+    sigset_t signals, before;
+    sigfillset(&signals);
+    pthread_sigmask(SIG_SETMASK, &signals, &before);
+    const auto ignored = std::signal(SIGTERM, SIG_IGN);
+    for (const char* name : {"zenity", "xdg-open"}) {
+        ASSERT_EQ(mkfifo(state.c_str(), 0600), 0);
+        AddProgram(name, "{ /bin/ls /proc/self/fd; /bin/grep -E 'Sig(Blk|Ign)' /proc/self/status; }"
+                         " >'" +
+                             state + "' &");
+        EXPECT_EQ(name[0] == 'z' ? ShowNotification(nullptr, nullptr).first
+                                 : LSOpenCFURLRef(Url("http://x/").Get(), nullptr),
+                  noErr);
+        EXPECT_THAT(ReadFile(state),
+                    MatchesRegex("0\n1\n2\n3\nSigBlk:\t0+\nSigIgn:\t[0-9a-f]+0006\n"))
+            << name;
+        std::filesystem::remove(state);
+    }
+    std::signal(SIGTERM, ignored);
+    pthread_sigmask(SIG_SETMASK, &before, nullptr);
+    close(file);
 }
 
 TEST_F(Dialogs, UrlsGoToTheOpenerAsOneArgument) {
@@ -184,12 +213,12 @@ TEST_F(Dialogs, UrlsGoToTheOpenerAsOneArgument) {
 }
 
 struct TerminalSession {
-    std::string screen; /* what stood on the terminal in the end, typed text included */
-    int result;         /* what the code returned, 0 to 255; -1 when it did not come to its end */
+    std::string screen; // what stood on the terminal in the end, typed text included
+    int result;         // what the code returned, 0 to 255; -1 when it did not come to its end
 };
 
-/* Runs the code in a process of its own whose standard streams are a terminal without a display,
- * with the text typed beforehand. */
+// Runs the code in a process of its own whose standard streams are a terminal without a display,
+// with the text typed beforehand.
 inline TerminalSession InTerminal(const std::string& typed, const std::function<int()>& code) {
     TerminalSession session{"", -1};
     int terminal = -1;
@@ -238,6 +267,22 @@ TEST(AlertsAtATerminal, ControlCharactersDoNotReachIt) {
     EXPECT_THAT(session.screen, HasSubstr("Press Enter"));
 }
 
+TEST(TerminalText, KeepsWhatIsWrittenAndNothingElse) {
+    for (const auto& [text, line, lines] : Rows<std::string, const char*, const char*>{
+             {"Caf\u00E9 \u65E5\u672C \U0001F3B9", "Caf\u00E9 \u65E5\u672C \U0001F3B9", nullptr},
+             {"a\nb\tc\r", "a?b?c?", "a\nb\tc?"},
+             {std::string("\0\x1B]0;x\a\x7F", 8), "??]0;x??", nullptr},
+             {"\u0080\u009B\u009F\u00A0", "???\u00A0", nullptr},
+             {"\u2028\u2029\u202A\u202E\u2066\u2069\u200F", "??????\u200F", nullptr},
+             {"\xFF\xC3|\xE2\x80|\xED\xA0\x80|\xC0\x9B\xF0\x9F", "??|??|???|????", nullptr}}) {
+        for (const bool keeps : {false, true}) {
+            std::string shown = text;
+            shown.resize(PlatformCleanTerminalText(shown.data(), shown.size(), keeps));
+            EXPECT_EQ(shown, keeps && lines ? lines : line);
+        }
+    }
+}
+
 TEST(AlertsAtATerminal, ATimeOutEndsTheWait) {
     const auto session = InTerminal(
         "", [] { return static_cast<int>(ShowNotification(nullptr, nullptr, 0.1).second); });
@@ -256,4 +301,4 @@ TEST(AlertsAtATerminal, NobodyIsAskedThroughAPipe) {
 }
 
 } // namespace
-} // namespace velnor::test
+} // namespace velnor::testing

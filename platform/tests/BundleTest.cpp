@@ -1,9 +1,9 @@
 #include "platform/CFBundle.h"
-#include "platform/tests/Testing.h"
+#include "testing/Testing.h"
 
 #include <sys/stat.h>
 
-namespace velnor::test {
+namespace velnor::testing {
 namespace {
 
 const std::string kExecutableFolder = "/Contents/" VELNOR_PLATFORM_FOLDER "/";
@@ -38,6 +38,12 @@ TEST_F(Bundle, OnlyAFolderWithAGoodInfoFileIsOne) {
     std::filesystem::create_directories(folder / "folder.bundle/Contents/Info.plist");
     std::filesystem::create_directories(folder / "pipe.bundle/Contents");
     ASSERT_EQ(mkfifo((folder / "pipe.bundle/Contents/Info.plist").c_str(), 0600), 0);
+    const std::string most = PlistFile("<key>k</key><true/>");
+    for (const std::size_t blanks : {(4U << 20) - most.size(), (4U << 20) - most.size() + 1}) {
+        const std::string info = folder / "long.bundle/Contents/Info.plist";
+        WriteFile(info, most + std::string(blanks, ' '));
+        EXPECT_EQ(bool(Open(folder / "long.bundle")), blanks + most.size() == 4U << 20);
+    }
     for (const char* name : {"none", "file", "empty", "torn", "list", "folder", "pipe"}) {
         EXPECT_FALSE(Open(folder / name + ".bundle")) << name;
     }
@@ -118,4 +124,4 @@ TEST_F(Bundle, ThreadsMayOpenLoadAndReleaseTheSameOne) {
 }
 
 } // namespace
-} // namespace velnor::test
+} // namespace velnor::testing

@@ -1,10 +1,10 @@
 #include "platform/ComponentParameterBlock.h"
-#include "platform/tests/Testing.h"
 #include "platform/tests/component/TestComponent.h"
+#include "testing/Testing.h"
 
 #include <set>
 
-namespace velnor::test {
+namespace velnor::testing {
 namespace {
 
 std::string Registration(const std::string& subType, const std::string& entry = "TestEntry") {
@@ -89,6 +89,15 @@ TEST(ComponentRegistration, ABundleRegistersOnceWhateverItsPathLooksLike) {
     EXPECT_EQ(Adopted(PlatformComponentCopyBundlePath(first[1])), path);
     EXPECT_EQ(Adopted(PlatformComponentCopyName(first[1])), "Test onc2");
     EXPECT_EQ(PlatformComponentRegisteredVersion(first[1]), 7);
+
+    const std::string info = path + "/Contents/Info.plist";
+    std::string newer = ReadFile(info);
+    newer.replace(newer.find("<integer>7"), 10, "<integer>8");
+    WriteFile(info, newer);
+    const auto second = Register(path);
+    ComponentDescription codes = Codes(Code("onc1"));
+    EXPECT_EQ(FindNextComponent(nullptr, &codes), second[0]);
+    EXPECT_EQ(PlatformComponentRegisteredVersion(second[0]), 8);
 }
 
 TEST(ComponentSearch, FirstFolderWinsAndABundleThatIsGoneIsNotFound) {
@@ -160,10 +169,13 @@ TEST(ComponentInstance, ClosedInsideItsOwnCallReturnsThroughCodeThatIsStillThere
     const std::string bundle = MakeBundleWith(folder / "a.component", "self");
     const ComponentInstance instance = OpenComponent(Register(bundle).at(0));
     ASSERT_NE(instance, nullptr);
-    auto close = encode(kCloseSelect);
+    const ComponentInstance other =
+        OpenComponent(Register(MakeBundleWith(folder / "b.component", "othr")).at(0));
+    auto close = encode(kCloseSelect, other);
     EXPECT_EQ(CallComponentDispatch(instance, close.Get()), kClosedAnswer);
     EXPECT_FALSE(IsLoaded(ExecutableOf(bundle)));
     EXPECT_EQ(CloseComponent(instance), badComponentInstance);
+    EXPECT_EQ(CloseComponent(other), noErr);
 }
 
 TEST(ComponentInstance, FailedOpenKeepsTheStatusAndNothingElse) {
@@ -211,4 +223,4 @@ TEST(ComponentInstance, ForeignPointersAreRefusedWithoutAnAccess) {
 }
 
 } // namespace
-} // namespace velnor::test
+} // namespace velnor::testing

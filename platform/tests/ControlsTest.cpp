@@ -1,20 +1,21 @@
 #include "platform/Controls.h"
-#include "platform/tests/HostWindow.h"
-#include "platform/tests/Testing.h"
+
+#include "testing/HostWindow.h"
+#include "testing/Testing.h"
 
 #include <array>
 #include <bit>
 #include <cmath>
 
-namespace velnor::test {
+namespace velnor::testing {
 namespace {
 
-/* Top, left, bottom and right, as they stand in a Rect. */
+// Top, left, bottom and right, as they stand in a Rect.
 using Sides = std::array<SInt16, 4>;
 
 constexpr Rect kBounds = {10, 20, 60, 120}; // at (20, 10), 100 by 50
 
-class Controls : public testing::Test {
+class Controls : public ::testing::Test {
 protected:
     ~Controls() override { DisposeWindow(window); }
     void OpenWindow(WindowAttributes attributes) {
@@ -157,4 +158,4 @@ TEST_F(Controls, PointersThatAreNoControlAreRefused) {
 }
 
 } // namespace
-} // namespace velnor::test
+} // namespace velnor::testing

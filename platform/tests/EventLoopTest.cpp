@@ -1,10 +1,11 @@
 #include "platform/EventLoop.h"
-#include "platform/tests/Testing.h"
+
+#include "testing/Testing.h"
 
 #include <chrono>
 #include <limits>
 
-namespace velnor::test {
+namespace velnor::testing {
 namespace {
 
 // A timer that writes its name into the log, for the length of a scope.
@@ -22,8 +23,9 @@ struct Tick {
         auto& tick = *static_cast<Tick*>(userData);
         EXPECT_EQ(timer, tick.timer);
         tick.log.push_back(tick.name);
-        if (tick.work > 0)
+        if (tick.work > 0) {
             std::this_thread::sleep_for(std::chrono::duration<double>(tick.work));
+        }
         PlatformAdvanceEventLoop(tick.modal);
         if (--tick.removeAfter == 0) {
             EXPECT_EQ(RemoveEventLoopTimer(timer), noErr);
@@ -114,4 +116,4 @@ TEST_F(EventLoop, BadArgumentsInstallNothing) {
 }
 
 } // namespace
-} // namespace velnor::test
+} // namespace velnor::testing

@@ -1,6 +1,8 @@
 #include "platform/FileCopy.h"
+
 #include "platform/tests/Refs.h"
-#include "platform/tests/Testing.h"
+#include "testing/SystemFault.h"
+#include "testing/Testing.h"
 
 #include <atomic>
 #include <csignal>
@@ -8,7 +10,7 @@
 #include <sys/resource.h>
 #include <sys/stat.h>
 
-namespace velnor::test {
+namespace velnor::testing {
 namespace {
 
 namespace fs = std::filesystem;
@@ -24,16 +26,17 @@ OSStatus Copy(const std::string& source, const std::string& folder, const char* 
 
 Texts Names(const std::string& folder) {
     Texts names;
-    for (const auto& entry : fs::directory_iterator(folder))
+    for (const auto& entry : fs::directory_iterator(folder)) {
         names.push_back(entry.path().filename());
+    }
     return names;
 }
 
 TEST_F(FileCopy, AFileKeepsContentPermissionsAndDate) {
     const std::string content = std::string(300'000, 'x') + '\0' + "end";
     WriteFile(folder / "source", content);
-    fs::permissions(folder / "source", fs::perms(0640));
-    const timespec times[2] = {{1'000'000'000, 0}, {1'000'000'000, 123'456'789}};
+    fs::permissions(folder / "source", fs::perms(04640));
+    const timespec times[2] = {{1'500'000'000, 0}, {1'000'000'000, 123'456'789}};
     ASSERT_EQ(utimensat(AT_FDCWD, (folder / "source").c_str(), times, 0), 0);
     fs::create_directory(folder / "to");
 
@@ -47,6 +50,18 @@ TEST_F(FileCopy, AFileKeepsContentPermissionsAndDate) {
     struct stat info{};
     ASSERT_EQ(stat(made.path, &info), 0);
     EXPECT_EQ(info.st_mtim.tv_sec, 1'000'000'000);
+}
+
+TEST_F(FileCopy, WhatWasCopiedSurvivesAPowerCut) {
+    WriteFile(folder / "tree/inner/file", "file");
+    for (int i = 0; i < 2; ++i) {
+        EXPECT_EQ(lostToAPowerCut([this] {
+                      return Copy(folder / "tree", folder.Path(), "copy",
+                                  kFSFileOperationOverwrite);
+                  }),
+                  "");
+    }
+    EXPECT_EQ(ReadFile(folder / "copy/inner/file"), canMakeFaults() ? "file" : "");
 }
 
 TEST_F(FileCopy, AnExistingObjectIsReplacedOnlyWhenAsked) {
@@ -86,12 +101,54 @@ TEST_F(FileCopy, AFolderComesWithAllThatItHolds) {
 }
 
 TEST_F(FileCopy, AFailureInTheMiddleLeavesNoHalfCopy) {
-    WriteFile(folder / "tree/closed/file", "file");
-    fs::permissions(folder / "tree/closed", fs::perms(0555));
+    fs::permissions(folder.Path(), fs::perms(0777));
+    const OrdinaryUser user;
+    fs::create_directory(folder / "tree");
     ASSERT_EQ(mkfifo((folder / "tree/pipe").c_str(), 0600), 0);
+    for (const char* closed : {"tree/a", "tree/b", "tree/c", "tree/x", "tree/y", "tree/z"}) {
+        WriteFile(folder / closed + "/file", "file");
+        fs::permissions(folder / closed, fs::perms(0555));
+    }
     fs::create_directory(folder / "to");
     EXPECT_EQ(Copy(folder / "tree", folder / "to", "copy"), ioErr);
     EXPECT_THAT(Names(folder / "to"), IsEmpty());
+}
+
+// The call number of its kind that fails, with what error, and what the caller is told.
+TEST_F(FileCopy, EachFailureHasItsStatusAndLeavesTheOldObject) {
+    if (!canMakeFaults()) {
+        GTEST_SKIP() << "this system does not let a process trace its child";
+    }
+    WriteFile(folder / "tree/inner", "new");
+    for (const auto& [call, number, error, status] :
+         Rows<long, int, int, OSErr>{{SYS_write, 1, ENOSPC, dskFulErr},
+                                     {SYS_write, 1, EDQUOT, dskFulErr},
+                                     {SYS_write, 1, EPERM, wrPermErr},
+                                     {SYS_write, 1, EROFS, wrPermErr},
+                                     {SYS_write, 1, ENOMEM, memFullErr},
+                                     {SYS_fsync, 1, EIO, ioErr},
+                                     {SYS_fchmod, 1, EIO, ioErr},
+                                     {SYS_mkdirat, 1, EACCES, wrPermErr},
+                                     {SYS_renameat, 1, EIO, ioErr},
+                                     {SYS_renameat, 2, EIO, ioErr},
+                                     {SYS_renameat, 3, EIO, ioErr},
+                                     {SYS_renameat, 9, EIO, noErr}}) {
+        SCOPED_TRACE(std::to_string(call) + " " + std::to_string(number));
+        WriteFile(folder / "to/old/deep", "old");
+        int met = 0;
+        const auto copy = [this] {
+            return Copy(folder / "tree", folder / "to", "old", kFSFileOperationOverwrite);
+        };
+        const int result = faults::runWatched(
+            copy, [&, call = call, number = number, error = error](pid_t, const auto& registers) {
+                const auto made = static_cast<long>(registers.*faults::kNumber);
+                met += made == call ? 1 : 0;
+                return made == SYS_renameat2 ? ENOSYS : made == call && met == number ? error : 0;
+            });
+        EXPECT_EQ(result, static_cast<UInt8>(status));
+        EXPECT_EQ(ReadFile(folder / "to/old/deep"), status == noErr ? "" : "old");
+        EXPECT_THAT(Names(folder / "to"), ElementsAre("old"));
+    }
 }
 
 TEST_F(FileCopy, AFullDiskLeavesTheOldFile) {
@@ -161,4 +218,4 @@ TEST_F(FileCopy, OfCopiesToOneNameOneWins) {
 }
 
 } // namespace
-} // namespace velnor::test
+} // namespace velnor::testing

@@ -1,9 +1,9 @@
 #include "platform/Catalog.h"
 #include "platform/Folders.h"
 #include "platform/tests/Refs.h"
-#include "platform/tests/Testing.h"
+#include "testing/Testing.h"
 
-namespace velnor::test {
+namespace velnor::testing {
 namespace {
 
 namespace fs = std::filesystem;
@@ -93,7 +93,7 @@ TEST_F(FileRef, FoldersAreMadeOnceAndFound) {
     EXPECT_EQ(PathOf(found), folder / "link");
 }
 
-/* Path, name and whether it is a folder. */
+// Path, name and whether it is a folder.
 using Entry = std::tuple<std::string, std::u16string, bool>;
 
 // Lists with so many entries to a call; the last status goes to *end.
@@ -107,6 +107,7 @@ std::vector<Entry> List(const std::string& path, UInt32 step, OSErr* end) {
     std::vector<Entry> entries;
     do {
         UInt32 actual = 0;
+        names.assign(step, {99, {}});
         *end = FSGetCatalogInfoBulk(iterator, step, &actual, nullptr, kFSCatInfoNodeFlags,
                                     infos.data(), refs.data(), nullptr, names.data());
         for (UInt32 i = 0; i < actual; ++i) {
@@ -224,4 +225,4 @@ TEST(Folders, DesktopIsWhatUserDirsSaysAndNoShellReadsIt) {
 }
 
 } // namespace
-} // namespace velnor::test
+} // namespace velnor::testing

@@ -1,13 +1,13 @@
 #include "platform/AudioUnit.h"
 #include "platform/CarbonView.h"
 #include "platform/ComponentParameterBlock.h"
-#include "platform/tests/Testing.h"
+#include "testing/Testing.h"
 
 #include <bit>
 #include <type_traits>
 #include <utility>
 
-namespace velnor::test {
+namespace velnor::testing {
 namespace {
 
 using Words = std::vector<std::uintptr_t>;
@@ -49,12 +49,13 @@ ComponentResult RecordingEntry(ComponentParameters* params, void*) {
 
 template <typename T>
 std::uintptr_t WordOf(T value) {
-    if constexpr (std::is_pointer_v<T>)
+    if constexpr (std::is_pointer_v<T>) {
         return reinterpret_cast<std::uintptr_t>(value);
-    else if constexpr (std::is_same_v<T, Float32>)
+    } else if constexpr (std::is_same_v<T, Float32>) {
         return std::bit_cast<UInt32>(value);
-    else
+    } else {
         return static_cast<std::uintptr_t>(value);
+    }
 }
 
 // A pointer of whatever type a call takes.
@@ -113,4 +114,4 @@ TEST_F(EveryHostCall, ReachesTheEntryWithItsSelectorAndWords) {
 }
 
 } // namespace
-} // namespace velnor::test
+} // namespace velnor::testing

@@ -1,15 +1,15 @@
-/* A temporary home whose preferences are written and read in short form. */
+// A temporary home whose preferences are written and read in short form.
 #ifndef VELNOR_PLATFORM_TESTS_PREFERENCESHOME_H
 #define VELNOR_PLATFORM_TESTS_PREFERENCESHOME_H
 
 #include "platform/CFPreferences.h"
-#include "platform/tests/Testing.h"
+#include "testing/Testing.h"
 
-namespace velnor::test {
+namespace velnor::testing {
 
 constexpr const char* kDomain = "com.example.test";
 
-/* Which of a domain's files. */
+// Which of a domain's files.
 struct Scope {
     CFStringRef user = kCFPreferencesCurrentUser;
     CFStringRef host = kCFPreferencesAnyHost;
@@ -45,11 +45,12 @@ inline Texts KeyList(Scope scope = {}) {
     const CFRef<CFArrayRef> list(
         CFPreferencesCopyKeyList(String(kDomain).Get(), scope.user, scope.host));
     Texts keys;
-    for (CFIndex i = 0; list && i < CFArrayGetCount(list.Get()); ++i)
+    for (CFIndex i = 0; list && i < CFArrayGetCount(list.Get()); ++i) {
         keys.push_back(Text(CFArrayGetValueAtIndex(list.Get(), i)));
+    }
     return keys;
 }
 
-} // namespace velnor::test
+} // namespace velnor::testing
 
 #endif

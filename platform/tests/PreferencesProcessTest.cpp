@@ -1,13 +1,13 @@
 #include "platform/tests/PreferencesHome.h"
-#include "platform/tests/SystemFault.h"
+#include "testing/SystemFault.h"
 
 #include <fcntl.h>
 #include <sys/file.h>
 
-namespace velnor::test {
+namespace velnor::testing {
 namespace {
 
-/* A child process that runs work, whose result is its success. */
+// A child process that runs work, whose result is its success.
 pid_t Start(const std::function<bool()>& work) {
     const pid_t child = fork();
     if (child == 0) {
@@ -33,8 +33,9 @@ TEST(PreferencesProcess, WritersOfDifferentKeysLoseNothing) {
     for (int writer = 0; writer < kProcesses; ++writer) {
         writers.push_back(Start([&] {
             bool saved = true;
-            for (int i = 0; i < kKeys; ++i)
+            for (int i = 0; i < kKeys; ++i) {
                 saved = Save(key(writer, i), Value(key(writer, i)).Get()) && saved;
+            }
             return saved;
         }));
     }
@@ -45,11 +46,13 @@ TEST(PreferencesProcess, WritersOfDifferentKeysLoseNothing) {
             EXPECT_EQ(Search(mine), mine);
         }
     });
-    for (const pid_t writer : writers)
+    for (const pid_t writer : writers) {
         EXPECT_TRUE(Succeeds(writer));
+    }
     EXPECT_EQ(KeyList().size(), std::size_t{kWriters * kKeys});
-    for (int i = 0; i < kWriters * kKeys; ++i)
+    for (int i = 0; i < kWriters * kKeys; ++i) {
         EXPECT_EQ(Search(key(i % kWriters, i / kWriters)), key(i % kWriters, i / kWriters));
+    }
 }
 
 TEST(PreferencesProcess, AWriterWaitsForTheOneThatHoldsTheLock) {
@@ -69,10 +72,41 @@ TEST(PreferencesProcess, AWriterWaitsForTheOneThatHoldsTheLock) {
     EXPECT_EQ(Search("k"), "new");
 }
 
+TEST(PreferencesProcess, AWriteThatFailedGivesWayToWhatAnotherProcessWroteSince) {
+    const TempHome home;
+    const auto tree = [](const char* leaf) {
+        auto top = Dictionary();
+        Set(top.Get(), leaf, kCFBooleanTrue);
+        return top;
+    };
+    ASSERT_TRUE(Save("k", Value("first").Get()) && Save("tree", tree("first").Get()));
+    const std::string obstacle = home.ConfigHome() + "/velnor/.velnor-preferences.new";
+    std::filesystem::create_directories(obstacle + "/x");
+    EXPECT_FALSE(Save("k", Value("old").Get()));
+    EXPECT_FALSE(Save("tree", tree("old").Get()));
+    EXPECT_FALSE(Save("own", Value("kept").Get()));
+    EXPECT_EQ(Search("k"), "first") << "readers see the file";
+    EXPECT_THAT(KeyList(), ElementsAre("k", "tree"));
+    std::filesystem::remove_all(obstacle);
+    ASSERT_TRUE(Succeeds(Start([&] {
+        CFPreferencesSetValue(String("own").Get(), nullptr, String(kDomain).Get(),
+                              kCFPreferencesCurrentUser, kCFPreferencesAnyHost);
+        return execlp("python3", "python3", "-c", R"(
+import plistlib, sys
+plistlib.dump({'k': 'new', 'tree': {'new': True}}, open(sys.argv[1], 'wb'))
+)",
+                      PathOf().c_str(), nullptr) == 0;
+    })));
+    EXPECT_TRUE(Save("anything", Value("x").Get()));
+    EXPECT_EQ(Search("k"), "new");
+    EXPECT_THAT(Keys(static_cast<CFDictionaryRef>(Load("tree").Get())), ElementsAre("new"));
+    EXPECT_EQ(Search("own"), "kept") << "nobody else has changed it";
+}
+
 struct Case {
     const char* name;
     Fault fault;
-    std::string content; /* of the file before; empty: there is none */
+    std::string content; // of the file before; empty: there is none
 };
 const std::string kSound = PlistFile("<key>k</key><string>old</string><key>n</key><true/>");
 const std::string kDamaged = "not a property list";
@@ -87,19 +121,21 @@ const Case kCases[] = {
     {"DeathOverADamagedFile", Fault::kDeath, kDamaged},
 };
 
-class PreferencesFault : public testing::TestWithParam<Case> {};
+class PreferencesFault : public ::testing::TestWithParam<Case> {};
 
 TEST_P(PreferencesFault, InAnyCallLeavesTheOldFileOrTheNewOne) {
-    if (!canMakeFaults())
+    if (!canMakeFaults()) {
         GTEST_SKIP() << "this system does not let a process trace its child";
+    }
     const Case& test = GetParam();
     bool met = true;
     int failed = 0;
     for (int number = 1; met; ++number) {
         SCOPED_TRACE(number);
         const TempHome home;
-        if (!test.content.empty())
+        if (!test.content.empty()) {
             WriteFile(PathOf(), test.content);
+        }
         const FaultyRun run = runWithFault(
             test.fault, number, [] { return Save("k", Value("new").Get()) ? 0 : 1; },
             home.ConfigHome() + "/velnor");
@@ -121,8 +157,17 @@ TEST_P(PreferencesFault, InAnyCallLeavesTheOldFileOrTheNewOne) {
     EXPECT_GT(failed, 2);
 }
 
-INSTANTIATE_TEST_SUITE_P(Faults, PreferencesFault, testing::ValuesIn(kCases),
+TEST_P(PreferencesFault, OrAPowerCutTakesNothingThatWasWritten) {
+    const TempHome home;
+    if (!GetParam().content.empty()) {
+        WriteFile(PathOf(), GetParam().content);
+    }
+    EXPECT_EQ(lostToAPowerCut([] { return Save("k", Value("new").Get()) ? 0 : 1; }), "");
+    EXPECT_TRUE(!canMakeFaults() || Search("k") == "new");
+}
+
+INSTANTIATE_TEST_SUITE_P(Faults, PreferencesFault, ::testing::ValuesIn(kCases),
                          [](const auto& test) { return test.param.name; });
 
 } // namespace
-} // namespace velnor::test
+} // namespace velnor::testing

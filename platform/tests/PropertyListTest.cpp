@@ -1,12 +1,12 @@
 #include "platform/CFDate.h"
 #include "platform/CFPropertyList.h"
-#include "platform/tests/Testing.h"
+#include "testing/Testing.h"
 
 #include <array>
 #include <cmath>
 #include <limits>
 
-namespace velnor::test {
+namespace velnor::testing {
 namespace {
 
 using namespace std::string_literals;
@@ -33,24 +33,29 @@ CFRef<CFTypeRef> Date(double at) {
     return CFRef<CFTypeRef>(CFDateCreate(nullptr, at));
 }
 
-/* One of each type, with the values that are hard to keep. */
+// One of each type, with the values that are hard to keep.
 CFRef<CFMutableDictionaryRef> EveryType() {
     auto tree = Dictionary();
     const auto list = Array();
     const auto add = [&list](const CFRef<CFTypeRef>& value) {
         CFArrayAppendValue(list.Get(), value.Get());
     };
-    for (const SInt64 n : {SInt64{0}, SInt64{-1}, SInt64{255}, SInt64{256}, SInt64{-129},
-                           std::numeric_limits<SInt64>::min(), std::numeric_limits<SInt64>::max()})
+    for (const SInt64 n :
+         {SInt64{0}, SInt64{-1}, SInt64{255}, SInt64{256}, SInt64{-129},
+          std::numeric_limits<SInt64>::min(), std::numeric_limits<SInt64>::max()}) {
         add(Value(n));
+    }
     for (const double n : {0.1, -0.5, 1e-300, 1.7976931348623157e308, 4e-320, 3.0, 1234567.891,
-                           static_cast<double>(HUGE_VAL), std::nan("")})
+                           static_cast<double>(HUGE_VAL), std::nan("")}) {
         add(Value(n));
-    for (const double at : {0.0, -1.0, 730902896.0, -31588531200.0, 252423993599.0})
+    }
+    for (const double at : {0.0, -1.0, 730902896.0, -31588531200.0, 252423993599.0}) {
         add(Date(at));
+    }
     for (const std::string_view text : {"", " blanks \t\n ", "&<>\"']]>&amp;", "line\r\nend\r",
-                                        "\u00E9\u0416\u4E2D", "\xF0\x9F\x98\x80\xF4\x8F\xBF\xBD"})
+                                        "\u00E9\u0416\u4E2D", "\xF0\x9F\x98\x80\xF4\x8F\xBF\xBD"}) {
         add(Value(text));
+    }
     Set(tree.Get(), "list", list.Get());
     Set(tree.Get(), "", kCFBooleanTrue);
     Set(tree.Get(), "a&<b>\u00E9", kCFBooleanFalse);
@@ -101,6 +106,7 @@ TEST(PropertyList, ReadsTheLibertiesThatXmlAllows) {
           "<?x \"?><string>x<!-- \"?> --></string>", "<!--> <true/> --><string>x</string>"}) {
         EXPECT_EQ(Text(Read(Xml(body)).Get()), "x") << body;
     }
+    EXPECT_TRUE(Read(Xml("<date>2016-12-31T23:59:60Z</date>")));
     const auto tree =
         Read(Xml("<dict ><key/>\n<true />\n<key>k</key><integer> -3 </integer></dict >"));
     ASSERT_TRUE(tree);
@@ -181,7 +187,7 @@ TEST(PropertyList, NestingEndsAt256) {
               nullptr);
 }
 
-/* A binary list of these objects, the first on top. */
+// A binary list of these objects, the first on top.
 std::string BinaryList(const std::vector<std::string>& objects) {
     std::string file = "bplist00";
     std::string table;
@@ -194,7 +200,7 @@ std::string BinaryList(const std::vector<std::string>& objects) {
            static_cast<char>(objects.size()) + std::string(15, '\0') + position;
 }
 
-/* Arrays that each hold the next one twice; the last is empty, or holds the first. */
+// Arrays that each hold the next one twice; the last is empty, or holds the first.
 std::string SharedArrays(int levels, bool cycle) {
     std::vector<std::string> objects;
     for (int i = 1; i <= levels; ++i) {
@@ -275,7 +281,7 @@ TEST(PropertyList, OnlyWhatWasAskedForCanBeChanged) {
     }
 }
 
-/* A program of the same values, in both directions and both forms. */
+// A program of the same values, in both directions and both forms.
 TEST(PropertyList, AnotherImplementationReadsOurFilesAndWeReadIts) {
     const TempFolder folder;
     const std::string script = WriteFile(folder / "check.py", R"(
@@ -308,4 +314,4 @@ for name, form in forms.items():
 }
 
 } // namespace
-} // namespace velnor::test
+} // namespace velnor::testing

@@ -1,17 +1,16 @@
-/* File references and users for tests. */
+// File references and users for tests.
 #ifndef VELNOR_PLATFORM_TESTS_REFS_H
 #define VELNOR_PLATFORM_TESTS_REFS_H
 
 #include "platform/FileRef.h"
 
 #include <gtest/gtest.h>
-
 #include <string>
 #include <unistd.h>
 
-namespace velnor::test {
+namespace velnor::testing {
 
-/* The object at the path, which has to exist. */
+// The object at the path, which has to exist.
 inline FSRef RefTo(const std::string& path) {
     FSRef ref{};
     EXPECT_EQ(FSPathMakeRef(reinterpret_cast<const UInt8*>(path.c_str()), &ref, nullptr), noErr)
@@ -27,7 +26,7 @@ inline const UniChar* Units(const std::u16string& text) {
     return reinterpret_cast<const UniChar*>(text.data());
 }
 
-/* While it lives, file permissions hold for a process of the superuser too. */
+// While it lives, file permissions hold for a process of the superuser too.
 class OrdinaryUser {
 public:
     OrdinaryUser() {
@@ -44,6 +43,6 @@ private:
     uid_t mBefore = geteuid();
 };
 
-} // namespace velnor::test
+} // namespace velnor::testing
 
 #endif

@@ -1,8 +1,8 @@
-#include "platform/tests/Testing.h"
+#include "testing/Testing.h"
 
 #include <array>
 
-namespace velnor::test {
+namespace velnor::testing {
 namespace {
 
 TEST(String, RefusesWhatIsNotWellFormedUtf8) {
@@ -10,7 +10,7 @@ TEST(String, RefusesWhatIsNotWellFormedUtf8) {
          {"\x80", "a\xC0\xAF", "\xC1\x81", "\xE0\x80\xAF", "\xF0\x80\x80\xAF", "\xED\xA0\x80",
           "\xED\xBF\xBF", "\xF4\x90\x80\x80", "\xF5\x80\x80\x80", "\xFF", "\xE2\x82", "\xC3(",
           "\xF0\x9F\x98"}) {
-        EXPECT_FALSE(String(bytes)) << testing::PrintToString(bytes);
+        EXPECT_FALSE(String(bytes)) << ::testing::PrintToString(bytes);
     }
     for (const std::string_view bytes :
          {"", "\x7F", "\xC2\x80", "\xDF\xBF", "\xE0\xA0\x80", "\xED\x9F\xBF", "\xEE\x80\x80",
@@ -87,4 +87,4 @@ TEST(String, LeavesAByteOrderMarkOutOnRequestOnly) {
 }
 
 } // namespace
-} // namespace velnor::test
+} // namespace velnor::testing

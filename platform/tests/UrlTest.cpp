@@ -1,7 +1,7 @@
 #include "platform/CFURL.h"
-#include "platform/tests/Testing.h"
+#include "testing/Testing.h"
 
-namespace velnor::test {
+namespace velnor::testing {
 namespace {
 
 std::string PathOf(const CFRef<CFURLRef>& url) {
@@ -65,4 +65,4 @@ TEST(Url, ResolvesWhatExists) {
 }
 
 } // namespace
-} // namespace velnor::test
+} // namespace velnor::testing

@@ -1,10 +1,10 @@
 #include "platform/CFDate.h"
-#include "platform/tests/Testing.h"
+#include "testing/Testing.h"
 
 #include <cmath>
 #include <limits>
 
-namespace velnor::test {
+namespace velnor::testing {
 namespace {
 
 using Limits32 = std::numeric_limits<SInt32>;
@@ -116,4 +116,4 @@ TEST(Value, EqualityComparesContent) {
 }
 
 } // namespace
-} // namespace velnor::test
+} // namespace velnor::testing

@@ -1,10 +1,11 @@
 #include "support/Alerts.h"
-#include "platform/tests/Testing.h"
+
 #include "support/Browser.h"
+#include "testing/Testing.h"
 
 #include <unistd.h>
 
-namespace velnor::test {
+namespace velnor::testing {
 namespace {
 
 TEST(Alerts, MessageHasTheTitleAndQuestionsAreTrueForYesOnly) {
@@ -24,6 +25,13 @@ TEST(Alerts, MessageHasTheTitleAndQuestionsAreTrueForYesOnly) {
     EXPECT_THAT(question.buttons, ElementsAre("Yes", "No", ""));
 }
 
+TEST(Alerts, AQuestionThatNobodySeesIsAnsweredNo) {
+    const ScopedEnv noX("DISPLAY", nullptr), noWayland("WAYLAND_DISPLAY", nullptr);
+    internal::CaptureStderr();
+    EXPECT_FALSE(popupModalYesNoWindow(nullptr, "unused", "Go on?"));
+    EXPECT_EQ(internal::GetCapturedStderr(), "Go on?\n");
+}
+
 // The opener writes down what it was started with.
 TEST(Browser, OpensUrlsAndIgnoresOtherText) {
     const TempFolder folder;
@@ -32,12 +40,14 @@ TEST(Browser, OpensUrlsAndIgnoresOtherText) {
     std::filesystem::permissions(opener, std::filesystem::perms::owner_all);
     const ScopedEnv search("PATH", (folder / "bin:/bin:/usr/bin").c_str());
     for (const char* url : {"not a url", "http://example.invalid/caf\xC3\xA9", "",
-                            "http://example.invalid/?a=$(b)&c"})
+                            "http://example.invalid/?a=$(b)&c"}) {
         startBrowser(url);
-    for (int i = 0; i < 500 && ReadFile(opener + ".url").empty(); ++i)
+    }
+    for (int i = 0; i < 500 && ReadFile(opener + ".url").empty(); ++i) {
         usleep(10000);
+    }
     EXPECT_EQ(ReadFile(opener + ".url"), "http://example.invalid/?a=$(b)&c");
 }
 
 } // namespace
-} // namespace velnor::test
+} // namespace velnor::testing

@@ -1,7 +1,8 @@
 #include "support/ConfigStore.h"
-#include "platform/tests/Testing.h"
 
-namespace velnor::test {
+#include "testing/Testing.h"
+
+namespace velnor::testing {
 namespace {
 
 using Path = Texts;
@@ -10,7 +11,7 @@ const std::string kDomain = "com.Tavo.Tarn 12";
 constexpr auto kUser = CONFIG_LEVEL_USER;
 constexpr auto kSearch = CONFIG_LEVEL_SEARCH;
 
-class ConfigStore : public testing::Test {
+class ConfigStore : public ::testing::Test {
 protected:
     static std::string file(const std::string& folder) {
         return folder + "/velnor/" + kDomain + ".plist";
@@ -41,8 +42,9 @@ TEST_F(ConfigStore, TextAndIntegersAreReadAsWhatTheyAre) {
     EXPECT_TRUE(writeConfigIntValue(kDomain, "number", -2147483647 - 1, kUser));
     std::string text = "old";
     int number = 5;
-    for (const char* key : {"base_dir", "number"})
+    for (const char* key : {"base_dir", "number"}) {
         EXPECT_FALSE(readConfigStringValue(kDomain, key, text, kSearch)) << key;
+    }
     EXPECT_FALSE(readConfigIntValue(kDomain, "text", number, kUser));
     EXPECT_EQ(text + std::to_string(number), "old5");
     EXPECT_TRUE(readConfigStringValue(kDomain, "text", text, kUser));
@@ -51,8 +53,9 @@ TEST_F(ConfigStore, TextAndIntegersAreReadAsWhatTheyAre) {
     EXPECT_EQ(number, -2147483647 - 1);
     store(mHome.ConfigHome(), "<key>a</key><integer>2147483648</integer><key>b</key><real>1.5"
                               "</real><key>c</key><true/>");
-    for (const char* key : {"a", "b", "c"})
+    for (const char* key : {"a", "b", "c"}) {
         EXPECT_FALSE(readConfigIntValue(kDomain, key, number, kSearch)) << key;
+    }
 }
 
 TEST_F(ConfigStore, TextPastTheBufferIsWrittenButNotRead) {
@@ -143,9 +146,10 @@ TEST_F(ConfigStore, ListsAppendTheKeysOfDictionariesOnly) {
     EXPECT_THAT(out, ElementsAre("kept", "a", "dict", "b"));
     EXPECT_THAT(keys({""}), ElementsAre("a", "dict")) << "an empty key stands for Root in a path";
     store(mHome.ConfigHome(), "<key>Root</key><dict><key>empty</key><dict/></dict>");
-    for (const Path& path : {Path{"Root", "empty"}, Path{"Root", "none"}, Path{"Root", "a", "b"}})
+    for (const Path& path : {Path{"Root", "empty"}, Path{"Root", "none"}, Path{"Root", "a", "b"}}) {
         EXPECT_THAT(keys(path), ElementsAre("no"));
+    }
 }
 
 } // namespace
-} // namespace velnor::test
+} // namespace velnor::testing

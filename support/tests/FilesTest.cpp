@@ -1,14 +1,16 @@
 #include "support/Files.h"
+
 #include "platform/Process.h"
-#include "platform/tests/Testing.h"
 #include "support/FileCopy.h"
 #include "support/Folders.h"
 #include "support/UnicodeEncoding.h"
+#include "testing/SystemFault.h"
+#include "testing/Testing.h"
 
 #include <unistd.h>
 #include <utime.h>
 
-namespace velnor::test {
+namespace velnor::testing {
 namespace {
 
 namespace fs = std::filesystem;
@@ -43,8 +45,9 @@ TEST(UnicodeEncoding, TheFirstMarkInTheTableWins) {
 TEST(Files, AreLookedAtWhateverTheirKind) {
     const TempFolder folder;
     const std::string file = WriteFile(folder / "caf\xC3\xA9", "12345");
-    for (const std::string& path : {file, folder.Path()})
+    for (const std::string& path : {file, folder.Path()}) {
         EXPECT_TRUE(fileExists(path, true) && fileExists(path, false) && directoryExists(path));
+    }
     EXPECT_FALSE(fileExists(folder / "none", true) || directoryExists(""));
     EXPECT_EQ(fileSize(file), 5U);
     EXPECT_EQ(fileSize(folder / "none") + fileSize(folder.Path()), 0U);
@@ -78,21 +81,26 @@ TEST(PCopyFile, HasThreeResults) {
         EXPECT_EQ(ReadFile(target) + ReadFile(source), "newnew");
     }
     EXPECT_EQ(PCopyFile(folder / "none", existing, true), kCopyFailed);
-    for (const char* target : {"none/x", "", "\xFF"})
+    for (const char* target : {"none/x", "", "\xFF"}) {
         EXPECT_EQ(PCopyFile(source, folder / target, true), kCopyFailed) << target;
-    if (geteuid() != 0) {
-        fs::create_directory(folder / "closed");
-        fs::permissions(folder / "closed", fs::perms::owner_read | fs::perms::owner_exec);
-        EXPECT_EQ(PCopyFile(source, folder / "closed/x", true), kCopyRefused);
     }
+    EXPECT_EQ(PCopyFile(source, "/proc", false), kCopyRefused) << "the root folder is a folder too";
+    fs::create_directory(folder / "closed");
+    fs::permissions(folder.Path(), fs::perms(0755));
+    fs::permissions(folder / "closed", fs::perms(0555));
+    const uid_t self = geteuid();
+    EXPECT_EQ(seteuid(self == 0 ? 65534 : self), 0);
+    EXPECT_EQ(PCopyFile(source, folder / "closed/x", true), kCopyRefused);
+    EXPECT_EQ(seteuid(self), 0);
 }
 
 TEST(Folders, UserPathIsMadeOnceAndOnlyForNamesThatFoldersCanHave) {
     const TempHome home;
     WriteFile(home.DataHome() + "/taken", "");
     for (const std::string& name :
-         {"Caf\xC3\xA9"s, std::string(256, 'x'), ""s, "a/b"s, ".."s, "taken"s})
+         {"Caf\xC3\xA9"s, std::string(256, 'x'), ""s, "a/b"s, ".."s, "taken"s}) {
         EXPECT_EQ(setUserPathVendorProduct(name, "product"), "") << name;
+    }
     EXPECT_EQ(setUserPathVendorProduct("Tavo", std::string(256, 'x')), "");
     EXPECT_FALSE(fs::exists(home.DataHome() + "/Tavo"));
     const std::string path = home.DataHome() + "/Tavo/Tarn 12";
@@ -102,6 +110,20 @@ TEST(Folders, UserPathIsMadeOnceAndOnlyForNamesThatFoldersCanHave) {
     EXPECT_EQ(setUserPathVendorProduct("Tavo", "Tarn 12"), path);
     EXPECT_EQ(fs::last_write_time(home.DataHome() + "/Tavo"), before);
     EXPECT_NE(setUserPathVendorProduct(std::string(255, 'v'), std::string(255, 'p')), "");
+}
+
+TEST(Folders, OneThatAnotherProcessMakesFirstIsFound) {
+    const TempHome home;
+    const std::string path = home.DataHome() + "/Tavo/Tarn 12";
+    EXPECT_EQ(
+        faults::runWatched([&] { return setUserPathVendorProduct("Tavo", "Tarn 12") != path; },
+                           [&](pid_t, const user_regs_struct& registers) {
+                               if (registers.*faults::kNumber == SYS_mkdir) {
+                                   fs::create_directories(path);
+                               }
+                               return 0;
+                           }),
+        canMakeFaults() ? 0 : 255);
 }
 
 TEST(Folders, OnesThatDoNotExistAreEmptyAndNotMade) {
@@ -129,4 +151,4 @@ TEST(Folders, ProcessNameMayTakeTwoBytesPerUnit) {
 }
 
 } // namespace
-} // namespace velnor::test
+} // namespace velnor::testing

@@ -1,19 +1,21 @@
 #include "support/Listing.h"
-#include "platform/tests/Testing.h"
+
+#include "testing/Testing.h"
 
 #include <unistd.h>
 
-namespace velnor::test {
+namespace velnor::testing {
 namespace {
 
 namespace fs = std::filesystem;
 
-class Listing : public testing::Test {
+class Listing : public ::testing::Test {
 protected:
     Listing() {
         for (const char* file : {"x.wav", "d/y.wav", "d/z.txt", "d.wav/loop.wav.bak", ".h/A.WAV",
-                                 "d/e/f/loops", "bad/\xFF\xFE"})
+                                 "d/e/f/loops", "bad/\xFF\xFE"}) {
             WriteFile(mFolder / file, "");
+        }
         fs::create_directory_symlink(mFolder / "d", mFolder / "link");
     }
 
@@ -25,8 +27,9 @@ protected:
     }
     std::string below(const std::set<std::string>& paths) const {
         std::string all;
-        for (const std::string& path : paths)
+        for (const std::string& path : paths) {
             all += path.substr(mFolder.Path().size() + 1) + " ";
+        }
         return all;
     }
 
@@ -46,8 +49,9 @@ TEST_F(Listing, TakesHiddenEntriesFollowsNoLinksAndMatchesByText) {
                                               {"*.wav", false, "d.wav/loop.wav.bak d/y.wav x.wav "},
                                               {"*.wav", true, "d.wav d/y.wav x.wav "},
                                               {"loop", false, "d.wav/loop.wav.bak d/e/f/loops "},
-                                              {"a*.w*", false, ""}})
+                                              {"a*.w*", false, ""}}) {
         EXPECT_EQ(files(pattern, matchDirectories), expected) << pattern;
+    }
 }
 
 TEST_F(Listing, WhatCannotBeReadAddsNothing) {
@@ -66,10 +70,11 @@ TEST_F(Listing, WhatCannotBeReadAddsNothing) {
 
 TEST_F(Listing, PathsPastTheLimitAreLeftOut) {
     std::string path = mFolder.Path();
-    while (path.size() < 900)
+    while (path.size() < 900) {
         path += "/" + std::string(100, 'p');
+    }
     path += "/";
-    const std::string fits = path + std::string(1023 - path.size(), 'n');
+    const std::string fits = path + std::string(1024 - path.size(), 'n');
     WriteFile(fits, "");
     WriteFile(fits + "n", "");
     std::set<std::string> out;
@@ -78,4 +83,4 @@ TEST_F(Listing, PathsPastTheLimitAreLeftOut) {
 }
 
 } // namespace
-} // namespace velnor::test
+} // namespace velnor::testing

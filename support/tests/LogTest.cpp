@@ -1,12 +1,12 @@
-#include "platform/tests/SystemFault.h"
-#include "platform/tests/Testing.h"
 #include "support/LogLine.h"
-#include "support/tests/LogFile.h"
+#include "testing/LogFile.h"
+#include "testing/SystemFault.h"
+#include "testing/Testing.h"
 
 #include <locale>
 #include <pthread.h>
 
-namespace velnor::test {
+namespace velnor::testing {
 namespace {
 
 TEST(Log, HoldsHeaderLinesFooterAndTheMarkOfACleanClose) {
@@ -34,8 +34,9 @@ TEST(Log, OnlyAnUncleanNonEmptyPredecessorIsSaved) {
         const std::string path = WriteFile(folder / "x.log", content);
         ASSERT_TRUE(ConsoleLogger().init(path));
         std::string copy;
-        for (const auto& entry : std::filesystem::directory_iterator(folder.Path()))
+        for (const auto& entry : std::filesystem::directory_iterator(folder.Path())) {
             copy = entry.path() != path ? entry.path().string() : copy;
+        }
         EXPECT_EQ(ReadFile(path).find("I:c"), std::string::npos) << "the new log is not truncated";
         const bool saved = content.find("cut") != std::string::npos;
         EXPECT_EQ(ReadFile(copy), saved ? content : "");
@@ -45,6 +46,52 @@ TEST(Log, OnlyAnUncleanNonEmptyPredecessorIsSaved) {
                                              two + "_" + two + "_" + two + " [0-9]+\\.log"
                                        : ""));
     }
+}
+
+TEST(Log, OfTwoProcessesHoldsTheLinesOfBoth) {
+    const TempFolder folder;
+    const std::string path = folder / "x.log";
+    const auto write = [](const char* text) {
+        for (int i = 0; i < 300; ++i) {
+            LogLine(LogSeverity::kInformation, text);
+        }
+    };
+    const auto inAnother = [&](bool closes) {
+        const pid_t child = fork();
+        if (child == 0) {
+            auto* logger = new ConsoleLogger;
+            logger->init(path);
+            write("other");
+            if (closes) {
+                delete logger;
+            }
+            _exit(0);
+        }
+        return child;
+    };
+    {
+        ConsoleLogger logger;
+        ASSERT_TRUE(logger.init(path));
+        write("first");
+        for (const bool closes : {true, false}) {
+            const pid_t child = inAnother(closes);
+            write("meanwhile");
+            waitpid(child, nullptr, 0);
+            write("later");
+        }
+    }
+    const Texts lines = logMessages(path);
+    EXPECT_THAT(lines, Contains("I:other").Times(600));
+    EXPECT_THAT(lines, Contains("I:meanwhile").Times(600));
+    EXPECT_THAT(lines, Contains("I:later").Times(600));
+    EXPECT_THAT(lines, Contains("I:first").Times(300));
+    EXPECT_THAT(lines, Contains("@").Times(1));
+    EXPECT_EQ(lines.back(), "@");
+    EXPECT_EQ(lines.size(), 2101 + 3 * 3 + 2 * 2u);
+    waitpid(inAnother(false), nullptr, 0);
+    EXPECT_TRUE(ConsoleLogger().init(path));
+    const auto files = std::filesystem::directory_iterator(folder.Path());
+    EXPECT_EQ(std::distance(begin(files), end(files)), 2) << "the process that died left its log";
 }
 
 TEST(Log, InAFolderThatDoesNotExistRefusesAndDropsLines) {
@@ -68,8 +115,9 @@ TEST(Log, LinesOfTwoThreadsStayWholeInAnyLocale) {
     ConsoleLogger logger;
     ASSERT_TRUE(logger.init(folder / "x.log"));
     const auto write = [] {
-        for (int i = 0; i < 500; ++i)
+        for (int i = 0; i < 500; ++i) {
             LogLine(LogSeverity::kInformation, std::string(100, 'x'));
+        }
     };
     std::thread other(write);
     write();
@@ -81,8 +129,9 @@ TEST(Log, LinesOfTwoThreadsStayWholeInAnyLocale) {
 }
 
 TEST(LogFault, InAnyCallLosesLinesAndNothingElse) {
-    if (!canMakeFaults())
+    if (!canMakeFaults()) {
         GTEST_SKIP() << "this system does not let a process trace its child";
+    }
     for (const Fault fault :
          {Fault::kChange, Fault::kChangesFromThere, Fault::kRead, Fault::kVanish}) {
         bool met = true;
@@ -103,9 +152,10 @@ TEST(LogFault, InAnyCallLosesLinesAndNothingElse) {
             met = run.met;
             ASSERT_EQ(run.status, 0);
             std::istringstream log(ReadFile(path));
-            for (std::string line; std::getline(log, line);)
+            for (std::string line; std::getline(log, line);) {
                 ASSERT_TRUE(line.starts_with("I:") || line.starts_with("E:") || line == "@")
                     << line;
+            }
             std::filesystem::create_directories(folder.Path());
             ConsoleLogger after;
             ASSERT_TRUE(after.init(path));
@@ -115,4 +165,4 @@ TEST(LogFault, InAnyCallLosesLinesAndNothingElse) {
 }
 
 } // namespace
-} // namespace velnor::test
+} // namespace velnor::testing

@@ -1,13 +1,14 @@
 #include "support/Numbers.h"
-#include "platform/tests/Testing.h"
+
 #include "support/Compression.h"
 #include "support/XmlAttribute.h"
+#include "testing/Testing.h"
 
 #include <cerrno>
 #include <cmath>
 #include <limits>
 
-namespace velnor::test {
+namespace velnor::testing {
 namespace {
 
 TEST(PStrtod, ReadsToTheEndOfTheNumberInEveryForm) {
@@ -59,8 +60,9 @@ TEST(PStrtod, ScalesByATenthOf64Bits) {
                                    {"123.456789e-20", 0x1.6c614ff8fcffap-60},
                                    {"2.2250738585072014e-308", 0x1.0000000000003p-1022},
                                    {"9.999999e-3", 0x1.47ae12551fcabp-7},
-                                   {"8e-300", 0x1.56e1fc2f8f366p-994}})
+                                   {"8e-300", 0x1.56e1fc2f8f366p-994}}) {
         EXPECT_EQ(PStrtod(text, nullptr), value) << text;
+    }
 }
 
 TEST(PStringToDouble, IsTrueForWholeNumbersOnlyAndWritesAlways) {
@@ -103,4 +105,4 @@ TEST(Numbers, PadsAndBounds) {
 }
 
 } // namespace
-} // namespace velnor::test
+} // namespace velnor::testing

@@ -1,13 +1,12 @@
+#include "platform/CFPreferences.h"
 #include "support/BundleVersion.h"
 #include "support/InstallationRegistry.h"
-#include "support/tests/LogFile.h"
-
-#include "platform/CFPreferences.h"
-#include "platform/tests/Testing.h"
+#include "testing/LogFile.h"
+#include "testing/Testing.h"
 
 #include <dlfcn.h>
 
-namespace velnor::test {
+namespace velnor::testing {
 namespace {
 
 namespace fs = std::filesystem;
@@ -32,7 +31,7 @@ std::string entry(const std::string& slot, const std::string& path, const std::s
     return dict(slot, text("path", path) + text("version", version));
 }
 
-class Registry : public testing::Test {
+class Registry : public ::testing::Test {
 protected:
     Registry() {
         setVersion(text("CFBundleVersion", "1.0.3"));
@@ -40,8 +39,9 @@ protected:
         fs::copy_file(SUPPORT_TEST_MODULE, mExecutable);
     }
     ~Registry() override {
-        if (mModule != nullptr)
+        if (mModule != nullptr) {
             dlclose(mModule);
+        }
     }
 
     void setVersion(const std::string& info) const {
@@ -57,8 +57,9 @@ protected:
 
     // What the bundle answers when it registers itself; mLines are its log messages then.
     bool registerBundle(const char* type = "AU") {
-        if (mModule == nullptr)
+        if (mModule == nullptr) {
             mModule = dlopen(mExecutable.c_str(), RTLD_NOW | RTLD_LOCAL);
+        }
         using Register = bool(const char*, const char*, const char*, const char*);
         auto* call = reinterpret_cast<Register*>(dlsym(mModule, "moduleRegister"));
         const std::string log = mHome.Root() + "/module.log";
@@ -74,8 +75,9 @@ protected:
         const bool found = listPluginPathVersion(kVendor, kProduct, list, type);
         EXPECT_EQ(found, !list.empty());
         Texts out;
-        for (const PluginInfo& info : list)
+        for (const PluginInfo& info : list) {
             out.push_back(info.slot + " " + info.path + " " + info.version);
+        }
         return out;
     }
 
@@ -113,13 +115,14 @@ TEST_F(Registry, ANewPathGoesBehindTheLastListedSlot) {
     for (const auto& [slots, expected] :
          Rows<Texts, std::string>{{{"000", "001"}, "002"},
                                   {{"099"}, "100"},
-                                  {{"999"}, "1000"},
+                                  {{"999", "1000"}, "1001"},
                                   {{"12x"}, "013"},
                                   {{"other"}, "001"},
                                   {{"99999999999999999999"}, "1000000000000000000"}}) {
         std::string list;
-        for (const std::string& slot : slots)
+        for (const std::string& slot : slots) {
             list += entry(slot, "/p" + slot, "1");
+        }
         store(dict("Plugins", dict("AU", list)));
         EXPECT_TRUE(registerBundle());
         EXPECT_THAT(entries(), Contains(expected + " " + mBundle + " 1.0.3"));
@@ -152,6 +155,9 @@ TEST_F(Registry, EachFailedWriteHasItsMessageAndResult) {
 }
 
 TEST_F(Registry, AVersionThatCannotBeUpdatedIsReportedAndCountsAsDone) {
+    WriteFile(mHome.ConfigDirs() + "/velnor/" + kDomain + ".plist",
+              PlistFile(dict("Plugins", dict("VST", entry("000", "/all", "1")))));
+    EXPECT_THAT(entries("VST"), IsEmpty());
     store(dict("Plugins", dict("AU", entry("000", mBundle, "0.9"))), kCFPreferencesCurrentHost);
     store(dict("Plugins", dict("AU", dict("000", number("version")))));
     EXPECT_THAT(entries(), ElementsAre("000 " + mBundle + " 0.9"))
@@ -163,17 +169,21 @@ TEST_F(Registry, AVersionThatCannotBeUpdatedIsReportedAndCountsAsDone) {
 
 TEST_F(Registry, BundlesWithoutAReadableVersionSaySo) {
     EXPECT_EQ(MacGetBundleVersion(mBundle), "1.0.3");
-    for (const std::string& path : {mHome.Root(), std::string(), std::string("\xFF")})
+    for (const std::string& path : {mHome.Root(), std::string(), std::string("\xFF")}) {
         EXPECT_EQ(MacGetBundleVersion(path), "Can't get version.");
+    }
     for (const std::string& info : {std::string(), number("CFBundleVersion"),
                                     text("CFBundleVersion", std::string(1024, '1'))}) {
         setVersion(info);
         EXPECT_EQ(MacGetBundleVersion(mBundle), "Can't get version.");
     }
+    setVersion(text("CFBundleVersion", ""));
+    EXPECT_EQ(MacGetBundleVersion(mBundle), "");
+    setVersion("");
     EXPECT_TRUE(registerBundle());
     EXPECT_THAT(entries(), ElementsAre("000 " + mBundle + " Can't get version."));
     EXPECT_FALSE(registerOrmoPlugin(kVendor, kProduct, "AU")) << "a program is no bundle";
 }
 
 } // namespace
-} // namespace velnor::test
+} // namespace velnor::testing

@@ -1,7 +1,8 @@
 #include "support/SetupFile.h"
-#include "platform/tests/Testing.h"
 
-namespace velnor::test {
+#include "testing/Testing.h"
+
+namespace velnor::testing {
 namespace {
 
 std::string setup(const std::string& children) {
@@ -12,6 +13,21 @@ std::string property(const std::string& name, const std::string& value) {
     return "<Property name=\"" + name + "\" value='" + value + "'/>";
 }
 
+// In each element something that hides an end where it counts none.
+std::string nested(int depth) {
+    constexpr const char* kHidden[] = {"<!-- </a> -->", "<![CDATA[</a>]]>",        "<?x </a>",
+                                       "<b c='</a>'/>", "<?xml version='></a>'?>", "<b c=<a></b>",
+                                       "&#</a>#65;"};
+    std::string text;
+    for (int i = 0; i < depth; ++i) {
+        text += std::string("<a>") + kHidden[i % std::size(kHidden)];
+    }
+    for (int i = 0; i < depth; ++i) {
+        text += "</a>";
+    }
+    return text;
+}
+
 TEST(SetupFile, EveryVendorAndProductMustAgree) {
     const std::string good = property("vendor", "Tavo") + property("product", "Tarn 12");
     std::string many;
@@ -19,6 +35,12 @@ TEST(SetupFile, EveryVendorAndProductMustAgree) {
     for (int i = 0; i < 300000; ++i) {
         many += i < 10000 ? property("x", "y") : "";
         deep += "<a>";
+    }
+    std::string flat;
+    std::string attributes;
+    for (int i = 0; i < 2048; ++i) {
+        flat += "<a>" + std::string(1 << 10, '>') + "</a>";
+        attributes += " a" + std::to_string(i) + "=''";
     }
     const TempFolder folder;
     for (const auto& [content, expected] : Rows<std::string, std::string>{
@@ -45,7 +67,11 @@ TEST(SetupFile, EveryVendorAndProductMustAgree) {
              {"<OrmoSetup>" + good, "Could not load file"},
              {setup(many), ""},
              {deep, "Could not load file"},
-             {setup(good + std::string(1 << 20, ' ')), "Could not load file"}}) {
+             {setup(good + flat), ""},
+             {setup(good + nested(1023)), ""},
+             {setup(good + nested(1024)), "Could not load file"},
+             {setup("<a" + attributes + "/>"), "Could not load file"},
+             {setup(good + std::string(64 << 20, ' ')), "Could not load file"}}) {
         const std::string path = WriteFile(folder / "OrmoSetup.xml", content);
         std::string message;
         EXPECT_EQ(verifyOrmoSetup("Tavo", "Tarn 12", path, message), expected.empty());
@@ -63,4 +89,4 @@ TEST(SetupFile, WhatCannotBeReadDoesNotLoad) {
 }
 
 } // namespace
-} // namespace velnor::test
+} // namespace velnor::testing

@@ -1,14 +1,26 @@
 #include "support/System.h"
-#include "support/Random.h"
-#include "support/Timing.h"
-#include "support/tests/LogFile.h"
 
 #include "platform/SystemQueries.h"
-#include "platform/tests/Testing.h"
+#include "support/Random.h"
+#include "support/Timing.h"
+#include "testing/LogFile.h"
+#include "testing/Testing.h"
 
 #include <unistd.h>
 
-namespace velnor::test {
+// Sleeps that a test writes down instead of sleeping; the third is interrupted.
+static std::vector<useconds_t>* gSleeps = nullptr;
+
+extern "C" int usleep(useconds_t time) {
+    if (gSleeps == nullptr) {
+        const timespec wait = {time / 1000000, static_cast<long>(time % 1000000) * 1000};
+        return nanosleep(&wait, nullptr);
+    }
+    gSleeps->push_back(time);
+    return gSleeps->size() == 3 ? -1 : 0;
+}
+
+namespace velnor::testing {
 namespace {
 
 // init works once per process: the case has a process of its own.
@@ -33,8 +45,9 @@ void checkStart() {
         "I:Math assessments--------",
         "I:Math assessments passed",
         "I:Initialising System Done!"};
-    if (!hasSpeed)
+    if (!hasSpeed) {
         expected.insert(expected.begin() + 1, "E:sysctlbyname - hw.cpufrequency failed");
+    }
     EXPECT_EQ(System::TimerMethod, TIMER_MACH_ABSOLUTE_TIME);
     EXPECT_EQ(System::SecondsPerCPUTick, 1e-9);
     EXPECT_EQ(System::CpuSpeed > 0, hasSpeed);
@@ -55,7 +68,8 @@ void checkStart() {
 }
 
 TEST(System, StartsOnceAndReportsEachFinding) {
-    EXPECT_EXIT((checkStart(), _exit(testing::Test::HasFailure() ? 1 : 0)), ExitedWithCode(0), "");
+    EXPECT_EXIT((checkStart(), _exit(::testing::Test::HasFailure() ? 1 : 0)), ExitedWithCode(0),
+                "");
 }
 
 TEST(System, MemoryReportIsOneMessage) {
@@ -87,5 +101,18 @@ TEST(Timing, ClocksCountTheSameTimeInTheirUnits) {
     EXPECT_GE(myMS() - after, 5000U);
 }
 
+TEST(Timing, LongSleepsAreCutIntoShortOnesUntilOneIsInterrupted) {
+    for (const auto& [ms, result, sleeps] : Rows<unsigned long, int, std::vector<useconds_t>>{
+             {1000000, 0, {1000000000}},
+             {1000001, 0, {1000000000, 1000}},
+             {5000000, -1, {1000000000, 1000000000, 1000000000}}}) {
+        std::vector<useconds_t> slept;
+        gSleeps = &slept;
+        EXPECT_EQ(PmilliSleep(ms), result);
+        gSleeps = nullptr;
+        EXPECT_EQ(slept, sleeps);
+    }
+}
+
 } // namespace
-} // namespace velnor::test
+} // namespace velnor::testing

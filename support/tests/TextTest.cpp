@@ -1,16 +1,17 @@
 #include "support/Text.h"
-#include "platform/tests/Testing.h"
+
 #include "support/Allocator.h"
 #include "support/Comments.h"
 #include "support/PathStrings.h"
 #include "support/Random.h"
 #include "support/TextFiles.h"
+#include "testing/Testing.h"
 
 #include <cstdlib>
 #include <random>
 #include <sstream>
 
-namespace velnor::test {
+namespace velnor::testing {
 namespace {
 
 TEST(Text, EachTrimTakesOffItsOwnCharacters) {
@@ -100,8 +101,9 @@ TEST(GetLine, TakesEveryLineEndAndStopsWhereTheStreamFails) {
     std::istringstream in("a\r\nb\rc\n\n\r\rx");
     Texts lines;
     std::string line;
-    while (getLine(in, line))
+    while (getLine(in, line)) {
         lines.push_back(line);
+    }
     EXPECT_THAT(lines, ElementsAre("a", "b", "c", "", "", "", "x"));
     std::istringstream failed("a");
     failed.setstate(std::ios::badbit);
@@ -160,4 +162,4 @@ TEST(Allocator, BlocksComeFromTheOneThatIsGiven) {
 }
 
 } // namespace
-} // namespace velnor::test
+} // namespace velnor::testing

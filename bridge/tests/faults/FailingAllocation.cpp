@@ -7,16 +7,17 @@
 #include <new>
 #include <string_view>
 
-namespace velnor::test {
+namespace velnor::testing {
 
 namespace {
 
-long sCountdown = 0; /* 0: nothing fails */
+long sCountdown = 0; // 0: nothing fails
 FailedAllocation sFailed = FailedAllocation::kNone;
 
 bool isDue(FailedAllocation by) {
-    if (sCountdown == 0 || --sCountdown > 0)
+    if (sCountdown == 0 || --sCountdown > 0) {
         return false;
+    }
     sFailed = by;
     return true;
 }
@@ -33,14 +34,15 @@ FailedAllocation failedAllocation() {
     return sFailed;
 }
 
-} // namespace velnor::test
+} // namespace velnor::testing
 
 void* operator new(std::size_t size) {
-    using namespace velnor::test;
+    using namespace velnor::testing;
     void* const block =
         isDue(FailedAllocation::kByNew) ? nullptr : std::malloc(size > 0 ? size : 1);
-    if (block == nullptr)
+    if (block == nullptr) {
         throw std::bad_alloc();
+    }
     return block;
 }
 void* operator new[](std::size_t size) {
@@ -49,7 +51,7 @@ void* operator new[](std::size_t size) {
 
 extern "C" {
 
-#if defined(VELNOR_SANITIZED) /* the runtimes have a malloc of their own */
+#if defined(VELNOR_SANITIZED) // the runtimes have a malloc of their own
 VELNOR_PLATFORM_API const char* __asan_default_options() {
     return "alloc_dealloc_mismatch=0";
 }
@@ -60,13 +62,14 @@ void* __libc_realloc(void* block, std::size_t size);
 
 static bool isDueFor(const void* caller) {
     Dl_info info = {};
-    if (velnor::test::sCountdown == 0 || dladdr(caller, &info) == 0)
+    if (velnor::testing::sCountdown == 0 || dladdr(caller, &info) == 0) {
         return false;
+    }
     const std::string_view path = info.dli_fname;
     const std::string_view file = path.substr(path.rfind('/') + 1);
     const bool isOurs =
         file == "Velnor" || file.starts_with("libvelnorplatform") || file.starts_with("ld-linux");
-    return isOurs && velnor::test::isDue(velnor::test::FailedAllocation::kByMalloc);
+    return isOurs && velnor::testing::isDue(velnor::testing::FailedAllocation::kByMalloc);
 }
 
 VELNOR_PLATFORM_API void* malloc(std::size_t size) {

@@ -1,14 +1,13 @@
-#include "bridge/tests/TestHost.h"
 #include "bridge/tests/faults/FailingAllocation.h"
 #include "platform/CFDictionary.h"
 #include "platform/CFRef.h"
 #include "platform/EventLoop.h"
-#include "platform/tests/HostWindow.h"
-#include "platform/tests/Values.h"
-
-#include <gtest/gtest.h>
+#include "testing/HostWindow.h"
+#include "testing/TestHost.h"
+#include "testing/Values.h"
 
 #include <functional>
+#include <gtest/gtest.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -16,15 +15,15 @@
 #include <sanitizer/lsan_interface.h>
 #endif
 
-namespace velnor::test {
+namespace velnor::testing {
 namespace {
 
-/* Hundreds of homes are made: in memory, where there is a file system in it. */
+// Hundreds of homes are made: in memory, where there is a file system in it.
 const bool gInMemory = access("/dev/shm", W_OK) == 0 && setenv("TMPDIR", "/dev/shm", 0) == 0;
 
 constexpr UInt32 kFrames = 16;
 
-/* What a host holds of one instrument. */
+// What a host holds of one instrument.
 struct Session {
     Component components[2] = {};
     AudioUnit unit = nullptr;
@@ -47,8 +46,9 @@ OSStatus restore(Session& session) {
 
 OSStatus show(Session& session) {
     const OSStatus status = session.window.Show(session.components[1], session.unit);
-    if (status != noErr)
+    if (status != noErr) {
         session.window.CloseView();
+    }
     return status;
 }
 
@@ -70,8 +70,8 @@ OSStatus render(Session& session) {
 const struct {
     const char* name;
     OSStatus (*run)(Session& session);
-    bool closes = false; /* it does so whatever it answers */
-    int least = 0;       /* allocations by operator new; the loader and the buffers use malloc */
+    bool closes = false; // it does so whatever it answers
+    int least = 0;       // allocations by operator new; the loader and the buffers use malloc
     bool usesMalloc = false;
 } kStages[] = {
     {"register",
@@ -112,13 +112,14 @@ const struct {
 
 using Attempt = std::function<OSStatus(std::size_t stage, Session& session)>;
 
-/* Attempts the stages; one that fails is run again, and works then. */
+// Attempts the stages; one that fails is run again, and works then.
 void runSession(const Attempt& attempt) {
     Session session;
     for (std::size_t stage = 0; stage < std::size(kStages); ++stage) {
         takeCalls();
-        if (attempt(stage, session) == noErr || kStages[stage].closes)
+        if (attempt(stage, session) == noErr || kStages[stage].closes) {
             continue;
+        }
         EXPECT_TRUE(callsOf(kOpSetChunk).empty()) << kStages[stage].name;
         EXPECT_EQ(kStages[stage].run(session), noErr) << kStages[stage].name;
     }
@@ -126,15 +127,17 @@ void runSession(const Attempt& attempt) {
                                         String("OrmoData").Get()));
 }
 
-/* Which allocation failed in the stage; kNone: it makes no so many. */
+// Which allocation failed in the stage; kNone: it makes no so many.
 FailedAllocation runShortOfMemory(std::size_t failing, long number) {
     FailedAllocation failed = FailedAllocation::kNone;
     runSession([&](std::size_t stage, Session& session) {
-        if (stage == failing)
+        if (stage == failing) {
             failAllocation(number);
+        }
         const OSStatus status = kStages[stage].run(session);
-        if (stage == failing)
+        if (stage == failing) {
             failed = failedAllocation();
+        }
         EXPECT_TRUE(status == noErr || (stage == failing && failed != FailedAllocation::kNone &&
                                         (status == memFullErr || status == couldNotOpenComponent)))
             << status;
@@ -145,7 +148,7 @@ FailedAllocation runShortOfMemory(std::size_t failing, long number) {
 
 constexpr int kWentWrong = 99;
 
-/* In a process of its own: what it did and met is gone with it. */
+// In a process of its own: what it did and met is gone with it.
 void runAndExit(std::size_t failing, long number, CFIndex objects) {
     auto failed = FailedAllocation::kNone;
     try {
@@ -157,17 +160,17 @@ void runAndExit(std::size_t failing, long number, CFIndex objects) {
 #if defined(__SANITIZE_ADDRESS__)
     EXPECT_EQ(__lsan_do_recoverable_leak_check(), 0);
 #endif
-    _exit(testing::Test::HasFailure() ? kWentWrong : static_cast<int>(failed));
+    _exit(::testing::Test::HasFailure() ? kWentWrong : static_cast<int>(failed));
 }
 
-/* What is alive after a session; the engine's bundle then stays for good. */
+// What is alive after a session; the engine's bundle then stays for good.
 CFIndex objectsAfterASession() {
     TestHost host;
     runSession([](std::size_t stage, Session& session) { return kStages[stage].run(session); });
     return PlatformLiveObjectCount();
 }
 
-class AllocationFault : public testing::TestWithParam<std::size_t> {};
+class AllocationFault : public ::testing::TestWithParam<std::size_t> {};
 
 TEST_P(AllocationFault, OfEveryNumberIsAStatusAndLeavesNothingBehind) {
     const CFIndex objects = objectsAfterASession();
@@ -176,17 +179,20 @@ TEST_P(AllocationFault, OfEveryNumberIsAStatusAndLeavesNothingBehind) {
     for (long number = 1; wrong.size() < 100; ++number) {
         TestHost host;
         const pid_t child = fork();
-        if (child == 0)
+        if (child == 0) {
             runAndExit(GetParam(), number, objects);
+        }
         int status = 0;
         ASSERT_EQ(waitpid(child, &status, 0), child);
         const auto failed = FailedAllocation{WIFEXITED(status) ? WEXITSTATUS(status) : kWentWrong};
-        if (failed == FailedAllocation::kNone)
+        if (failed == FailedAllocation::kNone) {
             break;
+        }
         byNew += failed == FailedAllocation::kByNew;
         byMalloc += failed == FailedAllocation::kByMalloc;
-        if (failed > FailedAllocation::kByMalloc)
+        if (failed > FailedAllocation::kByMalloc) {
             wrong += " " + std::to_string(number);
+        }
     }
     EXPECT_EQ(wrong, "");
     EXPECT_GE(byNew, kStages[GetParam()].least);
@@ -196,7 +202,7 @@ TEST_P(AllocationFault, OfEveryNumberIsAStatusAndLeavesNothingBehind) {
 TEST(EngineException, OfAnyCallIsAStatusAndTheNextCallWorks) {
     const struct {
         OrmoOpcode opcode;
-        int failures; /* stages that fail for it */
+        int failures; // stages that fail for it
     } cases[] = {
         {kOpGetVersion, 1},    {kOpOpenInstance, 1},  {kOpSetRateAndBlockSize, 1},
         {kOpResume, 2},        {kOpProcess, 1},       {kOpSuspend, 2},
@@ -226,8 +232,8 @@ TEST(EngineException, OfAnyCallIsAStatusAndTheNextCallWorks) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Stages, AllocationFault,
-                         testing::Range(std::size_t{0}, std::size(kStages)),
+                         ::testing::Range(std::size_t{0}, std::size(kStages)),
                          [](const auto& stage) { return kStages[stage.param].name; });
 
 } // namespace
-} // namespace velnor::test
+} // namespace velnor::testing

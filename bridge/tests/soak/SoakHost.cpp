@@ -3,14 +3,13 @@
 #include "platform/CFRef.h"
 #include "platform/EventLoop.h"
 
-#include <gtest/gtest.h>
-
 #include <algorithm>
 #include <cmath>
 #include <cstring>
+#include <gtest/gtest.h>
 #include <utility>
 
-namespace velnor::test {
+namespace velnor::testing {
 
 namespace {
 
@@ -33,20 +32,21 @@ SoakHost::~SoakHost() {
     close();
 }
 
-/* Not a standard distribution: those differ between libraries, and a seed must mean one run. */
+// Not a standard distribution: those differ between libraries, and a seed must mean one run.
 int SoakHost::pick(int low, int high) {
     return low + static_cast<int>(mRandom() % static_cast<std::uint64_t>(high - low + 1));
 }
 
 void SoakHost::playSession() {
-    if (!mInstrument)
+    if (!mInstrument) {
         mInstrument = std::make_unique<Instrument>(mBundle);
+    }
     setUp();
     ASSERT_EQ(mInstrument->initialize(), noErr);
     mExpected.clear();
     mPeak = 0.0F;
     const double begin = mSeconds;
-    for (int block = pick(20, 400); block > 0 && !testing::Test::HasFailure(); --block) {
+    for (int block = pick(20, 400); block > 0 && !::testing::Test::HasFailure(); --block) {
         const auto frames = static_cast<UInt32>(pick(1, static_cast<int>(mMostFrames)));
         sendEvents(frames);
         disturb();
@@ -55,8 +55,9 @@ void SoakHost::playSession() {
     EXPECT_EQ(mInstrument->uninitialize(), noErr);
     mLongSessions += mSeconds - begin > 1.0;
     mSoundingSessions += mSeconds - begin > 1.0 && mPeak > 1e-4F;
-    if (!oneIn(3))
+    if (!oneIn(3)) {
         close();
+    }
 }
 
 void SoakHost::setUp() {
@@ -65,8 +66,9 @@ void SoakHost::setUp() {
     mChannels.assign(static_cast<std::size_t>(pick(1, 4)), 2);
     ASSERT_EQ(mInstrument->setBusCount(static_cast<UInt32>(mChannels.size())), noErr);
     for (UInt32 bus = 0; bus < mChannels.size(); ++bus) {
-        if (mCheckEvents)
+        if (mCheckEvents) {
             mChannels[bus] = static_cast<UInt32>(pick(1, 4));
+        }
         ASSERT_EQ(mInstrument->setFormat(bus, mChannels[bus], mRate), noErr);
     }
     ASSERT_EQ(mInstrument->set(kAudioUnitProperty_MaximumFramesPerSlice, mMostFrames), noErr);
@@ -99,14 +101,16 @@ void SoakHost::pull(UInt32 frames) {
     for (UInt32 bus = 0; bus < mChannels.size(); ++bus) {
         const auto audio = mInstrument->pull(bus, mChannels[bus], frames, mSampleTime);
         ASSERT_EQ(audio.status, noErr);
-        for (const auto& channel : audio.channels)
+        for (const auto& channel : audio.channels) {
             for (const float sample : channel) {
                 ASSERT_LT(std::fabs(sample), 50.0F);
                 mPeak = std::max(mPeak, std::fabs(sample));
             }
+        }
     }
-    if (mCheckEvents)
+    if (mCheckEvents) {
         checkBlock(frames);
+    }
     mEvents += mExpected.size();
     mExpected.clear();
     mSampleTime += frames;
@@ -114,7 +118,7 @@ void SoakHost::pull(UInt32 frames) {
     ++mBlocks;
 }
 
-/* One process call for all buses, with every message once, in order. */
+// One process call for all buses, with every message once, in order.
 void SoakHost::checkBlock(UInt32 frames) {
     const auto calls = callsOf(kOpProcess);
     ASSERT_EQ(calls.size(), 1U) << "block " << mBlocks;
@@ -134,15 +138,17 @@ void SoakHost::disturb() {
     if (oneIn(40)) {
         EXPECT_EQ(mInstrument->setOffline(static_cast<UInt32>(pick(0, 1))), noErr);
     }
-    if (oneIn(40))
+    if (oneIn(40)) {
         saveAndRestore();
-    if (mEditor && oneIn(60))
+    }
+    if (mEditor && oneIn(60)) {
         mEditor.reset();
-    else if (!mEditor && oneIn(60)) {
+    } else if (!mEditor && oneIn(60)) {
         EXPECT_EQ(mEditor.emplace().Show(mInstrument->view(), mInstrument->unit()), noErr);
     }
-    if (mEditor && oneIn(4))
+    if (mEditor && oneIn(4)) {
         PlatformAdvanceEventLoop(0.05);
+    }
 }
 
 void SoakHost::saveAndRestore() {
@@ -158,4 +164,4 @@ void SoakHost::close() {
     freshProbe();
 }
 
-} // namespace velnor::test
+} // namespace velnor::testing

@@ -1,20 +1,18 @@
 #include "bridge/tests/soak/SoakHost.h"
-
 #include "platform/CFBase.h"
 #include "platform/EventLoop.h"
-
-#include <gtest/gtest.h>
 
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
+#include <gtest/gtest.h>
 #include <iostream>
 #include <malloc.h>
 #include <random>
 
 namespace {
 
-using namespace velnor::test;
+using namespace velnor::testing;
 
 constexpr double kShortRun = 10.0; // simulated seconds, unless told otherwise
 constexpr double kWarmUp = 0.25;   // the part of a run after which nothing may grow
@@ -46,7 +44,7 @@ void prepare(TestHost& host, const std::string& engine) {
     host.setEnginePath(builtBundle(engine));
 }
 
-class Soak : public testing::TestWithParam<const char*> {};
+class Soak : public ::testing::TestWithParam<const char*> {};
 
 TEST_P(Soak, LosesNoEventAndDoesNotGrow) {
     const std::uint64_t seed = wantedSeed();
@@ -85,7 +83,7 @@ TEST_P(Soak, LosesNoEventAndDoesNotGrow) {
               << " at the end" << std::endl;
 }
 
-INSTANTIATE_TEST_SUITE_P(Engines, Soak, testing::Values("Probe.engine", "SoundFont.engine"),
+INSTANTIATE_TEST_SUITE_P(Engines, Soak, ::testing::Values("Probe.engine", "SoundFont.engine"),
                          [](const auto& engine) {
                              return std::string(engine.param, std::strchr(engine.param, '.'));
                          });

@@ -1,5 +1,7 @@
 #include "engines/soundfont/tests/EngineUnderTest.h"
 
+#include "engines/soundfont/tests/TinyFont.h"
+
 #include <dlfcn.h>
 #include <random>
 
@@ -16,8 +18,9 @@ namespace {
 
 OrmoOpcodeProc loadEntry() {
     void* engine = ::dlopen(SOUNDFONT_ENGINE_FILE, RTLD_NOW | RTLD_LOCAL);
-    if (engine == nullptr)
+    if (engine == nullptr) {
         throw std::runtime_error(::dlerror());
+    }
     return reinterpret_cast<OrmoOpcodeProc>(::dlsym(engine, ORMO_ENTRY_NAME));
 }
 
@@ -35,7 +38,11 @@ int32_t call(uint32_t target, uint32_t opcode, const void* ptr1, const void* ptr
 }
 
 Engine::Engine(const Setup& setup) {
-    std::filesystem::create_symlink(kFontFile, mFolder / "font.sf2");
+    if (setup.tinyFont) {
+        WriteFile(mFolder / "font.sf2", tinyFont());
+    } else {
+        std::filesystem::create_symlink(kFontFile, mFolder / "font.sf2");
+    }
     mBlock.channelCount = setup.channels;
     mBlock.compatSlots = setup.compatSlots;
     mBlock.dataDir = mFolder.Path().c_str();
@@ -58,8 +65,9 @@ Channels Engine::render(const std::vector<TimedEvent>& events, int frames, int b
     for (int start = 0; start < frames; start += block) {
         const int count = std::min(block, frames - start);
         std::vector<float*> buffers;
-        for (auto& channel : out)
+        for (auto& channel : out) {
             buffers.push_back(channel.data() + start);
+        }
         slots->count = 0;
         for (; next != events.end() && next->frame < start + count; ++next) {
             MIDIEvent& event = slots->events[slots->count++];
@@ -93,27 +101,31 @@ std::vector<TimedEvent> busyPiece(int64_t frames) {
     for (; channel < 16; ++channel) {
         add(0, 0xC0, below(128), 0);
         add(0, 0xB0, 10, below(128));
+        add(0, 0xB0, 91, below(128));
+        add(0, 0xB0, 93, below(128));
     }
     for (int64_t frame = 0; frame < frames; frame += below(200)) {
         channel = below(16);
         add(frame, 0x90, 30 + below(60), below(128));
         const int kind = below(8);
-        if (kind == 0)
+        if (kind == 0) {
             add(frame, 0xE0, below(128), below(128));
-        else if (kind == 1)
+        } else if (kind == 1) {
             add(frame, 0xB0, 1 + below(11), below(128));
-        else if (kind == 2)
+        } else if (kind == 2) {
             add(frame, 0xD0, below(128), 0);
-        else if (kind == 3)
+        } else if (kind == 3) {
             add(frame, 0xB0, 123, 0);
+        }
     }
     return piece;
 }
 
 float peak(const std::vector<float>& samples) {
     float result = 0;
-    for (const float sample : samples)
+    for (const float sample : samples) {
         result = std::max(result, std::isfinite(sample) ? std::fabs(sample) : INFINITY);
+    }
     return result;
 }
 

@@ -1,9 +1,10 @@
 // The built engine, loaded as the plug-in loads it and driven through its one function.
-#pragma once
+#ifndef VELNOR_ENGINES_SOUNDFONT_TESTS_ENGINEUNDERTEST_H
+#define VELNOR_ENGINES_SOUNDFONT_TESTS_ENGINEUNDERTEST_H
 
 #include "bridge/OrmoEngine.h"
-#include "engines/soundfont/tests/FluidSynthAlone.h"
-#include "platform/tests/Testing.h"
+#include "testing/FluidSynthAlone.h"
+#include "testing/Testing.h"
 
 #include <cmath>
 #include <cstring>
@@ -11,7 +12,7 @@
 
 namespace velnor::soundfont {
 
-using namespace test;
+using namespace testing;
 
 int32_t call(uint32_t target, uint32_t opcode, const void* ptr1 = nullptr,
              const void* ptr2 = nullptr, const void* ptr3 = nullptr, OrmoWord val1 = 0,
@@ -26,6 +27,7 @@ struct Setup {
     uint32_t compatSlots = 0;
     int rate = 44100;
     bool offline = false;
+    bool tinyFont = false;
 };
 
 // An open engine with the test SoundFont, running.
@@ -37,6 +39,7 @@ public:
     Engine& operator=(const Engine&) = delete;
 
     uint32_t handle() const { return mHandle; }
+    const std::string& folder() const { return mFolder.Path(); }
     // From the engine's present position on; events count from there.
     Channels render(const std::vector<TimedEvent>& events, int frames, int block = 512) const;
     std::vector<uint8_t> chunk() const;
@@ -64,3 +67,5 @@ std::vector<TimedEvent> busyPiece(int64_t frames);
 float peak(const std::vector<float>& samples);
 
 } // namespace velnor::soundfont
+
+#endif

@@ -1,6 +1,8 @@
-/* A component for the component manager's tests. Selectors of its own:
- *   kSumSelect    (SInt32, SInt32) their sum
- *   kCloseSelect  closes its own instance and answers from code that must still be there */
+// A component for the component manager's tests. Selectors of its own:
+//   kSumSelect    (SInt32, SInt32) their sum
+//   kCloseSelect  (another instance) closes its own instance, calls the other, and answers from
+//   code
+//                 that must still be there
 #include "platform/tests/component/TestComponent.h"
 
 #include "platform/ComponentParameterBlock.h"
@@ -47,8 +49,11 @@ extern "C" VELNOR_PLATFORM_API ComponentResult TestEntry(ComponentParameters* pa
     case kSumSelect:
         return argument<SInt32>(params, 0, 2) + argument<SInt32>(params, 1, 2);
     case kCloseSelect:
-        return CloseComponent(static_cast<ComponentInstance>(storage)) == noErr ? kClosedAnswer
-                                                                                : paramErr;
+        return CloseComponent(static_cast<ComponentInstance>(storage)) == noErr &&
+                       GetComponentVersion(argument<ComponentInstance>(params, 0, 1)) ==
+                           kTestVersion
+                   ? kClosedAnswer
+                   : paramErr;
     default:
         return badComponentSelector;
     }

@@ -1,0 +1,185 @@
+#include "host/commands/UninstallCommand.h"
+
+#include "host/install/BundleRemoval.h"
+#include "host/install/Installation.h"
+#include "host/install/ProductFile.h"
+#include "host/install/Receipt.h"
+#include "host/instrument/ComponentFinder.h"
+#include "host/job/JobError.h"
+#include "host/job/ShellWord.h"
+#include "host/job/Terminal.h"
+
+#include <algorithm>
+#include <filesystem>
+
+namespace velnor::host {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr const char* kComponentExtension = ".component";
+constexpr const char* kEngineExtension = ".engine";
+
+using Names = std::vector<std::string>;
+
+std::string componentPath(const std::string& name) {
+    return componentsFolder() + "/" + name;
+}
+
+Names bundlesIn(const std::string& folder, const char* extension) {
+    Names names;
+    std::error_code error;
+    for (const auto& entry : fs::directory_iterator(folder, error)) {
+        std::error_code unreadable;
+        const fs::path& path = entry.path();
+        if (path.extension() == extension && fs::exists(path / "Contents/Info.plist", unreadable)) {
+            names.push_back(path.filename());
+        }
+    }
+    return names;
+}
+
+// The bundles that lie in the user's folder or have a receipt, ascending.
+Names installedBundles(const std::string& folder, const char* extension) {
+    Names names = receiptedBundles(folder);
+    const Names lying = bundlesIn(folder, extension);
+    names.insert(names.end(), lying.begin(), lying.end());
+    std::sort(names.begin(), names.end());
+    names.erase(std::unique(names.begin(), names.end()), names.end());
+    return names;
+}
+
+Names installedNames() {
+    return installedBundles(componentsFolder(), kComponentExtension);
+}
+
+// The name of the bundle at a path, which install must have put or left there.
+std::string nameAt(const fs::path& path) {
+    const std::string name = path.filename();
+    std::error_code error;
+    if (path.extension() == kComponentExtension) {
+        if (fs::equivalent(path.parent_path(), componentsFolder(), error)) {
+            return name;
+        }
+        const std::optional<Receipt> receipt = readReceipt(componentsFolder(), name);
+        if (receipt && fs::path(receipt->path) == path) {
+            return name;
+        }
+    }
+    throw JobError(path.string() + ": not installed by this user");
+}
+
+std::string onlyName() {
+    const Names names = installedNames();
+    if (names.empty()) {
+        throw JobError("nothing is installed by this user");
+    }
+    if (names.size() == 1) {
+        return names.front();
+    }
+    std::string list;
+    for (const std::string& name : names) {
+        list += (list.empty() ? "" : ", ") + name;
+    }
+    throw JobError("several components are installed; name one: " + list, kExitUsage);
+}
+
+std::string nameOfWord(const std::string& word) {
+    if (word.empty()) {
+        return onlyName();
+    }
+    if (word.find('/') != std::string::npos) {
+        return nameAt(fs::path(fs::absolute(word).lexically_normal().string() + "/").parent_path());
+    }
+    if (!word.ends_with(kComponentExtension)) {
+        return nameAt(bundlePathOf(findInstrument(word)));
+    }
+    const Names names = installedNames();
+    if (std::find(names.begin(), names.end(), word) == names.end()) {
+        throw JobError(word + ": not installed by this user");
+    }
+    return word;
+}
+
+// A component that an earlier version installed, or someone by hand: it cannot be told which.
+[[noreturn]] void refuseWithoutReceipt(const std::string& name) {
+    const std::string path = componentPath(name);
+    printLine("What is there, should you want to remove it by hand:");
+    printLine("  rm -r " + shellWord(path));
+    try {
+        printLine("  key base_dir in " + preferencePath(productOfBundle(path).domain()));
+    } catch (const JobError&) { // it does not say which product it is
+    }
+    if (installedNames().size() == 1) {
+        for (const std::string& engine : installedBundles(enginesFolder(), kEngineExtension)) {
+            printLine("  rm -r " + shellWord(enginesFolder() + "/" + engine));
+        }
+        printLine("  key path in " + preferencePath(kEngineDomain));
+    }
+    throw JobError(path + ": there is no receipt of its installation, so nothing was removed; "
+                          "install it again, and it can be uninstalled");
+}
+
+void takeBackBundle(const std::string& folder, const std::string& name, const Receipt& receipt) {
+    const std::string path = folder + "/" + name;
+    if (receipt.entries.empty()) {
+        printLine(receipt.path + " was not copied by install and stays");
+    } else if (removeBundle(folder, name, receipt.entries)) {
+        printLine("removed " + path);
+    } else {
+        printLine(path + " stays: it holds more than install copied");
+    }
+}
+
+// The value that install wrote; another stays.
+void takeBackPreference(const std::string& domain, const char* key, const std::string& value) {
+    if (!value.empty() && readPreference(domain, key) == value) {
+        writePreference(domain, key, "");
+    }
+}
+
+void takeBackEngine(const std::string& name) {
+    const std::optional<Receipt> receipt = readReceipt(enginesFolder(), name);
+    if (!receipt) {
+        printLine(enginesFolder() + "/" + name + " stays: there is no receipt of it");
+        return;
+    }
+    takeBackBundle(enginesFolder(), name, *receipt);
+    takeBackPreference(kEngineDomain, kEnginePathKey, receipt->path);
+    removeReceipt(enginesFolder(), name);
+}
+
+bool hasDomain(const std::string& bundleName, const std::string& domain) {
+    try {
+        const std::optional<Receipt> receipt = readReceipt(componentsFolder(), bundleName);
+        return receipt && receipt->domain == domain;
+    } catch (const JobError&) {
+        return false;
+    }
+}
+
+} // namespace
+
+void uninstallCommand(const std::string& word) {
+    const std::string name = nameOfWord(word);
+    const std::optional<Receipt> receipt = readReceipt(componentsFolder(), name);
+    if (!receipt) {
+        refuseWithoutReceipt(name);
+    }
+    Names others = installedNames();
+    std::erase(others, name);
+    takeBackBundle(componentsFolder(), name, *receipt);
+    if (std::none_of(others.begin(), others.end(),
+                     [&](const std::string& other) { return hasDomain(other, receipt->domain); })) {
+        takeBackPreference(receipt->domain, kDataDirKey, receipt->baseDir);
+    }
+    if (others.empty()) {
+        for (const std::string& engine : installedBundles(enginesFolder(), kEngineExtension)) {
+            takeBackEngine(engine);
+        }
+    }
+    removeReceipt(componentsFolder(), name); // last, so that what failed can be repeated
+}
+
+} // namespace velnor::host

@@ -1,0 +1,92 @@
+#include "host/install/BundleRemoval.h"
+
+#include "host/job/FileDescriptor.h"
+#include "host/job/JobError.h"
+
+#include <cerrno>
+#include <cstring>
+#include <fcntl.h>
+#include <filesystem>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace velnor::host {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr int kFolderFlags = O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC;
+
+bool isOfKind(mode_t mode, EntryKind kind) {
+    switch (kind) {
+    case EntryKind::kFolder:
+        return S_ISDIR(mode);
+    case EntryKind::kFile:
+        return S_ISREG(mode);
+    case EntryKind::kLink:
+        return S_ISLNK(mode);
+    }
+    return false;
+}
+
+// The folder of an entry, reached from the bundle without following a link; none when it is gone or
+// has become something else.
+FileDescriptor openFolderOf(int bundle, const fs::path& entry) {
+    FileDescriptor folder(openat(bundle, ".", kFolderFlags));
+    for (const fs::path& name : entry.parent_path()) {
+        folder = FileDescriptor(openat(folder.number(), name.c_str(), kFolderFlags));
+    }
+    return folder;
+}
+
+// 0 or an errno value. What is gone already, is of another kind or holds more is left as it is.
+int removeEntry(int bundle, const BundleEntry& entry) {
+    const fs::path path = entry.path;
+    const FileDescriptor folder = openFolderOf(bundle, path);
+    const std::string name = path.filename();
+    struct stat info = {};
+    if (!folder || fstatat(folder.number(), name.c_str(), &info, AT_SYMLINK_NOFOLLOW) != 0 ||
+        !isOfKind(info.st_mode, entry.kind)) {
+        return 0;
+    }
+    const int flags = entry.kind == EntryKind::kFolder ? AT_REMOVEDIR : 0;
+    int result = unlinkat(folder.number(), name.c_str(), flags);
+    if (result != 0 && errno == EACCES && fchmod(folder.number(), S_IRWXU) == 0) {
+        result = unlinkat(folder.number(), name.c_str(), flags); // it was copied closed
+    }
+    const bool isLeft = errno == ENOENT || errno == ENOTEMPTY || errno == EEXIST;
+    return result == 0 || isLeft ? 0 : errno;
+}
+
+} // namespace
+
+bool removeBundle(const std::string& folder, const std::string& bundleName,
+                  const std::vector<BundleEntry>& entries) {
+    const std::string path = folder + "/" + bundleName;
+    const FileDescriptor place(open(folder.c_str(), kFolderFlags));
+    const FileDescriptor bundle(openat(place.number(), bundleName.c_str(), kFolderFlags));
+    if (!bundle) {
+        struct stat info = {};
+        if (lstat(path.c_str(), &info) != 0 && errno == ENOENT) {
+            return true;
+        }
+        throw JobError(path + ": it, or the folder that it lies in, is no folder of install's any "
+                              "more; nothing of it was removed");
+    }
+    for (auto entry = entries.rbegin(); entry != entries.rend(); ++entry) {
+        const int error = removeEntry(bundle.number(), *entry);
+        if (error != 0) {
+            throw JobError(path + "/" + entry->path + ": " + std::strerror(error));
+        }
+    }
+    if (unlinkat(place.number(), bundleName.c_str(), AT_REMOVEDIR) == 0) {
+        return true;
+    }
+    if (errno != ENOTEMPTY && errno != EEXIST) {
+        throw JobError(path + ": " + std::strerror(errno));
+    }
+    return false;
+}
+
+} // namespace velnor::host
