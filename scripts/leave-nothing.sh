@@ -8,6 +8,8 @@ set -uo pipefail
 folder=$(mktemp -d /tmp/velnor-tests.XXXXXX)
 trap 'rm -rf "$folder"' EXIT
 mkdir "$folder/home" "$folder/tmp"
+chmod 755 "$folder" # tests that run as root become an ordinary user here
+chmod 1777 "$folder/tmp"
 user_home=$HOME
 
 listing() {
