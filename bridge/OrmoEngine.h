@@ -51,6 +51,13 @@ typedef int32_t (*OrmoOpcodeProc)(OrmoWord target, OrmoWord opcode, OrmoWord ptr
 // The setup file's place in the data directory.
 #define ORMO_SETUP_FILE "/OrmoSetup.xml"
 
+// What an installer writes, so that instruments find the engine: the path of the engine's bundle as
+// a text in the preferences domain ORMO_ENGINE_DOMAIN, and the product's data directory as one in
+// the product's own domain, "com." vendor "." product.
+#define ORMO_ENGINE_DOMAIN "com.velnor.ormo"
+#define ORMO_ENGINE_PATH_KEY "path"
+#define ORMO_DATA_DIR_KEY "base_dir"
+
 // Opaque handles, chosen by the engine; 0 means none. An engine handle stands for one instrument
 // instance, an editor handle for one editor view.
 typedef uint32_t OrmoEngineHandle;

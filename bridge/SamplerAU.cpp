@@ -22,7 +22,7 @@ namespace velnor {
 
 namespace {
 
-constexpr ComponentResult kVersion = 0x00010003;
+constexpr ComponentResult kVersion = VELNOR_VERSION_CODE; // 16 bits major, 8 minor, 8 patch
 constexpr OSType kViewManufacturer = VELNOR_FOUR_CHAR_CODE('Z', 'e', 'K', 'K');
 
 // The bytes of the record's subtype, as it ships, in memory order.

@@ -7,6 +7,7 @@
 #include "support/InstallationRegistry.h"
 #include "support/LogLine.h"
 #include "support/PathStrings.h"
+#include "support/ProductDomain.h"
 
 namespace velnor {
 
@@ -14,9 +15,6 @@ int g_instances = 0;
 
 namespace {
 
-constexpr const char* kEngineDomain = "com.velnor.ormo";
-constexpr const char* kEnginePathKey = "path";
-constexpr const char* kDataDirKey = "base_dir";
 constexpr const char* kPluginType = "AU";
 
 constexpr const char* kNoData = "Cannot find data installation, please re-install";
@@ -58,13 +56,14 @@ void SamplerAU::openLog() {
 }
 
 std::string SamplerAU::preferencesDomain() const {
-    return "com." + recordText(mRecord.vendor) + "." + recordText(mRecord.product);
+    return productDomain(recordText(mRecord.vendor), recordText(mRecord.product));
 }
 
 bool SamplerAU::readDataDir() {
     mEnginePath.clear();
     mDataDir.clear();
-    if (!readConfigStringValue(preferencesDomain(), kDataDirKey, mDataDir, CONFIG_LEVEL_SEARCH)) {
+    if (!readConfigStringValue(preferencesDomain(), ORMO_DATA_DIR_KEY, mDataDir,
+                               CONFIG_LEVEL_SEARCH)) {
         fail("Can't get base_dir from configuration", kNoData);
         return false;
     }
@@ -78,7 +77,8 @@ bool SamplerAU::readDataDir() {
 }
 
 bool SamplerAU::readEnginePath() {
-    if (readConfigStringValue(kEngineDomain, kEnginePathKey, mEnginePath, CONFIG_LEVEL_USER)) {
+    if (readConfigStringValue(ORMO_ENGINE_DOMAIN, ORMO_ENGINE_PATH_KEY, mEnginePath,
+                              CONFIG_LEVEL_USER)) {
         return true;
     }
     fail("Can't get path from configuration", kNoEngine);

@@ -5,7 +5,7 @@
 #include "support/ConfigStore.h"
 #include "support/JoinedText.h"
 #include "support/LogLine.h"
-#include "support/RegistryDomain.h"
+#include "support/ProductDomain.h"
 #include "support/Text.h"
 
 #include <algorithm>
@@ -114,7 +114,7 @@ bool registerOrmoPlugin(const std::string& vendor, const std::string& product,
     }
     const std::string version = MacGetBundleVersion(*path);
     LogLine(LogSeverity::kInformation, " " + VLNSConv(*path) + "(" + version + ")");
-    const Registry registry = {registryDomain(vendor, product), type};
+    const Registry registry = {productDomain(vendor, product), type};
     std::vector<PluginInfo> entries;
     const bool listed = type == "VST" ? listVSTPathVersion(vendor, product, entries)
                                       : listAUPathVersion(vendor, product, entries);

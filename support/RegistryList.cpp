@@ -1,7 +1,7 @@
 // Reading the installation registry.
 #include "support/ConfigTree.h"
 #include "support/InstallationRegistry.h"
-#include "support/RegistryDomain.h"
+#include "support/ProductDomain.h"
 
 namespace {
 
@@ -29,7 +29,7 @@ struct EntryReader {
 // read by key path.
 bool listPluginPathVersion(const std::string& vendor, const std::string& product,
                            std::vector<PluginInfo>& out, const std::string& type) {
-    const config::Address address(velnor::registryDomain(vendor, product), velnor::kRegistryKey);
+    const config::Address address(velnor::productDomain(vendor, product), velnor::kRegistryKey);
     const std::span format(&type, 1);
     const config::Value own = config::copyOwn(address);
     const std::vector<CFStringRef> slots = config::keysOf(config::find(own.Get(), format));

@@ -14,7 +14,7 @@ namespace velnor::soundfont {
 
 namespace {
 
-constexpr char kVersionText[] = "1.0.3";
+constexpr char kVersionText[] = VELNOR_VERSION;
 static_assert(sizeof kVersionText <= kOrmoVersionTextSize);
 
 constexpr uint32_t kMostHandles = 4096; // of each kind

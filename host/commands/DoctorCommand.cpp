@@ -15,6 +15,7 @@
 #include "platform/CFBundle.h"
 #include "platform/CFDictionary.h"
 #include "platform/CFPreferences.h"
+#include "support/ProductDomain.h"
 
 #include <algorithm>
 #include <deque>
@@ -78,7 +79,7 @@ void examineData(Findings& findings, const ProductNames& names, const std::strin
     if (!examinePreferences(findings, names.domain())) {
         return;
     }
-    const std::string data = readPreference(names.domain(), kDataDirKey);
+    const std::string data = readPreference(names.domain(), ORMO_DATA_DIR_KEY);
     std::error_code error;
     if (data.empty()) {
         return findings.bad("base_dir is not set", "it is not set up for you; run: " + command);
@@ -104,10 +105,10 @@ std::string versionOf(OrmoOpcodeProc proc) {
 
 void examineEngine(Findings& findings, const std::string& command) {
     findings.note("preferences of the engine:");
-    if (!examinePreferences(findings, kEngineDomain)) {
+    if (!examinePreferences(findings, ORMO_ENGINE_DOMAIN)) {
         return;
     }
-    const std::string path = readPreference(kEngineDomain, kEnginePathKey);
+    const std::string path = readPreference(ORMO_ENGINE_DOMAIN, ORMO_ENGINE_PATH_KEY);
     if (path.empty()) {
         return findings.bad("path is not set", "it is not set up for you; run: " + command);
     }
@@ -149,7 +150,7 @@ std::string leafOf(CFTypeRef node, const char* key) {
 
 void examineRegistry(Findings& findings, const ProductNames& names) {
     const CFRef<CFPropertyListRef> plugins(CFPreferencesCopyValue(
-        platformString("Plugins").Get(), platformString(names.domain()).Get(),
+        platformString(kRegistryKey).Get(), platformString(names.domain()).Get(),
         kCFPreferencesCurrentUser, kCFPreferencesAnyHost));
     const CFDictionaryRef list = childOf(plugins.Get(), "AU");
     if (!list) {
@@ -159,10 +160,10 @@ void examineRegistry(Findings& findings, const ProductNames& names) {
     std::vector<const void*> values(keys.size());
     CFDictionaryGetKeysAndValues(list, keys.data(), values.data());
     for (std::size_t i = 0; i < keys.size(); ++i) {
-        const std::string path = leafOf(values[i], "path");
+        const std::string path = leafOf(values[i], kRegistryPathKey);
         std::error_code error;
         findings.note("registry " + textOf(static_cast<CFStringRef>(keys[i])) + ": " + path + " (" +
-                      leafOf(values[i], "version") + ")" +
+                      leafOf(values[i], kRegistryVersionKey) + ")" +
                       (fs::exists(path, error) ? "" : ", gone since"));
     }
 }

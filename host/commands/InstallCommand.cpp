@@ -94,8 +94,8 @@ void installCommand(const InstallOptions& options) {
     engineInstall.prepare();
     componentInstall.commit();
     engineInstall.commit();
-    writePreference(kEngineDomain, kEnginePathKey, engineInstall.path());
-    writePreference(names.domain(), kDataDirKey, data);
+    writePreference(ORMO_ENGINE_DOMAIN, ORMO_ENGINE_PATH_KEY, engineInstall.path());
+    writePreference(names.domain(), ORMO_DATA_DIR_KEY, data);
     if (setup) {
         setup->commit();
     }

@@ -1,5 +1,6 @@
 #include "host/commands/UninstallCommand.h"
 
+#include "bridge/OrmoEngine.h"
 #include "host/install/BundleRemoval.h"
 #include "host/install/Installation.h"
 #include "host/install/ProductFile.h"
@@ -108,14 +109,15 @@ std::string nameOfWord(const std::string& word) {
     printLine("What is there, should you want to remove it by hand:");
     printLine("  rm -r " + shellWord(path));
     try {
-        printLine("  key base_dir in " + preferencePath(productOfBundle(path).domain()));
+        printLine("  key " ORMO_DATA_DIR_KEY " in " +
+                  preferencePath(productOfBundle(path).domain()));
     } catch (const JobError&) { // it does not say which product it is
     }
     if (installedNames().size() == 1) {
         for (const std::string& engine : installedBundles(enginesFolder(), kEngineExtension)) {
             printLine("  rm -r " + shellWord(enginesFolder() + "/" + engine));
         }
-        printLine("  key path in " + preferencePath(kEngineDomain));
+        printLine("  key " ORMO_ENGINE_PATH_KEY " in " + preferencePath(ORMO_ENGINE_DOMAIN));
     }
     throw JobError(path + ": there is no receipt of its installation, so nothing was removed; "
                           "install it again, and it can be uninstalled");
@@ -146,7 +148,7 @@ void takeBackEngine(const std::string& name) {
         return;
     }
     takeBackBundle(enginesFolder(), name, *receipt);
-    takeBackPreference(kEngineDomain, kEnginePathKey, receipt->path);
+    takeBackPreference(ORMO_ENGINE_DOMAIN, ORMO_ENGINE_PATH_KEY, receipt->path);
     removeReceipt(enginesFolder(), name);
 }
 
@@ -172,7 +174,7 @@ void uninstallCommand(const std::string& word) {
     takeBackBundle(componentsFolder(), name, *receipt);
     if (std::none_of(others.begin(), others.end(),
                      [&](const std::string& other) { return hasDomain(other, receipt->domain); })) {
-        takeBackPreference(receipt->domain, kDataDirKey, receipt->baseDir);
+        takeBackPreference(receipt->domain, ORMO_DATA_DIR_KEY, receipt->baseDir);
     }
     if (others.empty()) {
         for (const std::string& engine : installedBundles(enginesFolder(), kEngineExtension)) {

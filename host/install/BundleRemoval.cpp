@@ -1,7 +1,7 @@
 #include "host/install/BundleRemoval.h"
 
-#include "host/job/FileDescriptor.h"
 #include "host/job/JobError.h"
+#include "platform/UniqueFd.h"
 
 #include <cerrno>
 #include <cstring>
@@ -32,10 +32,10 @@ bool isOfKind(mode_t mode, EntryKind kind) {
 
 // The folder of an entry, reached from the bundle without following a link; none when it is gone or
 // has become something else.
-FileDescriptor openFolderOf(int bundle, const fs::path& entry) {
-    FileDescriptor folder(openat(bundle, ".", kFolderFlags));
+UniqueFd openFolderOf(int bundle, const fs::path& entry) {
+    UniqueFd folder(openat(bundle, ".", kFolderFlags));
     for (const fs::path& name : entry.parent_path()) {
-        folder = FileDescriptor(openat(folder.number(), name.c_str(), kFolderFlags));
+        folder = UniqueFd(openat(folder.Get(), name.c_str(), kFolderFlags));
     }
     return folder;
 }
@@ -43,17 +43,17 @@ FileDescriptor openFolderOf(int bundle, const fs::path& entry) {
 // 0 or an errno value. What is gone already, is of another kind or holds more is left as it is.
 int removeEntry(int bundle, const BundleEntry& entry) {
     const fs::path path = entry.path;
-    const FileDescriptor folder = openFolderOf(bundle, path);
+    const UniqueFd folder = openFolderOf(bundle, path);
     const std::string name = path.filename();
     struct stat info = {};
-    if (!folder || fstatat(folder.number(), name.c_str(), &info, AT_SYMLINK_NOFOLLOW) != 0 ||
+    if (!folder || fstatat(folder.Get(), name.c_str(), &info, AT_SYMLINK_NOFOLLOW) != 0 ||
         !isOfKind(info.st_mode, entry.kind)) {
         return 0;
     }
     const int flags = entry.kind == EntryKind::kFolder ? AT_REMOVEDIR : 0;
-    int result = unlinkat(folder.number(), name.c_str(), flags);
-    if (result != 0 && errno == EACCES && fchmod(folder.number(), S_IRWXU) == 0) {
-        result = unlinkat(folder.number(), name.c_str(), flags); // it was copied closed
+    int result = unlinkat(folder.Get(), name.c_str(), flags);
+    if (result != 0 && errno == EACCES && fchmod(folder.Get(), S_IRWXU) == 0) {
+        result = unlinkat(folder.Get(), name.c_str(), flags); // it was copied closed
     }
     const bool isLeft = errno == ENOENT || errno == ENOTEMPTY || errno == EEXIST;
     return result == 0 || isLeft ? 0 : errno;
@@ -64,8 +64,8 @@ int removeEntry(int bundle, const BundleEntry& entry) {
 bool removeBundle(const std::string& folder, const std::string& bundleName,
                   const std::vector<BundleEntry>& entries) {
     const std::string path = folder + "/" + bundleName;
-    const FileDescriptor place(open(folder.c_str(), kFolderFlags));
-    const FileDescriptor bundle(openat(place.number(), bundleName.c_str(), kFolderFlags));
+    const UniqueFd place(open(folder.c_str(), kFolderFlags));
+    const UniqueFd bundle(openat(place.Get(), bundleName.c_str(), kFolderFlags));
     if (!bundle) {
         struct stat info = {};
         if (lstat(path.c_str(), &info) != 0 && errno == ENOENT) {
@@ -75,12 +75,12 @@ bool removeBundle(const std::string& folder, const std::string& bundleName,
                               "more; nothing of it was removed");
     }
     for (auto entry = entries.rbegin(); entry != entries.rend(); ++entry) {
-        const int error = removeEntry(bundle.number(), *entry);
+        const int error = removeEntry(bundle.Get(), *entry);
         if (error != 0) {
             throw JobError(path + "/" + entry->path + ": " + std::strerror(error));
         }
     }
-    if (unlinkat(place.number(), bundleName.c_str(), AT_REMOVEDIR) == 0) {
+    if (unlinkat(place.Get(), bundleName.c_str(), AT_REMOVEDIR) == 0) {
         return true;
     }
     if (errno != ENOTEMPTY && errno != EEXIST) {

@@ -150,7 +150,7 @@ void requireWritableTargets(const ProductNames& names) {
         }
         requireWritableFolder(folder);
     }
-    requireWritablePreferences(kEngineDomain);
+    requireWritablePreferences(ORMO_ENGINE_DOMAIN);
     requireWritablePreferences(names.domain());
 }
 
@@ -175,7 +175,7 @@ void warnOfSameCodes(const std::string& component) {
 void warnOfOthersWithEngine(const std::string& component, const std::string& engine,
                             const std::string& path) {
     const std::string others = productsBeside(component);
-    const std::string before = readPreference(kEngineDomain, kEnginePathKey);
+    const std::string before = readPreference(ORMO_ENGINE_DOMAIN, ORMO_ENGINE_PATH_KEY);
     if (others.empty() || before.empty()) {
         return;
     }

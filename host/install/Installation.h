@@ -7,11 +7,6 @@
 
 namespace velnor::host {
 
-// The preferences that lead an instrument to its engine.
-constexpr const char* kEngineDomain = "com.velnor.ormo";
-constexpr const char* kEnginePathKey = "path";
-constexpr const char* kDataDirKey = "base_dir";
-
 // $XDG_DATA_HOME, or ~/.local/share. Throws JobError without a home.
 std::string dataHome();
 std::string componentsFolder();

@@ -1,5 +1,6 @@
 #include "host/install/NextStep.h"
 
+#include "bridge/OrmoEngine.h"
 #include "host/install/Installation.h"
 #include "host/install/ProductFile.h"
 #include "host/job/JobError.h"
@@ -37,8 +38,8 @@ std::string firstEngine() {
 
 bool isSetUp(const std::string& component) {
     try {
-        return !readPreference(productOfBundle(component).domain(), kDataDirKey).empty() &&
-               !readPreference(kEngineDomain, kEnginePathKey).empty();
+        return !readPreference(productOfBundle(component).domain(), ORMO_DATA_DIR_KEY).empty() &&
+               !readPreference(ORMO_ENGINE_DOMAIN, ORMO_ENGINE_PATH_KEY).empty();
     } catch (const JobError&) {
         return true;
     }

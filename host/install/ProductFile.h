@@ -6,6 +6,8 @@
 #ifndef VELNOR_HOST_INSTALL_PRODUCTFILE_H
 #define VELNOR_HOST_INSTALL_PRODUCTFILE_H
 
+#include "support/ProductDomain.h"
+
 #include <string>
 
 namespace velnor::host {
@@ -15,7 +17,7 @@ struct ProductNames {
     std::string product;
 
     // The preferences domain of the product.
-    std::string domain() const { return "com." + vendor + "." + product; }
+    std::string domain() const { return productDomain(vendor, product); }
 };
 
 // Reads the executable of this width out of a component bundle. Throws JobError when there is none,

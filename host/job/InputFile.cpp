@@ -1,6 +1,7 @@
 #include "host/job/InputFile.h"
 
 #include "host/job/JobError.h"
+#include "platform/UniqueFd.h"
 
 #include <array>
 #include <cerrno>
@@ -12,22 +13,11 @@ namespace velnor::host {
 
 namespace {
 
-class Descriptor {
-public:
-    explicit Descriptor(const std::string& path)
-        : mNumber(path == "-" ? STDIN_FILENO : open(path.c_str(), O_RDONLY | O_CLOEXEC)) {}
-    ~Descriptor() {
-        if (mNumber > STDIN_FILENO) {
-            close(mNumber);
-        }
-    }
-    Descriptor(const Descriptor&) = delete;
-    Descriptor& operator=(const Descriptor&) = delete;
-    int number() const { return mNumber; }
-
-private:
-    int mNumber;
-};
+// Standard input stays open: its copy is the caller's.
+UniqueFd openInput(const std::string& path) {
+    return UniqueFd(path == "-" ? fcntl(STDIN_FILENO, F_DUPFD_CLOEXEC, 0)
+                                : open(path.c_str(), O_RDONLY | O_CLOEXEC));
+}
 
 } // namespace
 
@@ -37,14 +27,14 @@ std::string shownInput(const std::string& path) {
 
 std::vector<std::uint8_t> readInputFile(const std::string& path, std::size_t limit) {
     const std::string name = shownInput(path);
-    const Descriptor file(path);
-    if (file.number() < 0) {
+    const UniqueFd file = openInput(path);
+    if (!file) {
         throw JobError(name + ": " + std::strerror(errno));
     }
     std::vector<std::uint8_t> bytes;
     std::array<std::uint8_t, 1 << 16> piece;
     while (true) {
-        const ssize_t count = read(file.number(), piece.data(), piece.size());
+        const ssize_t count = read(file.Get(), piece.data(), piece.size());
         if (count < 0 && errno == EINTR) {
             continue;
         }

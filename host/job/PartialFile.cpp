@@ -1,6 +1,5 @@
 #include "host/job/PartialFile.h"
 
-#include "host/job/FileDescriptor.h"
 #include "host/job/Interruption.h"
 #include "host/job/JobError.h"
 #include "host/job/TemporaryNames.h"
@@ -23,14 +22,14 @@ namespace {
 
 constexpr std::size_t kCopyPiece = 1 << 16;
 
-int namelessFile() {
+UniqueFd namelessFile() {
     const char* folder = std::getenv("TMPDIR");
     std::string name = std::string(folder && *folder ? folder : "/tmp") + "/velnor-host.XXXXXX";
-    const int descriptor = mkostemp(name.data(), O_CLOEXEC);
-    if (descriptor >= 0) {
+    UniqueFd file(mkostemp(name.data(), O_CLOEXEC));
+    if (file) {
         unlink(name.c_str());
     }
-    return descriptor;
+    return file;
 }
 
 // path itself where nothing is there yet.
@@ -52,9 +51,8 @@ std::string partialName(const std::string& path) {
 void flushFolder(const std::string& path) {
     const std::size_t slash = path.find_last_of('/');
     const std::string folder = slash == std::string::npos ? "." : path.substr(0, slash + 1);
-    if (const FileDescriptor opened(open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-        opened) {
-        fsync(opened.number());
+    if (const UniqueFd opened(open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC)); opened) {
+        fsync(opened.Get());
     }
 }
 
@@ -82,19 +80,16 @@ PartialFile::PartialFile(const std::string& path) : mPath(path), mTarget(without
         return;
     }
     std::string name = partialName(mTarget);
-    mDescriptor = mkostemp(name.data(), O_CLOEXEC);
-    if (mDescriptor < 0) {
+    mFile.Reset(mkostemp(name.data(), O_CLOEXEC));
+    if (!mFile) {
         fail(std::strerror(errno));
     }
     mTemporary = name;
     mSlot = takeTemporaryName(name);
-    fchmod(mDescriptor, fileMode());
+    fchmod(descriptor(), fileMode());
 }
 
 PartialFile::~PartialFile() {
-    if (mDescriptor >= 0) {
-        close(mDescriptor);
-    }
     if (!mTemporary.empty()) {
         unlink(mTemporary.c_str());
     }
@@ -102,8 +97,8 @@ PartialFile::~PartialFile() {
 }
 
 void PartialFile::openNameless() {
-    mDescriptor = namelessFile();
-    if (mDescriptor < 0) {
+    mFile = namelessFile();
+    if (!mFile) {
         fail(std::string("no temporary file: ") + std::strerror(errno));
     }
 }
@@ -117,7 +112,7 @@ void PartialFile::commit() {
     if (mTemporary.empty()) {
         return copyOut();
     }
-    if (fsync(mDescriptor) != 0 && errno != EINVAL) {
+    if (fsync(descriptor()) != 0 && errno != EINVAL) {
         fail(std::strerror(errno));
     }
     if (rename(mTemporary.c_str(), mTarget.c_str()) != 0) {
@@ -131,21 +126,21 @@ void PartialFile::copyOut() {
     if (mPath == "-") {
         return copyTo(STDOUT_FILENO);
     }
-    const FileDescriptor target(open(mPath.c_str(), O_WRONLY | O_CLOEXEC));
+    const UniqueFd target(open(mPath.c_str(), O_WRONLY | O_CLOEXEC));
     if (!target) {
         fail(std::strerror(errno));
     }
-    copyTo(target.number());
+    copyTo(target.Get());
 }
 
 void PartialFile::copyTo(int target) {
     std::array<char, kCopyPiece> piece;
     std::string shown; // a terminal gets the whole, cleaned
-    if (lseek(mDescriptor, 0, SEEK_SET) != 0) {
+    if (lseek(descriptor(), 0, SEEK_SET) != 0) {
         fail(std::strerror(errno));
     }
     while (true) {
-        const ssize_t count = read(mDescriptor, piece.data(), piece.size());
+        const ssize_t count = read(descriptor(), piece.data(), piece.size());
         if (count < 0) {
             fail(std::strerror(errno));
         }

@@ -2,6 +2,8 @@
 #ifndef VELNOR_HOST_JOB_PARTIALFILE_H
 #define VELNOR_HOST_JOB_PARTIALFILE_H
 
+#include "platform/UniqueFd.h"
+
 #include <string>
 #include <string_view>
 
@@ -20,11 +22,11 @@ public:
     PartialFile& operator=(const PartialFile&) = delete;
 
     // Open for reading and writing; stays this object's.
-    int descriptor() const { return mDescriptor; }
+    int descriptor() const { return mFile.Get(); }
     const std::string& path() const { return mPath; }
 
     // All of it, at the end. Throws JobError.
-    void write(std::string_view bytes) { writeTo(mDescriptor, bytes); }
+    void write(std::string_view bytes) { writeTo(mFile.Get(), bytes); }
 
     // Flushes to the disk and puts the file under its name, replacing what was there. Throws
     // JobError (no space left ...).
@@ -40,7 +42,7 @@ private:
     std::string mPath;      // as the caller gave it
     std::string mTarget;    // mPath without symbolic links
     std::string mTemporary; // empty: nameless
-    int mDescriptor = -1;
+    UniqueFd mFile;
     int mSlot = -1;
 };
 

@@ -1,6 +1,7 @@
 #include "platform/TerminalText.h"
 #include "platform/alerts/AlertPresenters.h"
 #include "platform/alerts/Deadline.h"
+#include "platform/files/FileSystem.h"
 
 #include <cstdlib>
 #include <string>
@@ -18,14 +19,7 @@ void WriteText(std::string text) {
     if (isatty(STDERR_FILENO)) {
         text.resize(PlatformCleanTerminalText(text.data(), text.size(), true));
     }
-    std::string_view rest = text;
-    while (!rest.empty()) {
-        const ssize_t written = write(STDERR_FILENO, rest.data(), rest.size());
-        if (written < 0 && errno != EINTR) {
-            return;
-        }
-        rest.remove_prefix(written < 0 ? 0 : static_cast<std::size_t>(written));
-    }
+    WriteAll(STDERR_FILENO, text);
 }
 
 // A process in the background would be stopped when it reads its terminal.

@@ -1,6 +1,6 @@
 #include "platform/alerts/ChildProgram.h"
 
-#include "platform/files/UniqueFd.h"
+#include "platform/UniqueFd.h"
 #include "platform/files/XdgFolders.h"
 
 #include <climits>

@@ -1,7 +1,7 @@
 #include "platform/files/EntryCopy.h"
 
+#include "platform/UniqueFd.h"
 #include "platform/files/FileSystem.h"
-#include "platform/files/UniqueFd.h"
 
 #include <cerrno>
 #include <climits>
@@ -24,19 +24,6 @@ struct Task {
     const std::string& targetName;
 };
 
-OSErr WriteAll(int file, const char* bytes, std::size_t count) {
-    while (count > 0) {
-        const ssize_t written = write(file, bytes, count);
-        if (written < 0 && errno != EINTR) {
-            return WriteStatusOfErrno(errno);
-        }
-        const auto done = written < 0 ? 0 : static_cast<std::size_t>(written);
-        bytes += done;
-        count -= done;
-    }
-    return noErr;
-}
-
 OSErr CopyBytes(int from, int to) {
     std::vector<char> block(kBlockSize);
     for (;;) {
@@ -50,7 +37,8 @@ OSErr CopyBytes(int from, int to) {
             }
             return StatusOfErrno(errno);
         }
-        const OSErr status = WriteAll(to, block.data(), static_cast<std::size_t>(got));
+        const OSErr status =
+            WriteStatusOfErrno(WriteAll(to, {block.data(), static_cast<std::size_t>(got)}));
         if (status != noErr) {
             return status;
         }

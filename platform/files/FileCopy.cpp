@@ -1,9 +1,9 @@
 #include "platform/FileCopy.h"
 
+#include "platform/UniqueFd.h"
 #include "platform/files/EntryCopy.h"
 #include "platform/files/FileSystem.h"
 #include "platform/files/TemporaryEntry.h"
-#include "platform/files/UniqueFd.h"
 #include "platform/values/CFStringObject.h"
 
 #include <cerrno>

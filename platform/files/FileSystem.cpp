@@ -1,6 +1,6 @@
 #include "platform/files/FileSystem.h"
 
-#include "platform/files/UniqueFd.h"
+#include "platform/UniqueFd.h"
 
 #include <cerrno>
 #include <climits>
@@ -69,6 +69,17 @@ OSErr StatusOfErrno(int error) {
 OSErr WriteStatusOfErrno(int error) {
     const OSErr status = StatusOfErrno(error);
     return status == permErr ? static_cast<OSErr>(wrPermErr) : status;
+}
+
+int WriteAll(int fd, std::string_view bytes) {
+    while (!bytes.empty()) {
+        const ssize_t written = write(fd, bytes.data(), bytes.size());
+        if (written < 0 && errno != EINTR) {
+            return errno;
+        }
+        bytes.remove_prefix(written < 0 ? 0 : static_cast<std::size_t>(written));
+    }
+    return 0;
 }
 
 bool IsEntryName(std::string_view name) {

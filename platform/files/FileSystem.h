@@ -42,6 +42,9 @@ bool IsFolder(const std::string& path);
 // The path without links, "." and ".."; nothing when it names no object.
 std::optional<std::string> CanonicalPath(const std::string& path);
 
+// All of it, whatever pieces the system takes it in. Gives 0 or what errno says.
+int WriteAll(int fd, std::string_view bytes);
+
 // The content of a regular file of at most limit bytes; nothing otherwise, also for a device or a
 // pipe, which it does not wait for.
 std::optional<std::string> ReadRegularFile(const std::string& path, std::size_t limit);

@@ -1,7 +1,7 @@
 #include "platform/files/TemporaryEntry.h"
 
+#include "platform/UniqueFd.h"
 #include "platform/files/FileSystem.h"
-#include "platform/files/UniqueFd.h"
 
 #include <cerrno>
 #include <cstdio>

@@ -1,7 +1,7 @@
 #include "platform/preferences/AtomicFile.h"
 
+#include "platform/UniqueFd.h"
 #include "platform/files/FileSystem.h"
-#include "platform/files/UniqueFd.h"
 
 #include <cerrno>
 #include <climits>
@@ -16,20 +16,6 @@ constexpr mode_t kPermissions = S_IRWXU | S_IRWXG | S_IRWXO;
 constexpr std::size_t kLongestKeptName = 240; // of the 255 bytes that a name may have
 constexpr int kMostKeptFiles = 9999;
 constexpr int kMostLinks = 40;
-
-bool WriteAll(int fd, std::string_view content) {
-    while (!content.empty()) {
-        const ssize_t put = write(fd, content.data(), content.size());
-        if (put < 0 && errno == EINTR) {
-            continue;
-        }
-        if (put <= 0) {
-            return false;
-        }
-        content.remove_prefix(static_cast<std::size_t>(put));
-    }
-    return true;
-}
 
 // The new file looks like the old one.
 bool TakeAttributes(int fd, const std::string& path, mode_t mode) {
@@ -85,7 +71,7 @@ std::optional<struct stat> ReplaceFile(const std::string& path, std::string_view
         return std::nullopt;
     }
     struct stat info;
-    if (!TakeAttributes(fd.Get(), path, mode) || !WriteAll(fd.Get(), content) ||
+    if (!TakeAttributes(fd.Get(), path, mode) || WriteAll(fd.Get(), content) != 0 ||
         fsync(fd.Get()) != 0 || rename(fresh.c_str(), path.c_str()) != 0 ||
         fstat(fd.Get(), &info) != 0) {
         unlink(fresh.c_str());

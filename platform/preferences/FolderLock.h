@@ -2,7 +2,7 @@
 #ifndef VELNOR_PLATFORM_PREFERENCES_FOLDERLOCK_H
 #define VELNOR_PLATFORM_PREFERENCES_FOLDERLOCK_H
 
-#include "platform/files/UniqueFd.h"
+#include "platform/UniqueFd.h"
 
 #include <chrono>
 #include <string>

@@ -1,6 +1,6 @@
 #include "platform/preferences/PreferenceFile.h"
 
-#include "platform/files/UniqueFd.h"
+#include "platform/UniqueFd.h"
 #include "platform/plist/PropertyListReader.h"
 #include "platform/plist/PropertyListSize.h"
 

@@ -1,6 +1,6 @@
 // The owner of one file descriptor.
-#ifndef VELNOR_PLATFORM_FILES_UNIQUEFD_H
-#define VELNOR_PLATFORM_FILES_UNIQUEFD_H
+#ifndef VELNOR_PLATFORM_UNIQUEFD_H
+#define VELNOR_PLATFORM_UNIQUEFD_H
 
 #include <unistd.h>
 #include <utility>

@@ -1,6 +1,6 @@
-// Where the installation registry lives. Internal to the support library.
-#ifndef VELNOR_SUPPORT_REGISTRYDOMAIN_H
-#define VELNOR_SUPPORT_REGISTRYDOMAIN_H
+// The preferences domain of a product, and the keys of the installation registry in it.
+#ifndef VELNOR_SUPPORT_PRODUCTDOMAIN_H
+#define VELNOR_SUPPORT_PRODUCTDOMAIN_H
 
 #include <string>
 
@@ -10,7 +10,7 @@ inline constexpr const char* kRegistryKey = "Plugins";
 inline constexpr const char* kRegistryPathKey = "path";
 inline constexpr const char* kRegistryVersionKey = "version";
 
-inline std::string registryDomain(const std::string& vendor, const std::string& product) {
+inline std::string productDomain(const std::string& vendor, const std::string& product) {
     return "com." + vendor + "." + product;
 }
 
