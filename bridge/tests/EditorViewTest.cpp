@@ -112,7 +112,9 @@ TEST_F(EditorView, RootControlSitsAtThePanesCornerAndThePaneTakesItsSize) {
 }
 
 TEST_F(EditorView, IdleComesAfterOneSecondAndThenFifteenTimesASecond) {
+    probe.behaviour.rootControl = &probe; // which is none
     ASSERT_EQ(ShowInitialized(kWindowNoAttributes), noErr);
+    EXPECT_EQ(Count(window->pane), 0);
     probe.clear();
     PlatformAdvanceEventLoop(0.99);
     EXPECT_EQ(TakeOpcodes(), Opcodes{});
@@ -134,12 +136,6 @@ TEST_F(EditorView, RefusedEditorIsStillDetachedAndDestroyed) {
     EXPECT_EQ(window->CloseView(), noErr);
     EXPECT_EQ(TakeOpcodes(), kClosed);
     EXPECT_EQ(probe.openEditors(), 0u);
-}
-
-TEST_F(EditorView, RootControlThatIsNoneIsLeftAlone) {
-    probe.behaviour.rootControl = &probe;
-    ASSERT_EQ(ShowInitialized(kWindowNoAttributes), noErr);
-    EXPECT_EQ(Count(window->pane), 0);
 }
 
 TEST_F(EditorView, WithoutAnEditorItKeepsTheFallbackTextAndSendsNothingMore) {

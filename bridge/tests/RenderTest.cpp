@@ -1,6 +1,8 @@
 #include "testing/TestHost.h"
 #include "testing/Testing.h"
 
+#include <atomic>
+
 namespace velnor::testing {
 namespace {
 
@@ -141,23 +143,6 @@ TEST_F(Buses, ChannelsThatTheEngineDoesNotKnowAreSilentAndMissingOnesHarmless) {
     expectSilence(instrument.pull(1, 2, 64, 64));
 }
 
-TEST_F(Buses, ThirtyTwoChannelsAreTheMostThatTheEngineGets) {
-    ASSERT_EQ(instrument.setFormat(0, 34), noErr);
-    EXPECT_EQ(instrument.initialize(), -10868);
-    ASSERT_EQ(instrument.setFormat(0, 32), noErr);
-    EXPECT_EQ(instrument.initialize(), noErr);
-    expectPattern(instrument.pull(0, 32, 64, 0), 0);
-}
-
-TEST_F(Buses, AreAllSilentWithoutAnEngine) {
-    freshProbe().behaviour.leaveHandleZero = true;
-    ASSERT_EQ(instrument.setBusCount(2), noErr);
-    ASSERT_EQ(instrument.setFormat(1, 5), noErr);
-    ASSERT_EQ(instrument.initialize(), noErr);
-    expectSilence(instrument.pull(1, 5, 64, 0));
-    expectSilence(instrument.pull(0, 2, 64, 0));
-}
-
 TEST_F(Midi, ABlocksEventsComeByOffsetAndThenByArrival) {
     for (const auto& [status, offset] :
          Rows<UInt32, SInt32>{{0x91, 5}, {0x92, 0}, {0x83, 5}, {0xF8, 2}, {0xB0, -7}}) {
@@ -192,17 +177,42 @@ TEST_F(Midi, Message1024IsDroppedWithOneErrorLine) {
     }
 }
 
-TEST_F(Midi, ResetAndInitializeDiscardWhatIsQueued) {
+TEST_F(Midi, InitializeDiscardsWhatIsQueued) {
     instrument.uninitialize();
     instrument.sendMidi(0x90, 1, 2, 0);
     instrument.initialize();
     instrument.pullNext();
     EXPECT_THAT(lastEvents(), IsEmpty());
-    instrument.sendMidi(0x91, 1, 2, 0);
-    AudioUnitReset(instrument.unit(), kAudioUnitScope_Global, 0);
-    instrument.sendMidi(0x92, 1, 2, 0);
-    instrument.pullNext();
-    EXPECT_THAT(lastEvents(), ElementsAre(Pair(0x92, 0)));
+}
+
+// The host's MIDI thread against its render thread, through the component's entry.
+TEST_F(Midi, MessagesSentWhileRenderingArriveOnceAndInOrder) {
+    constexpr SInt32 kMessages = 100000;
+    freshProbe().behaviour.writePattern = false;
+    std::atomic<SInt32> received{0};
+    std::thread producer([&] {
+        for (SInt32 i = 0; i < kMessages; ++i) {
+            while (i - received.load(std::memory_order_acquire) >= 1023) {
+                std::this_thread::yield();
+            }
+            instrument.sendMidi(0x90, static_cast<UInt32>(i & 0x7F), static_cast<UInt32>(i >> 7),
+                                0);
+        }
+    });
+    SInt32 expected = 0;
+    SInt32 wrong = 0;
+    while (expected < kMessages) {
+        instrument.pullNext();
+        for (const MIDIEvent& event : eventsOf(callsOf(kOpProcess).at(0))) {
+            wrong += event.data[1] != (expected & 0x7F) || event.data[2] != (expected >> 7 & 0xFF);
+            ++expected;
+        }
+        takeCalls();
+        received.store(expected, std::memory_order_release);
+        std::this_thread::yield();
+    }
+    producer.join();
+    EXPECT_EQ(wrong, 0);
 }
 
 struct TransportTest : Playing {

@@ -1,19 +1,87 @@
-#include "bridge/tests/faults/FailingAllocation.h"
-#include "platform/CFDictionary.h"
-#include "platform/CFRef.h"
+// Allocations of this process are made to fail.
 #include "platform/EventLoop.h"
+#include "testing/HostBuffers.h"
 #include "testing/HostWindow.h"
 #include "testing/TestHost.h"
-#include "testing/Values.h"
+#include "testing/Testing.h"
 
+#include <cstdlib>
 #include <functional>
-#include <gtest/gtest.h>
+#include <new>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #if defined(__SANITIZE_ADDRESS__)
 #include <sanitizer/lsan_interface.h>
 #endif
+
+namespace {
+
+enum Failed { kNone, kByNew, kByMalloc };
+
+// The countdown-th allocation from here on fails, the first being 1: of operator new, whoever calls
+// it, and of malloc for the component, the platform library and the dynamic loader. Other
+// libraries' own are left out: libplist uses what malloc gives it without a look. One thread.
+long gCountdown = 0; // 0: nothing fails
+Failed gFailed = kNone;
+
+bool isDue(Failed by) {
+    if (gCountdown == 0 || --gCountdown > 0) {
+        return false;
+    }
+    gFailed = by;
+    return true;
+}
+
+} // namespace
+
+void* operator new(std::size_t size) {
+    void* const block = isDue(kByNew) ? nullptr : std::malloc(size > 0 ? size : 1);
+    if (block == nullptr) {
+        throw std::bad_alloc();
+    }
+    return block;
+}
+void* operator new[](std::size_t size) {
+    return operator new(size);
+}
+
+extern "C" {
+
+#if defined(VELNOR_SANITIZED) // the runtimes have a malloc of their own: operator new alone fails
+constexpr bool kMallocFails = false;
+VELNOR_PLATFORM_API const char* __asan_default_options() {
+    return "alloc_dealloc_mismatch=0";
+}
+#else
+constexpr bool kMallocFails = true;
+void* __libc_malloc(std::size_t size);
+void* __libc_calloc(std::size_t count, std::size_t size);
+void* __libc_realloc(void* block, std::size_t size);
+
+static bool isDueFor(const void* caller) {
+    Dl_info info = {};
+    if (gCountdown == 0 || dladdr(caller, &info) == 0) {
+        return false;
+    }
+    const std::string_view path = info.dli_fname;
+    const std::string_view file = path.substr(path.rfind('/') + 1);
+    const bool isOurs =
+        file == "Velnor" || file.starts_with("libvelnorplatform") || file.starts_with("ld-linux");
+    return isOurs && isDue(kByMalloc);
+}
+
+VELNOR_PLATFORM_API void* malloc(std::size_t size) {
+    return isDueFor(__builtin_return_address(0)) ? nullptr : __libc_malloc(size);
+}
+VELNOR_PLATFORM_API void* calloc(std::size_t count, std::size_t size) {
+    return isDueFor(__builtin_return_address(0)) ? nullptr : __libc_calloc(count, size);
+}
+VELNOR_PLATFORM_API void* realloc(void* block, std::size_t size) {
+    return isDueFor(__builtin_return_address(0)) ? nullptr : __libc_realloc(block, size);
+}
+#endif
+}
 
 namespace velnor::testing {
 namespace {
@@ -32,18 +100,6 @@ struct Session {
     HostWindow window;
 };
 
-OSStatus save(Session& session) {
-    UInt32 size = sizeof(CFPropertyListRef);
-    return AudioUnitGetProperty(session.unit, kAudioUnitProperty_ClassInfo, kAudioUnitScope_Global,
-                                0, session.state.Out(), &size);
-}
-
-OSStatus restore(Session& session) {
-    const CFPropertyListRef state = session.state.Get();
-    return AudioUnitSetProperty(session.unit, kAudioUnitProperty_ClassInfo, kAudioUnitScope_Global,
-                                0, &state, sizeof state);
-}
-
 OSStatus show(Session& session) {
     const OSStatus status = session.window.Show(session.components[1], session.unit);
     if (status != noErr) {
@@ -59,9 +115,7 @@ OSStatus render(Session& session) {
         AudioBuffer second;
     } buffers = {{2, {{1, sizeof samples[0], samples[0]}}}, {1, sizeof samples[1], samples[1]}};
     AudioUnitRenderActionFlags flags = 0;
-    AudioTimeStamp time = {};
-    time.mSampleTime = session.sampleTime++;
-    time.mFlags = kAudioTimeStampSampleTimeValid;
+    const AudioTimeStamp time = AtSample(session.sampleTime++);
     const OSStatus status = AudioUnitRender(session.unit, &flags, &time, 0, kFrames, &buffers.list);
     EXPECT_TRUE(status != noErr || samples[1][3] == probe::patternSample(1, 3));
     return status;
@@ -88,13 +142,24 @@ const struct {
      false, 10, true},
     {"initialise", [](Session& session) { return AudioUnitInitialize(session.unit); }, false, 1,
      true},
-    {"save", save, false, 10},
-    {"restore", restore, false, 1},
+    {"save",
+     [](Session& session) {
+         UInt32 size = sizeof(CFPropertyListRef);
+         return AudioUnitGetProperty(session.unit, kAudioUnitProperty_ClassInfo, 0, 0,
+                                     session.state.Out(), &size);
+     },
+     false, 10},
+    {"restore",
+     [](Session& session) {
+         const CFPropertyListRef state = session.state.Get();
+         return AudioUnitSetProperty(session.unit, kAudioUnitProperty_ClassInfo, 0, 0, &state,
+                                     sizeof state);
+     },
+     false, 1},
     {"vendor",
      [](Session& session) {
          UInt32 value = 0;
-         return AudioUnitSetProperty(session.unit, 70000, kAudioUnitScope_Global, 0, &value,
-                                     sizeof value);
+         return AudioUnitSetProperty(session.unit, 70000, 0, 0, &value, sizeof value);
      }},
     {"render", render},
     {"reset",
@@ -123,36 +188,27 @@ void runSession(const Attempt& attempt) {
         EXPECT_TRUE(callsOf(kOpSetChunk).empty()) << kStages[stage].name;
         EXPECT_EQ(kStages[stage].run(session), noErr) << kStages[stage].name;
     }
-    EXPECT_TRUE(CFDictionaryContainsKey(static_cast<CFDictionaryRef>(session.state.Get()),
-                                        String("OrmoData").Get()));
-}
-
-// Which allocation failed in the stage; kNone: it makes no so many.
-FailedAllocation runShortOfMemory(std::size_t failing, long number) {
-    FailedAllocation failed = FailedAllocation::kNone;
-    runSession([&](std::size_t stage, Session& session) {
-        if (stage == failing) {
-            failAllocation(number);
-        }
-        const OSStatus status = kStages[stage].run(session);
-        if (stage == failing) {
-            failed = failedAllocation();
-        }
-        EXPECT_TRUE(status == noErr || (stage == failing && failed != FailedAllocation::kNone &&
-                                        (status == memFullErr || status == couldNotOpenComponent)))
-            << status;
-        return status;
-    });
-    return failed;
+    EXPECT_NE(Get(session.state.Get(), "OrmoData"), nullptr);
 }
 
 constexpr int kWentWrong = 99;
 
-// In a process of its own: what it did and met is gone with it.
+// Lets an allocation of one stage fail, in a process of its own: what it did and met is gone with
+// it. The exit status: which kind of allocation failed; kNone: the stage makes no so many.
 void runAndExit(std::size_t failing, long number, CFIndex objects) {
-    auto failed = FailedAllocation::kNone;
+    auto failed = kNone;
     try {
-        failed = runShortOfMemory(failing, number);
+        runSession([&](std::size_t stage, Session& session) {
+            gCountdown = stage == failing ? number : 0;
+            const OSStatus status = kStages[stage].run(session);
+            gCountdown = 0;
+            failed = gFailed;
+            EXPECT_TRUE(status == noErr ||
+                        (stage == failing && failed != kNone &&
+                         (status == memFullErr || status == couldNotOpenComponent)))
+                << status;
+            return status;
+        });
     } catch (const std::exception& exception) {
         ADD_FAILURE() << exception.what() << " was thrown";
     }
@@ -160,7 +216,7 @@ void runAndExit(std::size_t failing, long number, CFIndex objects) {
 #if defined(__SANITIZE_ADDRESS__)
     EXPECT_EQ(__lsan_do_recoverable_leak_check(), 0);
 #endif
-    _exit(::testing::Test::HasFailure() ? kWentWrong : static_cast<int>(failed));
+    _exit(Test::HasFailure() ? kWentWrong : failed);
 }
 
 // What is alive after a session; the engine's bundle then stays for good.
@@ -170,13 +226,13 @@ CFIndex objectsAfterASession() {
     return PlatformLiveObjectCount();
 }
 
-class AllocationFault : public ::testing::TestWithParam<std::size_t> {};
+class AllocationFault : public TestWithParam<std::size_t> {};
 
 TEST_P(AllocationFault, OfEveryNumberIsAStatusAndLeavesNothingBehind) {
     const CFIndex objects = objectsAfterASession();
-    int byNew = 0, byMalloc = 0;
+    int met[] = {0, 0, 0};
     std::string wrong;
-    for (long number = 1; wrong.size() < 100; ++number) {
+    for (long number = 1; met[kNone] == 0 && wrong.size() < 100; ++number) {
         TestHost host;
         const pid_t child = fork();
         if (child == 0) {
@@ -184,26 +240,20 @@ TEST_P(AllocationFault, OfEveryNumberIsAStatusAndLeavesNothingBehind) {
         }
         int status = 0;
         ASSERT_EQ(waitpid(child, &status, 0), child);
-        const auto failed = FailedAllocation{WIFEXITED(status) ? WEXITSTATUS(status) : kWentWrong};
-        if (failed == FailedAllocation::kNone) {
-            break;
-        }
-        byNew += failed == FailedAllocation::kByNew;
-        byMalloc += failed == FailedAllocation::kByMalloc;
-        if (failed > FailedAllocation::kByMalloc) {
+        if (WIFEXITED(status) && WEXITSTATUS(status) <= kByMalloc) {
+            ++met[WEXITSTATUS(status)];
+        } else {
             wrong += " " + std::to_string(number);
         }
     }
     EXPECT_EQ(wrong, "");
-    EXPECT_GE(byNew, kStages[GetParam()].least);
-    EXPECT_TRUE(byMalloc > 0 || !kStages[GetParam()].usesMalloc || !kMallocFails);
+    EXPECT_GE(met[kByNew], kStages[GetParam()].least);
+    EXPECT_TRUE(met[kByMalloc] > 0 || !kStages[GetParam()].usesMalloc || !kMallocFails);
 }
 
 TEST(EngineException, OfAnyCallIsAStatusAndTheNextCallWorks) {
-    const struct {
-        OrmoOpcode opcode;
-        int failures; // stages that fail for it
-    } cases[] = {
+    // With the number of stages that fail for it.
+    constexpr std::pair<OrmoOpcode, int> kCases[] = {
         {kOpGetVersion, 1},    {kOpOpenInstance, 1},  {kOpSetRateAndBlockSize, 1},
         {kOpResume, 2},        {kOpProcess, 1},       {kOpSuspend, 2},
         {kOpGetChunk, 1},      {kOpSetChunk, 1},      {kOpVendorProperty, 1},
@@ -212,27 +262,26 @@ TEST(EngineException, OfAnyCallIsAStatusAndTheNextCallWorks) {
         {kOpEditorDestroy, 0}, {kOpCloseInstance, 0},
     };
     const CFIndex objects = objectsAfterASession();
-    for (const auto& test : cases) {
-        SCOPED_TRACE(test.opcode);
+    for (const auto& [opcode, expected] : kCases) {
+        SCOPED_TRACE(opcode);
         TestHost host;
         probe::Behaviour& behaviour = freshProbe().behaviour;
         int failures = 0;
         runSession([&](std::size_t stage, Session& session) {
-            behaviour.throwAt = test.opcode;
+            behaviour.throwAt = opcode;
             const OSStatus status = kStages[stage].run(session);
             behaviour.throwAt = -1;
             failures += status != noErr;
             EXPECT_TRUE(status == noErr || status == -1) << status;
             return status;
         });
-        EXPECT_EQ(failures, test.failures);
+        EXPECT_EQ(failures, expected);
         EXPECT_GT(behaviour.thrown, 0);
         EXPECT_EQ(PlatformLiveObjectCount(), objects);
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(Stages, AllocationFault,
-                         ::testing::Range(std::size_t{0}, std::size(kStages)),
+INSTANTIATE_TEST_SUITE_P(Stages, AllocationFault, Range(std::size_t{0}, std::size(kStages)),
                          [](const auto& stage) { return kStages[stage.param].name; });
 
 } // namespace
