@@ -59,12 +59,10 @@ TEST(Record, MultiOutputIsOnForTheByteOneAlone) {
         constexpr auto kTags = kAudioUnitProperty_SupportedChannelLayoutTags;
         EXPECT_EQ(instrument.get(kTags, tags, kAudioUnitScope_Output),
                   multi ? 0 : OSStatus{kAudioUnitErr_InvalidProperty});
-        const int outputs = std::abs(configurations.back().second);
-        for (const int fewer : {-2, multi ? 2 : 0, 0}) {
-            EXPECT_EQ(instrument.setFormat(0, static_cast<UInt32>(outputs - fewer)), noErr);
-            EXPECT_EQ(instrument.initialize(), fewer < 0 ? -10868 : noErr)
-                << outputs << " outputs are offered";
-            EXPECT_EQ(instrument.uninitialize(), noErr);
+        const int outputs = std::abs(configurations.back().second) - (multi ? 2 : 0); // of bus 0
+        for (const int more : {1, 0}) {
+            EXPECT_EQ(instrument.setFormat(0, static_cast<UInt32>(outputs + more)), noErr);
+            EXPECT_EQ(instrument.initialize(), more > 0 ? -10868 : noErr);
         }
         if (multi) {
             EXPECT_THAT(
