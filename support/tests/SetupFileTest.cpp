@@ -14,15 +14,15 @@ std::string property(const std::string& name, const std::string& value) {
 }
 
 // In each element something that hides an end where it counts none.
-std::string nested(int depth) {
+std::string nested(std::size_t depth) {
     constexpr const char* kHidden[] = {"<!-- </a> -->", "<![CDATA[</a>]]>",        "<?x </a>",
                                        "<b c='</a>'/>", "<?xml version='></a>'?>", "<b c=<a></b>",
                                        "&#</a>#65;"};
     std::string text;
-    for (int i = 0; i < depth; ++i) {
+    for (std::size_t i = 0; i < depth; ++i) {
         text += std::string("<a>") + kHidden[i % std::size(kHidden)];
     }
-    for (int i = 0; i < depth; ++i) {
+    for (std::size_t i = 0; i < depth; ++i) {
         text += "</a>";
     }
     return text;
