@@ -237,8 +237,4 @@ std::string visitMidiFile(std::span<const std::uint8_t> bytes, const MidiFileVis
     return "";
 }
 
-std::string checkMidiFile(std::span<const std::uint8_t> bytes) {
-    return visitMidiFile(bytes, [](const MidiFileEvent&) {});
-}
-
 } // namespace velnor::host

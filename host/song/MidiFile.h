@@ -30,7 +30,6 @@ using MidiFileVisitor = std::function<void(const MidiFileEvent&)>;
 // that are no tracks are passed over, as the format asks, and a track need not say that it ends.
 // Thread any, concurrent.
 std::string visitMidiFile(std::span<const std::uint8_t> bytes, const MidiFileVisitor& visit);
-std::string checkMidiFile(std::span<const std::uint8_t> bytes);
 
 } // namespace velnor::host
 

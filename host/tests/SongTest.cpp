@@ -12,6 +12,10 @@ std::span<const std::uint8_t> bytesOf(const std::string& text) {
     return {reinterpret_cast<const std::uint8_t*>(text.data()), text.size()};
 }
 
+std::string problemOf(std::span<const std::uint8_t> bytes) {
+    return visitMidiFile(bytes, [](const MidiFileEvent&) {});
+}
+
 std::string withTrack(const std::string& events) {
     std::string file = std::string("MThd\0\0\0\x06\0\0\0\x01\0\x60MTrk\0\0\0", 21);
     return file + static_cast<char>(events.size()) + events;
@@ -19,9 +23,9 @@ std::string withTrack(const std::string& events) {
 
 TEST(MidiFile, ASongCutAnywhereIsRefused) {
     const std::string whole = testing::songOf({60, 62, 64, 65, 67});
-    EXPECT_EQ(checkMidiFile(bytesOf(whole)), "");
+    EXPECT_EQ(problemOf(bytesOf(whole)), "");
     for (std::size_t size = 0; size < whole.size(); ++size) {
-        EXPECT_NE(checkMidiFile(bytesOf(whole.substr(0, size))), "") << size;
+        EXPECT_NE(problemOf(bytesOf(whole.substr(0, size))), "") << size;
     }
 }
 
@@ -39,7 +43,7 @@ TEST(MidiFile, SaysWhatIsWrongAndWhere) {
              {withTrack(std::string("\0\xF0\x05\x01", 4)), "track 1 is cut short at byte 25"},
              {withTrack(std::string("\0\xF3\x01", 3)),
               "track 1 has a message that files do not hold at byte 24"}}) {
-        EXPECT_EQ(checkMidiFile(bytesOf(file)), problem);
+        EXPECT_EQ(problemOf(bytesOf(file)), problem);
     }
 }
 
@@ -108,7 +112,7 @@ TEST(MidiSong, TimeIsCountedInQuartersOrInFramesOfFilm) {
         EXPECT_DOUBLE_EQ(song.tempoMap.secondsAtTick(1000), seconds) << division;
     }
     for (const int division : {0, 0xE700, 0xE604}) {
-        EXPECT_NE(checkMidiFile(bytesOf(testing::midiFile({"00FF2F00"}, division))), "");
+        EXPECT_NE(problemOf(bytesOf(testing::midiFile({"00FF2F00"}, division))), "");
     }
 }
 
