@@ -2,13 +2,12 @@
 
 #include "support/XmlExtent.h"
 
+#include <algorithm>
 #include <array>
-#include <cctype>
 #include <cstdio>
 #include <cstring>
 #include <fstream>
 #include <memory>
-#include <string_view>
 #include <tinyxml.h>
 
 namespace velnor {
@@ -16,14 +15,14 @@ namespace velnor {
 namespace {
 
 constexpr std::size_t kLargestFile = std::size_t{64} << 20;
-constexpr XmlExtent kLargestTree = {.depth = 1024, .nodes = 1 << 18, .attributes = 1024};
-constexpr std::size_t kLongestDeclaration = 1024;
-constexpr std::string_view kUtf8Mark = "\xEF\xBB\xBF";
+constexpr XmlExtent kLargestTree = {
+    .depth = 1024, .nodes = 1 << 18, .attributes = 1024, .compared = 1 << 28};
 
 struct FileCloser {
     void operator()(std::FILE* file) const { std::fclose(file); }
 };
 
+// As far as the first zero byte, where a text ends.
 bool readWhole(const std::string& path, std::string& text) {
     std::ifstream in(path, std::ios::binary);
     std::array<char, 1 << 16> piece;
@@ -31,8 +30,9 @@ bool readWhole(const std::string& path, std::string& text) {
         in.read(piece.data(), piece.size());
         text.append(piece.data(), static_cast<std::size_t>(in.gcount()));
     }
-    return in.eof() && !text.empty() && text.size() <= kLargestFile &&
-           text.find('\0') == std::string::npos;
+    const bool isWhole = in.eof() && text.size() <= kLargestFile;
+    text.resize(std::min(text.size(), text.find('\0')));
+    return isWhole && !text.empty();
 }
 
 // Line ends as XML has them.
@@ -47,30 +47,11 @@ void normaliseLines(std::string& text) {
     text.resize(to);
 }
 
-// As the parser finds it out by itself, which the measure must know before.
-TiXmlEncoding encodingOf(const std::string& text) {
-    if (text.starts_with(kUtf8Mark)) {
-        return TIXML_ENCODING_UTF8;
-    }
-    TiXmlDocument head;
-    head.Parse((text.substr(0, text.substr(0, kLongestDeclaration).find('>')) + ">").c_str());
-    const TiXmlNode* first = head.FirstChild();
-    const TiXmlDeclaration* declaration = first == nullptr ? nullptr : first->ToDeclaration();
-    if (declaration == nullptr) {
-        return TIXML_ENCODING_LEGACY;
-    }
-    std::string name = declaration->Encoding();
-    for (char& c : name) {
-        c = static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
-    }
-    const bool isUtf8 = name.empty() || name.starts_with("UTF-8") || name.starts_with("UTF8");
-    return isUtf8 ? TIXML_ENCODING_UTF8 : TIXML_ENCODING_LEGACY;
-}
-
-bool isBearable(const std::string& text, TiXmlEncoding encoding) {
-    const XmlExtent extent = measureXml(text, encoding == TIXML_ENCODING_UTF8);
+bool isBearable(const std::string& text) {
+    const XmlExtent extent = measureXml(text);
     return extent.depth <= kLargestTree.depth && extent.nodes <= kLargestTree.nodes &&
-           extent.attributes <= kLargestTree.attributes && !extent.isCut;
+           extent.attributes <= kLargestTree.attributes &&
+           extent.compared <= kLargestTree.compared && !extent.isCut;
 }
 
 bool load(const std::string& path, TiXmlDocument& document) {
@@ -79,12 +60,11 @@ bool load(const std::string& path, TiXmlDocument& document) {
         return false;
     }
     normaliseLines(text);
-    const TiXmlEncoding encoding = encodingOf(text);
-    if (!isBearable(text, encoding)) {
+    if (!isBearable(text)) {
         return false;
     }
     const std::unique_ptr<std::FILE, FileCloser> file(fmemopen(text.data(), text.size(), "rb"));
-    return file && document.LoadFile(file.get(), encoding);
+    return file && document.LoadFile(file.get());
 }
 
 struct Expectation {

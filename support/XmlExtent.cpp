@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <cctype>
+#include <string>
 #include <tinyxml.h>
 
 namespace velnor {
@@ -10,6 +11,8 @@ namespace velnor {
 namespace {
 
 constexpr std::string_view kDeclaration = "<?xml";
+constexpr std::size_t kLongestDeclaration = 1024;
+constexpr std::string_view kUtf8Mark = "\xEF\xBB\xBF";
 constexpr std::string_view kComment = "<!--";
 constexpr std::string_view kCharacterData = "<![CDATA[";
 constexpr std::array<std::string_view, 3> kDeclared = {"version", "encoding", "standalone"};
@@ -33,11 +36,28 @@ bool isNameCharacter(char c) {
            c == '.' || c == ':';
 }
 
+// A declaration that names none means UTF-8.
+bool declaresUtf8(std::string_view text) {
+    TiXmlDocument document;
+    document.Parse(std::string(text.substr(0, kLongestDeclaration)).c_str());
+    const TiXmlNode* first = document.FirstChild();
+    const TiXmlDeclaration* declaration = first == nullptr ? nullptr : first->ToDeclaration();
+    if (declaration == nullptr) {
+        return false;
+    }
+    std::string name = declaration->Encoding();
+    std::transform(name.begin(), name.end(), name.begin(), [](char c) {
+        return static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
+    });
+    return name.empty() || name.starts_with("UTF-8") || name.starts_with("UTF8");
+}
+
 // Goes through a document as TinyXML does. Where TinyXML gives up it goes on: no tree comes of the
 // rest.
 class Walk {
 public:
-    Walk(std::string_view text, bool isUtf8) : mText(text), mIsUtf8(isUtf8) {}
+    explicit Walk(std::string_view text)
+        : mText(text), mIsUtf8(text.starts_with(kUtf8Mark)), mIsEncodingKnown(mIsUtf8) {}
 
     XmlExtent measure() {
         for (skipText(); mAt < mText.size(); skipText()) {
@@ -135,7 +155,8 @@ private:
     void readTag() {
         mExtent.depth = std::max(mExtent.depth, ++mDepth);
         std::size_t attributes = 0;
-        for (++mAt; mAt < mText.size() && now() != '>'; ++mAt) {
+        std::size_t names = 0;
+        for (++mAt; mAt < mText.size() && now() != '>'; ++mAt, ++names) {
             if (const char quote = now(); isQuote(quote)) {
                 ++mAt;
                 skipCharactersTo(quote);
@@ -148,10 +169,12 @@ private:
         ++mAt;
         mExtent.nodes += attributes;
         mExtent.attributes = std::max(mExtent.attributes, attributes);
+        mExtent.compared += attributes * names;
     }
 
     // A quote counts only where one of three attributes has its value.
     void readDeclaration() {
+        const std::size_t begin = mAt;
         mAt += kDeclaration.size();
         while (mAt < mText.size() && now() != '>') {
             skipSpace();
@@ -165,6 +188,10 @@ private:
             }
         }
         ++mAt;
+        if (mDepth == 0 && !mIsEncodingKnown) {
+            mIsUtf8 = declaresUtf8(mText.substr(begin, mAt - begin));
+            mIsEncodingKnown = true;
+        }
     }
 
     void readDeclared() {
@@ -186,6 +213,7 @@ private:
 
     std::string_view mText;
     bool mIsUtf8;
+    bool mIsEncodingKnown; // by a mark or the first declaration outside the root
     std::size_t mAt = 0;
     std::size_t mDepth = 0;
     XmlExtent mExtent;
@@ -193,8 +221,8 @@ private:
 
 } // namespace
 
-XmlExtent measureXml(std::string_view text, bool isUtf8) {
-    return Walk(text, isUtf8).measure();
+XmlExtent measureXml(std::string_view text) {
+    return Walk(text).measure();
 }
 
 } // namespace velnor

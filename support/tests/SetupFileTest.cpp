@@ -38,9 +38,11 @@ TEST(SetupFile, EveryVendorAndProductMustAgree) {
     }
     std::string flat;
     std::string attributes;
+    std::string longNames;
     for (int i = 0; i < 2048; ++i) {
         flat += "<a>" + std::string(1 << 10, '>') + "</a>";
         attributes += " a" + std::to_string(i) + "=''";
+        longNames += i < 1000 ? " a" + std::string(1000, 'x') + std::to_string(i) + "=''" : "";
     }
     const TempFolder folder;
     for (const auto& [content, expected] : Rows<std::string, std::string>{
@@ -71,6 +73,11 @@ TEST(SetupFile, EveryVendorAndProductMustAgree) {
              {setup(good + nested(1023)), ""},
              {setup(good + nested(1024)), "Could not load file"},
              {setup("<a" + attributes + "/>"), "Could not load file"},
+             {setup("<a" + longNames + "/>"), "Could not load file"},
+             {setup(good) + std::string("\0<", 2), ""},
+             {"<!-- x --><?xml encoding='UTF-8'?>" + setup(property("vendor", "&#xE9;")),
+              "incorrect vendor in file \xC3\xA9"},
+             {setup(property("vendor", "&#xE9;")), "incorrect vendor in file \xE9"},
              {setup(good + std::string(64 << 20, ' ')), "Could not load file"}}) {
         const std::string path = WriteFile(folder / "OrmoSetup.xml", content);
         std::string message;
