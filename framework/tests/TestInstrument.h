@@ -110,7 +110,7 @@ public:
     OFFERED(UInt32, SupportedNumChannels, (const AUChannelInfo** out), (out),
             Fill(out, std::data(kInfos), UInt32{2}))
     OFFERED(UInt32, GetChannelLayoutTags, (UInt32 scope, UInt32 bus, AudioChannelLayoutTag* out),
-            (scope, bus, out), scope != kOutput ? 0 : Fill(out, kTag, 1))
+            (scope, bus, out), scope != kOutput ? 0u : Fill(out, kTag, 1u))
     OFFERED(OSStatus, SetAudioChannelLayout,
             (UInt32 scope, UInt32 bus, const AudioChannelLayout* layout), (scope, bus, layout),
             Record("SetLayout", scope, bus, layout->mNumberChannelDescriptions))
