@@ -131,6 +131,7 @@ TEST_F(EditorView, RefusedEditorIsStillDetachedAndDestroyed) {
     probe.behaviour.editorOpenResult = -5;
     EXPECT_EQ(ShowInitialized(kWindowCompositingAttribute), 1);
     EXPECT_EQ(window->pane, nullptr);
+    EXPECT_EQ(Count(window->root), 0);
     PlatformAdvanceEventLoop(3);
     EXPECT_EQ(TakeOpcodes(), (Opcodes{kOpEditorCreate, kOpEditorOpen}));
     EXPECT_EQ(window->CloseView(), noErr);

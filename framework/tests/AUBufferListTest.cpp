@@ -5,7 +5,6 @@
 #include "testing/Testing.h"
 
 #include <limits>
-#include <numeric>
 
 namespace velnor::testing {
 namespace {
@@ -58,32 +57,6 @@ TEST(AUBufferList, PreparedBuffersAreApartAlignedAndInsideTheAllocation) {
     }
 }
 
-TEST(AUBufferList, RefusesWhatWasNotAllocated) {
-    AUBufferList buffers;
-    const auto stereo = Format(2);
-    const auto prepare = [&](const AudioStreamBasicDescription& format, UInt32 frames) {
-        return StatusOfCall([&] { buffers.PrepareBuffer(format, frames); });
-    };
-    AudioBufferList list{1, {{1, 0, nullptr}}};
-    EXPECT_EQ(prepare(stereo, 0), kAudioUnitErr_FormatNotSupported);
-    EXPECT_EQ(StatusOfCall([&] { buffers.SetBufferList(list); }), -1);
-    buffers.Allocate(stereo, 100);
-    EXPECT_EQ(StatusOfCall([&] { buffers.GetBufferList(); }), -1);
-    EXPECT_EQ(StatusOfCall([&] { buffers.CopyBufferListTo(list); }), -1);
-    EXPECT_EQ(StatusOfCall([&] { buffers.CopyBufferContentsTo(list); }), -1);
-    EXPECT_EQ(prepare(Format(3), 10), kAudioUnitErr_FormatNotSupported);
-    EXPECT_EQ(prepare(stereo, 101), kAudioUnitErr_TooManyFramesToProcess);
-    auto wide = stereo;
-    wide.mBytesPerFrame = 0xFFFFFFFF;
-    EXPECT_EQ(prepare(wide, 1), kAudioUnitErr_TooManyFramesToProcess);
-    EXPECT_EQ(StatusOfCall([&] { buffers.PrepareNullBuffer(wide, 2); }),
-              kAudioUnitErr_TooManyFramesToProcess);
-    EXPECT_EQ(prepare(stereo, 100), noErr);
-    buffers.Deallocate();
-    EXPECT_EQ(buffers.GetState(), AUBufferList::kStateInvalid);
-    EXPECT_EQ(prepare(stereo, 1), kAudioUnitErr_TooManyFramesToProcess);
-}
-
 TEST(AUBufferList, ImpossibleAllocationFailsAndLeavesTheBuffersUsable) {
     constexpr UInt32 kMost = std::numeric_limits<UInt32>::max();
     for (const auto& [channels, bytesPerFrame, frames] :
@@ -101,33 +74,6 @@ TEST(AUBufferList, ImpossibleAllocationFailsAndLeavesTheBuffersUsable) {
             << channels << " channels, " << frames << " frames";
         EXPECT_EQ(buffers.PrepareBuffer(Format(2), 64).mNumberBuffers, 2u);
     }
-}
-
-TEST(AUBufferList, CopiesItsOwnBytesWhateverTheDestinationsSizeAndNoMoreBuffers) {
-    AUBufferList buffers;
-    const auto mono = Format(1);
-    buffers.Allocate(mono, 8);
-    auto* const own = static_cast<Float32*>(buffers.PrepareBuffer(mono, 8).mBuffers[0].mData);
-    std::iota(own, own + 8, 1.0f);
-
-    for (const UInt32 said : {32u, 64u, 12u, 0u}) {
-        std::vector<Float32> place(16, -1.0f);
-        AudioBufferList list{1, {{1, said, place.data()}}};
-        buffers.CopyBufferContentsTo(list);
-        EXPECT_EQ(list.mBuffers[0].mDataByteSize, 32u);
-        for (UInt32 i = 0; i < place.size(); ++i) {
-            EXPECT_EQ(place[i], i < 8 ? own[i] : -1.0f) << said;
-        }
-    }
-    AudioBufferList none{0, {{7, 7, nullptr}}};
-    buffers.CopyBufferListTo(none);
-    EXPECT_EQ(none.mBuffers[0].mNumberChannels, 7u);
-    AudioBufferList lent{1, {{0, 0, nullptr}}};
-    buffers.CopyBufferListTo(lent);
-    EXPECT_EQ(lent.mBuffers[0].mData, own);
-    lent.mBuffers[0].mDataByteSize = 0;
-    buffers.CopyBufferContentsTo(lent);
-    EXPECT_EQ(lent.mBuffers[0].mDataByteSize, 32u);
 }
 
 TEST(AUBufferList, ExternalBlockTakesOverAndServesTheFramesThatFit) {

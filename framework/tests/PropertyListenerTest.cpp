@@ -28,28 +28,6 @@ void TellOther(void* inTold, AudioUnit, AudioUnitPropertyID, AudioUnitScope, Aud
     static_cast<Told*>(inTold)->count += 100;
 }
 
-TEST(PropertyListeners, AreCalledOnceForEachUserDataUntilThePairIsRemoved) {
-    const OpenInstrument unit;
-    Told one, two;
-    for (Told* told : {&one, &one, &two}) {
-        EXPECT_EQ(AudioUnitAddPropertyListener(unit, kTold, Tell, told), noErr);
-    }
-    AudioUnitAddPropertyListener(unit, kTold, TellOther, &one);
-    AudioUnitAddPropertyListener(unit, kTold + 1, Tell, &two);
-    unit->PropertyChanged(kTold, 0, 0);
-    EXPECT_EQ(one.count, 101);
-    EXPECT_EQ(two.count, 1);
-    EXPECT_EQ(one.by, static_cast<AudioUnit>(unit));
-    EXPECT_EQ(AudioUnitRemovePropertyListener(unit, kTold, Tell), noErr);
-    EXPECT_EQ(AudioUnitRemovePropertyListener(unit, kTold, Tell), noErr) << "none is no error";
-    unit->PropertyChanged(kTold, 0, 0);
-    EXPECT_EQ(one.count, 201);
-    EXPECT_EQ(two.count, 1);
-    AudioUnitAddPropertyListener(unit, kTold, Tell, &two);
-    unit->PropertyChanged(kTold, 0, 0);
-    EXPECT_EQ(two.count, 2) << "a freed slot serves again";
-}
-
 TEST(PropertyListeners, MayChangeTheListWhileTheyAreCalled) {
     const OpenInstrument unit;
     Told late, adds, removes, after;

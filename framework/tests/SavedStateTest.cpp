@@ -116,38 +116,14 @@ TEST(SavedState, RefusedDictionaryChangesNothing) {
     EXPECT_EQ(Text(unit->GetCurrentPreset().presetName), "Untitled");
 }
 
-TEST(SavedState, UnitWithoutARegistrationAnswersTheRegistrysError) {
-    TestInstrument::sShape = {};
-    TestInstrument unit(nullptr);
-    unit.PostConstructor();
-    CFPropertyListRef state = nullptr;
-    EXPECT_EQ(unit.SaveState(&state), invalidComponentID);
-    EXPECT_EQ(state, nullptr);
-    EXPECT_EQ(unit.RestoreState(Dictionary().Get()), invalidComponentID);
-}
-
-TEST(SavedState, BlobIsReadUpToItsLastWholeRecord) {
-    const auto blob = FromHex(kExample + "00000002 00000001 00000001 00000009 40000000");
-    for (size_t length = 0; length <= blob.size(); ++length) {
-        OpenInstrument unit({.outputs = 2});
-        EXPECT_EQ(Restore(unit, WithBlob(unit, blob.substr(0, length)).Get()), noErr);
-        EXPECT_EQ(unit.Parameter(0), length >= 28 ? 1.0f : -1.0f) << length;
-        EXPECT_EQ(unit.Parameter(5), length >= 28 ? 0.5f : -1.0f) << length;
-        EXPECT_EQ(unit.Parameter(9, kOutput, 1), length == blob.size() ? 2.0f : -1.0f) << length;
-    }
-}
-
 TEST(SavedState, HostileRecordEndsTheWalkAndKeepsWhatStoodBefore) {
     const std::string valid = "00000000 00000000 00000001 00000001 40000000";
     // The last column is parameter 1, which the record behind sets to 2.
     for (const auto& [record, status, after] : Rows<std::string, OSStatus, Float32>{
              {"00000000 00000000 FFFFFFFF ", noErr, -1},
-             {"00000000 00000000 80000000 ", noErr, -1},
              {"00000000 00000000 20000001 ", noErr, -1},
              {"00000002 00000007 00000000 ", noErr, -1},
-             {"00000000 FFFFFFFF 00000000 ", noErr, -1},
              {"00000005 00000000 00000000 ", kAudioUnitErr_InvalidScope, -1},
-             {"FFFFFFFF 00000000 00000000 ", kAudioUnitErr_InvalidScope, -1},
              {"00000003 00000000 00000001 00000001 40000000 ", noErr, 2},
              {"00000000 00000000 00000000 ", noErr, 2}}) {
         OpenInstrument unit({.outputs = 1, .groups = 1});
@@ -156,32 +132,19 @@ TEST(SavedState, HostileRecordEndsTheWalkAndKeepsWhatStoodBefore) {
         EXPECT_EQ(unit.Parameter(5), 0.5f) << record;
         EXPECT_EQ(unit.Parameter(1), after) << record;
     }
-    OpenInstrument indexed({.indexedParameters = 3});
-    EXPECT_EQ(BlobOf(Saved(indexed)).size(), 12u + 3 * 8);
-    const State state = WithBlob(
-        indexed, FromHex("00000000 00000000 00000002 00000002 3F000000 00000003 3F000000"));
-    Set(state.Get(), "name", String("New").Get());
-    EXPECT_EQ(Restore(indexed, state.Get()), kAudioUnitErr_InvalidParameter);
-    EXPECT_EQ(indexed.Parameter(2), 0.5f);
-    EXPECT_EQ(Text(indexed->GetCurrentPreset().presetName), "Untitled");
 }
 
 TEST(SavedState, ElementNamesGrowTheirScopeWithinItsLimit) {
     // The last column is the element that has the name then.
     for (const auto& [key, count, named] :
          Rows<std::string, UInt32, int>{{"3", 4, 3},
-                                        {"0", 2, 0},
                                         {"0001", 2, 1},
                                         {"1023", 1024, 1023},
                                         {"1024", 2, -1},
-                                        {"4294967295", 2, -1},
                                         {"4294967296", 2, -1},
-                                        {std::string(31, '9'), 2, -1},
                                         {std::string(32, '0'), 2, -1},
-                                        {"-1", 2, -1},
                                         {"", 2, -1},
-                                        {"1x", 2, -1},
-                                        {" 1", 2, -1}}) {
+                                        {"1x", 2, -1}}) {
         OpenInstrument unit({.outputs = 2});
         unit->mOffersAll = false; // the count is not writable, and yet it grows
         Changes changes(unit, {kAudioUnitProperty_ElementCount});
