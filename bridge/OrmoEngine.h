@@ -4,17 +4,63 @@
 // The engine contract: everything that an engine maker needs to write a sound engine for the
 // plug-in. Plain C99, for C and C++, and complete in itself.
 //
-// An engine is a bundle (`Name.engine/Contents/Info.plist`,
-// `Contents/<platform>/<executable>`) whose executable exports one function with C linkage and the
-// platform's standard calling convention:
+// An engine is a bundle: an executable for each width that it is made for, 64 bits and 32, and a
+// property list that needs to say no more than this.
 //
+//     Name.engine/Contents/x86_64-linux/Name
+//     Name.engine/Contents/i386-linux/Name
+//     Name.engine/Contents/Info.plist
+//         <plist version="1.0"><dict>
+//         <key>CFBundleExecutable</key><string>Name</string>
+//         </dict></plist>
+//
+// An executable is a shared object; with this header in FOLDER:
+//
+//     cc                          -O2 -fPIC -shared -fvisibility=hidden -IFOLDER Name.c -o ...
+//     cc -m32 -msse2 -mfpmath=sse -O2 -fPIC -shared -fvisibility=hidden -IFOLDER Name.c -o ...
+//
+// All its symbols are resolved when it is loaded, and it stays in the process for good. It exports
+// one function with C linkage and the platform's standard calling convention:
+//
+//     __attribute__((visibility("default")))
 //     int32_t ormoOpcode(OrmoWord target, OrmoWord opcode,
 //                        OrmoWord ptr1, OrmoWord ptr2, OrmoWord ptr3,
 //                        OrmoWord val1, OrmoWord val2, OrmoWord val3, OrmoWord val4);
 //
-// All records are little-endian. All texts are NUL-terminated. The plug-in takes no lock around
-// any call and does not serialise kOpProcess, which comes on the host's render thread, against the
-// calls that come on the host's main thread.
+// All records are little-endian. All texts are NUL-terminated. Addresses that the plug-in passes
+// are good for the one call only, but for EngineOpenBlock and its text.
+//
+// Order, for one instrument:
+//
+//     it is opened                   kOpGetVersion
+//     initialised                    kOpOpenInstance, at each time until there is a handle; then
+//                                    kOpSetRateAndBlockSize, kOpResume
+//     renders                        kOpProcess, once a block
+//     reset; offline on or off       kOpSuspend, kOpResume
+//     rate changed                   kOpSuspend, kOpSetRateAndBlockSize, kOpResume
+//     no longer initialised          kOpSuspend
+//     closed                         kOpCloseInstance
+//
+// What is between the opening and the closing comes in any order that the host likes: one of
+// kOpSuspend and kOpResume may come twice in a row, and the host may never initialise. Chunks and
+// properties come at any time while there is a handle.
+//
+// Results: 0 is success. Only those of kOpGetChunk, kOpEditorOpen and kOpVendorProperty are looked
+// at; where no result is named, return 0. To an opcode or handle that it does not know an engine
+// answers a number other than 0, and does nothing. The plug-in never sends 0 to 7, 14, 16, 17, 20,
+// 27, 29 and what is above 30. No exception may leave the entry point.
+//
+// Threads: kOpProcess comes on the host's render thread, the others one after the other on the
+// thread on which the host does set-up, properties and state, as a rule its main thread. The
+// plug-in takes no lock around any call. So kOpProcess of an instance overlaps no other kOpProcess
+// of it, and neither its kOpOpenInstance nor its kOpCloseInstance, but may overlap every other
+// operation: kOpSetRateAndBlockSize, kOpSuspend, kOpResume, chunks, properties, editors. Different
+// instances may render at the same time.
+//
+// A small engine needs no lock for that: let kOpProcess alone touch what sounds, and the other
+// operations leave it single atomic words (rate, a parameter, a count of suspends and resumes),
+// which it looks at when it begins. What is larger is guarded by one atomic flag: kOpProcess only
+// tries to take it and writes silence when it cannot, the others wait for it.
 
 #include <stddef.h>
 #include <stdint.h>
@@ -48,7 +94,8 @@ typedef int32_t (*OrmoOpcodeProc)(OrmoWord target, OrmoWord opcode, OrmoWord ptr
 // The name under which an engine's executable exports its entry point.
 #define ORMO_ENTRY_NAME "ormoOpcode"
 
-// The setup file's place in the data directory.
+// The setup file's place in the data directory. It may be missing: the plug-in makes its path for
+// kOpEditorCreate and never reads it.
 #define ORMO_SETUP_FILE "/OrmoSetup.xml"
 
 // What an installer writes, so that instruments find the engine: the path of the engine's bundle as
@@ -59,58 +106,81 @@ typedef int32_t (*OrmoOpcodeProc)(OrmoWord target, OrmoWord opcode, OrmoWord ptr
 #define ORMO_DATA_DIR_KEY "base_dir"
 
 // Opaque handles, chosen by the engine; 0 means none. An engine handle stands for one instrument
-// instance, an editor handle for one editor view.
+// instance, an editor handle for one editor view. 32 bits at both widths: too few for a pointer in
+// a 64-bit process, so use an index into a table. The two kinds are numbered apart from each other.
 typedef uint32_t OrmoEngineHandle;
 typedef uint32_t OrmoEditorHandle;
 
 // The operations. "engine" and "editor" in target position are the handles; `main` is the thread
 // on which the host does set-up, properties and state, `render` its audio thread.
 enum OrmoOpcode {
-    // target 0; ptr1: 32-byte version text buffer (out). main. Once, right after loading.
+    // target 0; ptr1: 32-byte version text buffer, zeroed (out). main. Once for each instrument,
+    // before its other operations. The text goes into the log, and decides compatSlots.
     kOpGetVersion = 8,
     // target 0; ptr1: EngineOpenBlock (in); ptr2: engine handle slot, u32, holding 0 (out): left 0
-    // when the engine cannot open, and then asked again at the next initialisation. main.
+    // when the engine cannot open, and then asked again at the next initialisation, the instrument
+    // being silent; the reason goes to standard error, as the log is not the engine's. main.
     kOpOpenInstance = 9,
-    // target engine. The last call for this handle. main.
+    // target engine. The last call for this handle, but for those of editors that are still open.
+    // main.
     kOpCloseInstance = 10,
-    // target engine; val1: sample rate in Hz, fraction cut off; val2: most frames that one
-    // kOpProcess will ask for. main. The instance is new or suspended, unless the host reset
-    // it, set offline rendering or changed the rate while it was not initialised.
+    // target engine; val1: sample rate in Hz, fraction cut off, i32; val2: most frames that one
+    // kOpProcess will ask for. main. Nobody checks the rate: an engine is silent at one that it
+    // cannot play, as 0 or less. The instance is new or suspended, unless the host reset it, set
+    // offline rendering or changed the rate while it was not initialised.
     kOpSetRateAndBlockSize = 11,
-    // target engine: rendering stops. main.
+    // target engine: rendering stops, all sound ends. main.
     kOpSuspend = 12,
-    // target engine; val1: 1 when the host renders offline, else 0: rendering (re)starts. main.
+    // target engine; val1: 1 when the host renders offline, else 0: rendering (re)starts, from
+    // silence. main.
     kOpResume = 13,
-    // target engine; ptr1: MIDIEventBlock (in); ptr2: channel pointer array: one `float*` for each
-    // of the open block's channelCount channels, each with room for val1 samples, all of which the
-    // engine writes; ptr3: OrmoSyncInfo (in); val1: frames. render: must not block. The three
-    // addresses are good for this call only.
+    // target engine; ptr1: MIDIEventBlock (in); ptr2: channel pointer array (in); ptr3:
+    // OrmoSyncInfo (in); val1: frames, 0 to the most that was told. render: must not block. While
+    // it runs, denormal numbers count as 0.
+    //
+    // The array holds a `float*` for each of the open block's channelCount channels, each with room
+    // for val1 samples, all of which the engine writes, silence too: what they hold before is not
+    // defined. Full scale is -1 to 1; nothing is clipped on the way to the host. Bus 0's channels
+    // come first, then bus 1's and so on, each in the bus's own order: of a stereo bus left, right.
+    // Where one bus ends and the next one begins the engine is not told; most are stereo. Channels
+    // that the host has no place for (the one that makes an odd number even, and those of buses
+    // that it took away later) share one spare buffer, so that several entries may be equal.
     kOpProcess = 15,
     // target engine; ptr1: slot for the chunk's address (out, pointer width); ptr2: slot for its
-    // size in bytes, i32 (out). Result 0: delivered. The engine owns the memory; it is copied
-    // before any other call. A size below 1 means no chunk. main.
+    // size in bytes, i32 (out); both hold 0. Result 0: delivered; another, or a size below 1: the
+    // state is saved without a chunk. The engine owns the memory and leaves it as it is until the
+    // next call on main. main.
     kOpGetChunk = 18,
-    // target engine; ptr1: chunk bytes (in, gone after the call); val1: size in bytes. main.
+    // target engine; ptr1: chunk bytes (in); val1: size in bytes, 0 or more. main. Bytes of an
+    // earlier kOpGetChunk, of whatever version of the engine, or damaged: check them.
     kOpSetChunk = 19,
     // target engine; ptr1: editor handle. After kOpEditorOpen succeeded. main.
     kOpAttachEditor = 21,
-    // target engine; ptr1: editor handle. Before kOpEditorDestroy. main.
+    // target engine; ptr1: editor handle. Before kOpEditorDestroy, of an editor that was never
+    // attached, too. main.
     kOpDetachEditor = 22,
     // target 0; ptr1: setup-file path text; ptr2: editor handle slot, u32, holding 0 (out);
-    // ptr3: engine handle. main.
+    // ptr3: engine handle. main. Left 0: nothing more is sent, and the view asks the user to
+    // reinstall the product. An engine without an editor gives any other handle, opens, and has no
+    // control: the view stays empty.
     kOpEditorCreate = 23,
-    // target editor. The last call for this handle. main.
+    // target editor. The last call for this handle. main. A view may outlive its instrument: the
+    // calls for an editor may come after kOpCloseInstance, with the closed handle.
     kOpEditorDestroy = 24,
-    // target editor; ptr1: the host's window (WindowRef); val1: 1. Result 0: opened. main.
+    // target editor; ptr1: the host's window (WindowRef); val1: 1. main. Result 0: opened; another:
+    // the host is told that there is no view, and the editor is detached and destroyed in the end.
     kOpEditorOpen = 25,
-    // target editor. Fifteen times a second from the main event loop.
+    // target editor. Fifteen times a second from the main event loop, at first a second after
+    // kOpEditorGetView.
     kOpEditorIdle = 26,
     // target editor; ptr1: slot for the editor's root control (ControlRef, out, pointer width),
-    // holding 0; left 0 when there is none. main.
+    // holding 0; left 0 when there is none. main. Windows and controls are the platform library's,
+    // platform/Controls.h; only an engine with an editor needs it.
     kOpEditorGetView = 28,
-    // target engine; ptr1: 4-byte property value, in for a set, out for a get (which of the two is
-    // the engine's convention per id); val1: property id, at least kVendorPropertyFirst.
-    // Result 0: success. main.
+    // target engine; ptr1: 4-byte property value at any address, in for a set, out for a get (which
+    // of the two is the engine's convention per id); val1: property id, at least
+    // kVendorPropertyFirst. main. Result 0: success; another, as for an id that it does not know,
+    // goes into the log, and the host is told that the value is invalid.
     kOpVendorProperty = 30
 };
 
@@ -145,11 +215,18 @@ enum OrmoSharedProperty {
 //   offset        size
 //   32-bit 64-bit
 //        0      0    4   reserved       always 0
-//        4      4    4   channelCount   channels of every kOpProcess, always even
+//        4      4    4   channelCount   channels of every kOpProcess, as long as the handle
+//                                       lives: those of all output buses, plus 1 when they are odd;
+//                                       0 to 32, as a rule 2
 //        8      8    4   compatSlots    1: status bytes come without channel numbers; else 0
 //        -     12    4   (gap, 0)
-//       12     16  4/8   dataDir        address of the data directory's path
+//       12     16  4/8   dataDir        address of the data directory's path, UTF-8
 //       16     24        end
+//
+// compatSlots is 1 for an engine that answers kOpGetVersion with exactly "1025", and changes
+// nothing else. It serves an old engine; a new one answers another text and finds 0.
+//
+// dataDir is what the user's preferences say, unchecked: a new engine may use it or not.
 typedef struct EngineOpenBlock {
     uint32_t reserved;
     uint32_t channelCount;
@@ -170,11 +247,17 @@ ORMO_ASSERT(sizeof(EngineOpenBlock) == (sizeof(void*) == 4 ? 16 : 24), OrmoOpenB
 //    1  u8   data[1]      first data byte
 //    2  u8   data[2]      second data byte
 //    3  u8   data[3]      0
-//    4  i32  offset       frame in this block at which the message takes effect; may be negative
+//    4  i32  offset       frame in this block at which the message takes effect
 //    8  u32  reserved0    0
 //   12  u32  reserved1    0
 //   16  u32  reserved2    0
 //   20  u8   unused[12]   never written by the plug-in
+//
+// All bytes and the offset are passed on as the host gave them. A message comes once, in the block
+// that follows it, whatever its offset: a negative one takes effect at frame 0, one at or beyond
+// the block's end after its last frame, so that it is heard from the next block on. There is no
+// running status and no system exclusive; a note on of velocity 0 is a note off; a status byte
+// below 128 and data bytes above 127 are a host's mistake, to be passed over.
 typedef struct MIDIEvent {
     uint8_t data[4];
     int32_t offset;
