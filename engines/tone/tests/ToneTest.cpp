@@ -79,7 +79,8 @@ TEST_F(Tone, KeepsInstancesApartRefusesStrangersAndHasAnEmptyView) {
         EXPECT_NE(other.pullNext().channels[0][63], 0);
         EXPECT_EQ(other.set(kVendorPropertyFirst, 1), kAudioUnitErr_InvalidPropertyValue);
     }
-    for (const OrmoWord handle : {OrmoWord{0}, OrmoWord{closed}, OrmoWord{257}, OrmoWord{-1}}) {
+    for (const OrmoWord handle :
+         {OrmoWord{0}, static_cast<OrmoWord>(closed), OrmoWord{257}, OrmoWord{-1}}) {
         for (const OrmoWord opcode : {OrmoWord{kOpResume}, OrmoWord{kOpProcess}, OrmoWord{31}}) {
             EXPECT_NE(entry(handle, opcode, 0, 0, 0, 0, 0, 0, 0), 0) << handle << " " << opcode;
         }
