@@ -60,7 +60,8 @@
 // A small engine needs no lock for that: let kOpProcess alone touch what sounds, and the other
 // operations leave it single atomic words (rate, a parameter, a count of suspends and resumes),
 // which it looks at when it begins. What is larger is guarded by one atomic flag: kOpProcess only
-// tries to take it and writes silence when it cannot, the others wait for it.
+// tries to take it and writes silence when it cannot, the others wait for it. That block's events
+// are lost then, so guard only what ends all sound anyway, as suspend, resume and a change of rate.
 
 #include <stddef.h>
 #include <stdint.h>

@@ -103,6 +103,11 @@ __attribute__((visibility("default"))) int32_t ormoOpcode(OrmoWord target, OrmoW
         *(OrmoEditorHandle*)ptr2 = 1;
         return 0;
     case kOpEditorOpen:
+    case kOpAttachEditor:
+    case kOpEditorGetView:
+    case kOpEditorIdle:
+    case kOpDetachEditor:
+    case kOpEditorDestroy:
         return 0;
     }
     if (tone == NULL) {
@@ -121,7 +126,7 @@ __attribute__((visibility("default"))) int32_t ormoOpcode(OrmoWord target, OrmoW
         return 0;
     case kOpProcess:
         return process(tone, (const MIDIEventBlock*)ptr1, (float* const*)ptr2, (uint32_t)val1);
-    default: // no chunk, no property; the plug-in does not look at the other results
+    default: // no chunk, no property, no other operation
         return 1;
     }
 }
