@@ -3,12 +3,23 @@
 #include "bridge/OrmoEngine.h"
 #include "host/job/JobError.h"
 #include "host/job/PlatformText.h"
+#include "platform/Folders.h"
 
 #include <cstddef>
+#include <filesystem>
 
 namespace velnor::host {
 
 namespace {
+
+// An instrument keeps its log there, and makes no such folder: on a new account there is none yet.
+void makeDataHome() {
+    FSRef home;
+    std::error_code ignored;
+    if (PlatformNameDataHome(&home) == noErr) {
+        std::filesystem::create_directories(home.path, ignored);
+    }
+}
 
 AudioBufferList& listIn(std::vector<unsigned char>& memory) {
     return *reinterpret_cast<AudioBufferList*>(memory.data());
@@ -51,6 +62,7 @@ std::string statusText(OSStatus status) {
 }
 
 Instrument::Instrument(Component component) {
+    makeDataHome();
     const OSStatus status = PlatformOpenComponent(component, &mUnit);
     if (status == noErr) {
         return;

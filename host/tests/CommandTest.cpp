@@ -297,6 +297,13 @@ TEST(Doctor, ShowsTheLastLinesOfTheYoungestLog) {
                       Not(HasSubstr("b.log line 12\n")), Not(HasSubstr("a.log line"))));
 }
 
+TEST(Info, OnANewAccountTheInstrumentFindsAPlaceForItsLog) {
+    HostProgram program;
+    std::filesystem::remove_all(program.home.DataHome());
+    EXPECT_EQ(program.run({"info", VELNOR_BUNDLE_DIR "/Velnor.component"}).status, 0);
+    EXPECT_FALSE(std::filesystem::is_empty(program.home.DataHome() + "/Tavo/Tarn 12"));
+}
+
 TEST(Streams, ThatAreFullClosedOrBrokenAreOneLineAndStatus1) {
     HostProgram program;
     ASSERT_EQ(program.install("Odd").status, 0);
