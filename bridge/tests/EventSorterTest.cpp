@@ -6,6 +6,7 @@
 #include <memory>
 #include <random>
 #include <span>
+#include <tuple>
 
 namespace velnor::testing {
 namespace {
@@ -30,7 +31,9 @@ TEST(EventSorter, EveryKindOfDisorderEndsInStableOrder) {
             events[i].unused[1] = static_cast<std::uint8_t>(i);
         }
         std::vector<MIDIEvent> expected = events;
-        std::ranges::stable_sort(expected, {}, &MIDIEvent::offset);
+        std::ranges::sort(expected, {}, [](const MIDIEvent& event) {
+            return std::tuple(event.offset, event.unused[0], event.unused[1]);
+        });
         sorter->sort(events.data(), events.size());
         ASSERT_EQ(std::memcmp(events.data(), expected.data(), std::span(events).size_bytes()), 0)
             << events.size() << " in round " << round;
