@@ -2,7 +2,6 @@
 
 #include "platform/Process.h"
 #include "testing/HostBuffers.h"
-#include "testing/LogFile.h"
 #include "testing/Values.h"
 
 #include <cstring>
@@ -65,14 +64,6 @@ void TestHost::setPreference(const std::string& domain, const std::string& key,
                              const std::optional<std::string>& value) {
     WriteFile(home.ConfigHome() + "/velnor/" + domain + ".plist",
               PlistFile(value ? "<key>" + key + "</key><string>" + *value + "</string>" : ""));
-}
-
-std::string TestHost::logPath(const std::string& file) const {
-    return home.DataHome() + "/Tavo/Tarn 12/" + file;
-}
-
-std::vector<std::string> TestHost::log(const std::string& file) const {
-    return logMessages(logPath(file));
 }
 
 std::string TestHost::patchedComponent(const std::function<void(ProductRecord&)>& patch) {
@@ -182,22 +173,6 @@ OSStatus Instrument::setFormat(UInt32 bus, UInt32 channels, Float64 rate) {
                                 &format, sizeof format);
 }
 
-OSStatus Instrument::setBusCount(UInt32 count) {
-    return set(kAudioUnitProperty_ElementCount, count, kAudioUnitScope_Output);
-}
-
-OSStatus Instrument::setOffline(UInt32 offline) {
-    return set(kAudioUnitProperty_OfflineRender, offline);
-}
-
-void Instrument::setHostCallbacks(const HostCallbackInfo& callbacks) {
-    EXPECT_EQ(set(kAudioUnitProperty_HostCallbacks, callbacks), noErr);
-}
-
-OSStatus Instrument::sendMidi(UInt32 status, UInt32 data1, UInt32 data2, SInt32 offset) {
-    return MusicDeviceMIDIEvent(mUnit, status, data1, data2, static_cast<UInt32>(offset));
-}
-
 Instrument::Audio Instrument::pull(UInt32 bus, UInt32 channels, UInt32 frames, Float64 sampleTime) {
     HostBuffers buffers(channels, frames);
     AudioUnitRenderActionFlags flags = 0;
@@ -208,12 +183,6 @@ Instrument::Audio Instrument::pull(UInt32 bus, UInt32 channels, UInt32 frames, F
         audio.channels.push_back(buffers.Memory(channel));
     }
     return audio;
-}
-
-Instrument::Audio Instrument::pullNext(UInt32 frames) {
-    const Float64 time = mSampleTime;
-    mSampleTime += frames;
-    return pull(0, 2, frames, time);
 }
 
 } // namespace velnor::testing

@@ -7,6 +7,7 @@
 #include "engines/probe/Probe.h"
 #include "platform/AudioUnit.h"
 #include "testing/AlertRecorder.h"
+#include "testing/LogFile.h"
 #include "testing/TempHome.h"
 
 #include <functional>
@@ -42,8 +43,12 @@ public:
     }
 
     // The lines of a log in the product's folder: severity and message, without thread and time.
-    std::vector<std::string> log(const std::string& file = "Tarn 12AU_Host.log") const;
-    std::string logPath(const std::string& file = "Tarn 12AU_Host.log") const;
+    std::vector<std::string> log(const std::string& file = "Tarn 12AU_Host.log") const {
+        return logMessages(logPath(file));
+    }
+    std::string logPath(const std::string& file = "Tarn 12AU_Host.log") const {
+        return home.DataHome() + "/Tavo/Tarn 12/" + file;
+    }
 
     // A copy of the component whose records all went through patch.
     std::string patchedComponent(const std::function<void(ProductRecord&)>& patch);
@@ -89,10 +94,16 @@ public:
     void close();
 
     OSStatus setFormat(UInt32 bus, UInt32 channels, Float64 rate = 44100.0);
-    OSStatus setBusCount(UInt32 count);
-    OSStatus setOffline(UInt32 offline);
-    void setHostCallbacks(const HostCallbackInfo& callbacks);
-    OSStatus sendMidi(UInt32 status, UInt32 data1, UInt32 data2, SInt32 offset);
+    OSStatus setBusCount(UInt32 count) {
+        return set(kAudioUnitProperty_ElementCount, count, kAudioUnitScope_Output);
+    }
+    OSStatus setOffline(UInt32 offline) { return set(kAudioUnitProperty_OfflineRender, offline); }
+    void setHostCallbacks(const HostCallbackInfo& callbacks) {
+        EXPECT_EQ(set(kAudioUnitProperty_HostCallbacks, callbacks), noErr);
+    }
+    OSStatus sendMidi(UInt32 status, UInt32 data1, UInt32 data2, SInt32 offset) {
+        return MusicDeviceMIDIEvent(mUnit, status, data1, data2, static_cast<UInt32>(offset));
+    }
 
     // A property of the global scope, element 0.
     template <typename T>
@@ -113,7 +124,9 @@ public:
     };
     Audio pull(UInt32 bus, UInt32 channels, UInt32 frames, Float64 sampleTime);
     // The next block of a stereo bus 0, after the one before.
-    Audio pullNext(UInt32 frames = 64);
+    Audio pullNext(UInt32 frames = 64) {
+        return pull(0, 2, frames, std::exchange(mSampleTime, mSampleTime + frames));
+    }
 
 private:
     Component mComponents[2] = {}; // instrument and view
