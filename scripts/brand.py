@@ -50,7 +50,8 @@ def arguments():
     parser.add_argument("--manufacturer", type=code, help="the instrument's other code, of who makes it")
     parser.add_argument("--identifier", type=identifier, help="the bundle's own; from vendor and product when not given")
     parser.add_argument("--outputs", type=int, choices=range(1, 33), metavar="N", help="channels of the first configuration")
-    parser.add_argument("--multi-output", action="store_true", help="let hosts choose buses and channels")
+    parser.add_argument("--multi-output", action=argparse.BooleanOptionalAction,
+                        help="let hosts choose buses and channels, or not; the original's when not given")
     return parser.parse_args()
 
 
@@ -75,7 +76,8 @@ def rewrite(path, args):
             struct.pack_into("4s", data, at + 208, args.manufacturer.encode())
         if args.outputs:
             struct.pack_into("<i", data, at + 16, args.outputs)
-        struct.pack_into("<I", data, at + 192, int(args.multi_output))
+        if args.multi_output is not None:
+            struct.pack_into("<I", data, at + 192, int(args.multi_output))
     path.write_bytes(data)
 
 

@@ -85,6 +85,8 @@ void installCommand(const InstallOptions& options) {
     requireEngine(engine);
     requireDataFolder(data);
     requireWritableTargets(names);
+    componentInstall.warnOfReplaced();
+    engineInstall.warnOfReplaced();
     warnOfSameCodes(component);
     warnOfOthersWithEngine(component, engine, engineInstall.path());
     const std::unique_ptr<PartialFile> setup =

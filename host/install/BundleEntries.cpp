@@ -13,50 +13,71 @@ namespace fs = std::filesystem;
 
 constexpr int kMostLinks = 40; // of one way, as the system has it
 
-// One way through a bundle, from the folder of a link on. It ends where it would leave the bundle.
+enum class End { kInside, kOutside, kNowhere };
+
+// One way through a bundle, from the folder of a link on. It ends where it would leave the bundle,
+// or where nothing is.
 class Way {
 public:
     Way(const fs::path& bundle, const fs::path& link)
         : mBundle(bundle), mPlace(link.parent_path()) {
-        mInside = follow(link);
-        while (mInside && !mAhead.empty()) {
+        mEnd = follow(link);
+        while (mEnd == End::kInside && !mAhead.empty()) {
             const fs::path name = mAhead.front();
             mAhead.pop_front();
-            mInside = step(name);
+            mEnd = step(name);
         }
     }
-    bool staysInside() const { return mInside; }
+    End end() const { return mEnd; }
 
 private:
-    bool follow(const fs::path& link) {
+    End follow(const fs::path& link) {
         const fs::path target = fs::read_symlink(mBundle / link);
         mAhead.insert(mAhead.begin(), target.begin(), target.end());
-        return target.is_relative() && ++mLinks <= kMostLinks;
+        if (target.is_absolute()) {
+            return End::kOutside;
+        }
+        return ++mLinks <= kMostLinks ? End::kInside : End::kNowhere;
     }
 
-    bool step(const fs::path& name) {
+    End step(const fs::path& name) {
         if (name.empty() || name == ".") {
-            return true;
+            return End::kInside;
         }
         if (name == "..") {
             const bool canRise = !mPlace.empty();
             mPlace = mPlace.parent_path();
-            return canRise;
+            return canRise ? End::kInside : End::kOutside;
         }
         const fs::path next = mPlace / name;
-        if (fs::is_symlink(fs::symlink_status(mBundle / next))) {
+        const fs::file_status status = fs::symlink_status(mBundle / next);
+        if (fs::is_symlink(status)) {
             return follow(next);
         }
         mPlace = next;
-        return true;
+        const bool leadsOn = mAhead.empty() ? fs::exists(status) : fs::is_directory(status);
+        return leadsOn ? End::kInside : End::kNowhere;
     }
 
     const fs::path& mBundle;
-    fs::path mPlace; // a folder below the bundle; empty: the bundle itself
+    fs::path mPlace; // a folder below the bundle, or what the way ends at; empty: the bundle itself
     std::deque<fs::path> mAhead;
     int mLinks = 0;
-    bool mInside = false;
+    End mEnd = End::kInside;
 };
+
+std::string problemOfLink(const fs::path& bundle, const fs::path& link) {
+    const std::string target = fs::read_symlink(bundle / link);
+    switch (Way(bundle, link).end()) {
+    case End::kInside:
+        return "";
+    case End::kOutside:
+        return "a link out of the bundle, to " + target;
+    case End::kNowhere:
+        return "a link to nowhere, to " + target;
+    }
+    return "";
+}
 
 // What is wrong with an entry, or nothing.
 std::string problemOf(const fs::path& bundle, const fs::path& path, fs::file_type type) {
@@ -68,9 +89,7 @@ std::string problemOf(const fs::path& bundle, const fs::path& path, fs::file_typ
     case fs::file_type::regular:
         return "";
     case fs::file_type::symlink:
-        return Way(bundle, path).staysInside()
-                   ? ""
-                   : "a link out of the bundle, to " + fs::read_symlink(bundle / path).string();
+        return problemOfLink(bundle, path);
     default:
         return "no file, folder or link";
     }
@@ -82,23 +101,38 @@ EntryKind kindOf(fs::file_type type) {
                                             : EntryKind::kFile;
 }
 
+[[noreturn]] void fail(const fs::filesystem_error& error) {
+    throw JobError(error.path1().string() + ": " + error.code().message());
+}
+
 } // namespace
 
-std::vector<BundleEntry> entriesOfBundle(const std::string& bundle) {
+std::vector<BundleEntry> entriesBelow(const std::string& folder) {
     std::vector<BundleEntry> entries;
-    std::string problems;
     try {
-        for (const auto& entry : fs::recursive_directory_iterator(bundle)) {
-            const fs::path path = entry.path().lexically_relative(bundle);
-            const fs::file_type type = entry.symlink_status().type();
-            const std::string problem = problemOf(bundle, path, type);
-            if (!problem.empty()) {
-                problems += (problems.empty() ? "" : "; ") + path.string() + ": " + problem;
-            }
-            entries.push_back({kindOf(type), path});
+        for (const auto& entry : fs::recursive_directory_iterator(folder)) {
+            entries.push_back(
+                {kindOf(entry.symlink_status().type()), entry.path().lexically_relative(folder)});
         }
     } catch (const fs::filesystem_error& error) {
-        throw JobError(error.path1().string() + ": " + error.code().message());
+        fail(error);
+    }
+    return entries;
+}
+
+std::vector<BundleEntry> entriesOfBundle(const std::string& bundle) {
+    std::vector<BundleEntry> entries = entriesBelow(bundle);
+    std::string problems;
+    try {
+        for (const BundleEntry& entry : entries) {
+            const fs::file_type type = fs::symlink_status(fs::path(bundle) / entry.path).type();
+            const std::string problem = problemOf(bundle, entry.path, type);
+            if (!problem.empty()) {
+                problems += (problems.empty() ? "" : "; ") + entry.path + ": " + problem;
+            }
+        }
+    } catch (const fs::filesystem_error& error) {
+        fail(error);
     }
     if (!problems.empty()) {
         throw JobError(bundle + ": it is not installed: " + problems);

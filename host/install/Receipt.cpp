@@ -107,9 +107,9 @@ std::vector<std::string> receiptedBundles(const std::string& folder) {
     std::vector<std::string> names;
     std::error_code error;
     for (const auto& entry : fs::directory_iterator(receiptsOf(folder), error)) {
-        if (entry.path().string().find(".part-") ==
-            std::string::npos) { // of an install that was killed
-            names.push_back(entry.path().filename());
+        const std::string name = entry.path().filename();
+        if (!isPartialName(name)) { // of an install that was killed
+            names.push_back(name);
         }
     }
     return names;

@@ -5,7 +5,9 @@
 #include "host/job/TemporaryNames.h"
 #include "host/job/Terminal.h"
 
+#include <algorithm>
 #include <array>
+#include <cctype>
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
@@ -21,6 +23,8 @@ namespace velnor::host {
 namespace {
 
 constexpr std::size_t kCopyPiece = 1 << 16;
+constexpr std::string_view kSuffix = ".part-XXXXXX"; // for mkostemp
+constexpr std::size_t kSuffixLetters = 6;
 
 UniqueFd namelessFile() {
     const char* folder = std::getenv("TMPDIR");
@@ -41,7 +45,6 @@ std::string withoutLinks(const std::string& path) {
 
 // In the file's folder; the suffix must not make a long name too long.
 std::string partialName(const std::string& path) {
-    constexpr std::string_view kSuffix = ".part-XXXXXX";
     const std::size_t start = path.find_last_of('/') + 1;
     return path.substr(0, start) + path.substr(start, NAME_MAX - kSuffix.size()) +
            std::string(kSuffix);
@@ -167,6 +170,17 @@ void PartialFile::writeTo(int target, std::string_view bytes) {
         }
         bytes.remove_prefix(written > 0 ? static_cast<std::size_t>(written) : 0);
     }
+}
+
+bool isPartialName(std::string_view name) {
+    if (name.size() < kSuffix.size()) {
+        return false;
+    }
+    const std::string_view suffix = name.substr(name.size() - kSuffix.size());
+    const std::string_view letters = suffix.substr(suffix.size() - kSuffixLetters);
+    return suffix.starts_with(kSuffix.substr(0, kSuffix.size() - kSuffixLetters)) &&
+           std::all_of(letters.begin(), letters.end(),
+                       [](unsigned char c) { return std::isalnum(c) != 0; });
 }
 
 } // namespace velnor::host

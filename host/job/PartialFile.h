@@ -46,6 +46,9 @@ private:
     int mSlot = -1;
 };
 
+// Whether a file's name is of the kind that temporary files get.
+bool isPartialName(std::string_view name);
+
 } // namespace velnor::host
 
 #endif

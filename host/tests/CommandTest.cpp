@@ -103,7 +103,7 @@ TEST(Install, UninstallRemovesWhatWasCopiedAndNothingElse) {
         std::filesystem::exists(velnor + "/Components/Velnor.component/Contents/Info.plist"));
 }
 
-TEST(Install, LinksThatLeadOutOfABundleAreRefusedAndNamed) {
+TEST(Install, LinksThatLeadOutOfABundleOrNowhereAreRefusedAndNamed) {
     HostProgram program;
     const std::string bundle = program.path("Linked.component");
     std::filesystem::copy(VELNOR_BUNDLE_DIR "/Velnor.component", bundle,
@@ -114,15 +114,21 @@ TEST(Install, LinksThatLeadOutOfABundleAreRefusedAndNamed) {
         return program.run({"install", bundle, "--engine", VELNOR_BUNDLE_DIR "/Odd.engine",
                             "--data", program.path("data")});
     };
-    for (const char* target :
-         {"/etc/passwd", "../../data", "up/../..", "../../Linked.component", "out"}) {
+    for (const auto& [target, leads] :
+         Rows<const char*, std::string>{{"/etc/passwd", "out of the bundle"},
+                                        {"../../data", "out of the bundle"},
+                                        {"up/../..", "out of the bundle"},
+                                        {"../../Linked.component", "out of the bundle"},
+                                        {"out", "to nowhere"},
+                                        {"nothing", "to nowhere"},
+                                        {"nothing/../Info.plist", "to nowhere"},
+                                        {"Info.plist/../Info.plist", "to nowhere"}}) {
         const std::string link = bundle + "/Contents/out";
         std::filesystem::create_symlink("..", bundle + "/Contents/up");
         std::filesystem::create_symlink(target, link);
         const Outcome outcome = install();
         EXPECT_EQ(outcome.status, 1) << target;
-        EXPECT_THAT(outcome.error,
-                    HasSubstr(std::string("Contents/out: a link out of the bundle, to ") + target));
+        EXPECT_THAT(outcome.error, HasSubstr("Contents/out: a link " + leads + ", to " + target));
         EXPECT_FALSE(std::filesystem::exists(program.home.DataHome() + "/velnor"));
         std::filesystem::remove(link);
         std::filesystem::remove(bundle + "/Contents/up");
