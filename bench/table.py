@@ -1,11 +1,12 @@
 #!/usr/bin/env python3
 """Prints what the benchmarks measured as one table, each row beside its peer or limit of the same run.
 
-    table.py RESULTS [--quick] [--document FILE]
+    table.py RESULTS [--quick] [--only-against] [--document FILE]
 
-RESULTS holds NAME_bench.json of each Google Benchmark program and what render_compare.py printed as
-render_compare.json; the table's rows go to table.json there. --document also rewrites the block
-between the two bench markers of FILE. Exit status 1 when a row is missing; a missed goal is none.
+RESULTS holds NAME_bench.json of each Google Benchmark program, what render_compare.py printed as
+render_compare.json and perhaps what against.py printed as against.json; the table's rows go to
+table.json there. --document also rewrites the block between the two bench markers of FILE. Exit
+status 1 when a row is missing; a missed goal is none.
 """
 import argparse
 import collections
@@ -24,7 +25,7 @@ import render_compare
 Row = collections.namedtuple("Row", "name ours peer goal")
 Result = collections.namedtuple("Result", "group name ours peer unit ratio goal met")
 
-# ours and peer are "PROGRAM/BENCHMARK COUNTER", or of render_compare.py "COMMAND COUNTER"; the counter's
+# ours and peer are "PROGRAM/BENCHMARK COUNTER", or of the two scripts "COMMAND COUNTER"; the counter's
 # ending is its unit. A peer may be a limit in that unit, of which the goal is 1. Without a goal a row
 # only reports.
 
@@ -90,6 +91,21 @@ GROUPS = (
       Row("peak memory, 60 s, against a minimal program on libfluidsynth", "60 s peak_kib", "minimal peak_kib", None)]),
 )
 
+AGAINST = (
+    ("One pull, against another commit's build in the same run",
+     [Row("fast entry", "ours pull fast_ns", "earlier pull fast_ns", 0.70),
+      Row("selector", "ours pull selector_ns", "earlier pull selector_ns", 0.75),
+      Row("fast entry, less calling the engine", "ours pull fast_above_ns", "earlier pull fast_above_ns", None),
+      Row("selector, less calling the engine", "ours pull selector_above_ns", "earlier pull selector_above_ns", None),
+      Row("fast entry, do-nothing instrument", "ours idle pull fast_ns", "earlier idle pull fast_ns", None),
+      Row("selector, do-nothing instrument", "ours idle pull selector_ns", "earlier idle pull selector_ns", None)]),
+)
+
+
+def groups_for(results, only_against):
+    compared = AGAINST if (results / "against.json").exists() else ()
+    return compared if only_against else GROUPS + compared
+
 
 def counters_in(results):
     """The least over the repetitions of every counter; render_compare.py gives medians."""
@@ -104,15 +120,15 @@ def counters_in(results):
                 for counter in run:
                     if counter.endswith("_ns"):
                         samples[f"{file.name.removesuffix('_bench.json')}/{name} {counter}"].append(run[counter])
-    compared = results / "render_compare.json"
-    for command, counters in json.loads(compared.read_text()).items() if compared.exists() else ():
-        for counter, value in counters.items():
-            samples[f"{command} {counter}"].append(value)
+    for compared in (results / "render_compare.json", results / "against.json"):
+        for command, counters in json.loads(compared.read_text()).items() if compared.exists() else ():
+            for counter, value in counters.items():
+                samples[f"{command} {counter}"].append(value)
     return {name: min(values) for name, values in samples.items()}, context
 
 
-def results_of(counters):
-    for group, rows in GROUPS:
+def results_of(counters, groups):
+    for group, rows in groups:
         for row in rows:
             ours = counters.get(row.ours)
             peer = row.peer if isinstance(row.peer, (int, float)) else counters.get(row.peer)
@@ -195,10 +211,11 @@ def main():
     parser = argparse.ArgumentParser(description=__doc__.splitlines()[0])
     parser.add_argument("results", type=pathlib.Path)
     parser.add_argument("--quick", action="store_true", help="say that the run was too short to mean anything")
+    parser.add_argument("--only-against", action="store_true", help="only the rows of against.py")
     parser.add_argument("--document", type=pathlib.Path, help="rewrite the table in this document too")
     options = parser.parse_args()
     counters, context = counters_in(options.results)
-    results = list(results_of(counters))
+    results = list(results_of(counters, groups_for(options.results, options.only_against)))
     (options.results / "table.json").write_text(json.dumps([result._asdict() for result in results], indent=1) + "\n")
     print_table(results, options.quick)
     missing = [result for result in results if result.ratio is None]

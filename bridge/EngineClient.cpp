@@ -1,6 +1,5 @@
 #include "bridge/EngineClient.h"
 
-#include "bridge/EngineCall.h"
 #include "platform/CFString.h"
 #include "platform/CFURL.h"
 #include "support/LogLine.h"
@@ -115,12 +114,6 @@ void EngineClient::setChunk(const void* bytes, std::size_t size) {
 
 std::int32_t EngineClient::vendorProperty(std::uint32_t id, void* value) {
     return callEngine(mOpcodeProc, mEngineHandle, kOpVendorProperty, value, 0, 0, id);
-}
-
-void EngineClient::process(const MIDIEventBlock& events, float* const* channels,
-                           const SyncInfo& sync, std::uint32_t frames) VELNOR_NONBLOCKING {
-    const OrmoSyncInfo* record = &sync;
-    callEngine(mOpcodeProc, mEngineHandle, kOpProcess, &events, channels, record, frames);
 }
 
 void EngineClient::close() {

@@ -2,6 +2,7 @@
 #ifndef VELNOR_BRIDGE_ENGINECLIENT_H
 #define VELNOR_BRIDGE_ENGINECLIENT_H
 
+#include "bridge/EngineCall.h"
 #include "bridge/OrmoEngine.h"
 #include "bridge/SyncInfo.h"
 #include "platform/CFBundle.h"
@@ -57,7 +58,10 @@ public:
 
     // Thread render; nonblocking but for what the engine does. Only while connected.
     void process(const MIDIEventBlock& events, float* const* channels, const SyncInfo& sync,
-                 std::uint32_t frames) VELNOR_NONBLOCKING;
+                 std::uint32_t frames) VELNOR_NONBLOCKING {
+        const OrmoSyncInfo* record = &sync;
+        callEngine(mOpcodeProc, mEngineHandle, kOpProcess, &events, channels, record, frames);
+    }
 
     // Gives the bundle back, then closes the engine instance if there is one.
     void close();

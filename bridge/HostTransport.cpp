@@ -1,10 +1,19 @@
 #include "bridge/HostTransport.h"
 
-#include <cmath>
+#include <emmintrin.h>
+#include <limits>
 
 namespace velnor {
 
 namespace {
+
+// To the nearest whole number, halves to even ones, cut to the range, 0 for what is no number. The
+// processor rounds so by itself, and gives the least number for what it cannot; the C library's
+// function would be a call.
+SInt32 roundedToInt32(Float32 value) VELNOR_NONBLOCKING {
+    const SInt32 rounded = _mm_cvtss_si32(_mm_set_ss(value));
+    return rounded != std::numeric_limits<SInt32>::min() ? rounded : truncateToInt32(double{value});
+}
 
 // One of the host's callbacks; a missing one counts as failed.
 template <typename Proc, typename... Args>
@@ -39,7 +48,7 @@ void readMusicalTime(const HostCallbackInfo& host, SyncInfo& sync) VELNOR_NONBLO
         return;
     }
     sync.barStart = downBeat;
-    sync.timeSigNumerator = truncateToInt32(std::nearbyint(double{numerator}));
+    sync.timeSigNumerator = roundedToInt32(numerator);
     sync.timeSigDenominator = static_cast<SInt32>(denominator);
 }
 

@@ -40,6 +40,12 @@ public:
         return true;
     }
 
+    // Consumer: whether nothing was queued before the call. Concurrent with push; nonblocking.
+    bool isEmpty() const VELNOR_NONBLOCKING {
+        return mRingRead.load(std::memory_order_relaxed) ==
+               mRingWrite.load(std::memory_order_relaxed);
+    }
+
     // Consumer: hands each message that was queued before the call to accept(const MIDIEvent&), in
     // order of arrival, and frees its slot after that. Concurrent with push; nonblocking as accept
     // is.

@@ -14,7 +14,7 @@ RenderData::RenderData() {
     mPendingEvents.reserve(MidiRing::kSlots);
 }
 
-void RenderData::collectEvents() VELNOR_NONBLOCKING {
+void RenderData::collectQueuedEvents() VELNOR_NONBLOCKING {
     mMidiRing.take([this](const ::MIDIEvent& event) VELNOR_NONBLOCKING {
         VELNOR_RT_ESCAPE("room for a whole ring was reserved at construction",
                          mPendingEvents.push_back(event));

@@ -30,7 +30,13 @@ struct RenderData {
 
     // Moves what the ring holds into the event block, in the order in which it takes effect. Thread
     // render, nonblocking.
-    void collectEvents() VELNOR_NONBLOCKING;
+    void collectEvents() VELNOR_NONBLOCKING {
+        if (mMidiRing.isEmpty()) {
+            mEventBlock.count = 0;
+        } else {
+            collectQueuedEvents();
+        }
+    }
 
     // Zero-filled, for so many frames; throws std::bad_alloc. Thread main, while nothing renders.
     void allocateExtraBuffer(unsigned long frames);
@@ -48,6 +54,9 @@ struct RenderData {
     MIDIEventBlock mEventBlock = {};
     EventSorter mSorter;
     MidiRing mMidiRing;
+
+private:
+    void collectQueuedEvents() VELNOR_NONBLOCKING;
 };
 
 } // namespace velnor

@@ -8,6 +8,49 @@
 
 namespace velnor {
 
+// The render driver has prepared the first bus for this pull; it may be the host's own memory.
+inline AudioBufferList& SamplerAU::outputBuffers(UInt32 bus, UInt32 frames) VELNOR_NONBLOCKING {
+    AUOutputElement& output = GetOutput(bus);
+    return bus == 0 ? output.GetBufferList() : output.PrepareBuffer(frames);
+}
+
+// Channels that the engine was not opened for are silent. The one that makes their number even
+// writes to the extra buffer, and so do those that it was opened for and that are gone since.
+inline void SamplerAU::gatherChannels(UInt32 frames) VELNOR_NONBLOCKING {
+    const UInt32 known = std::min<UInt32>(mEngine.channelCount(), kOrmoMaxChannels);
+    const UInt32 numBuses = GetScope(kAudioUnitScope_Output).GetNumberOfElements();
+    float** channel = mRenderData.mChannelBuffers.data();
+    float** const end = channel + known;
+    for (UInt32 bus = 0; bus < numBuses; ++bus) {
+        const AudioBufferList& list = outputBuffers(bus, frames);
+        const AudioBuffer* buffer = list.mBuffers;
+        for (const AudioBuffer* const last = buffer + list.mNumberBuffers; buffer != last;
+             ++buffer) {
+            if (channel != end) {
+                *channel++ = static_cast<float*>(buffer->mData);
+            } else {
+                std::memset(buffer->mData, 0, buffer->mDataByteSize);
+            }
+        }
+    }
+    if (mRenderData.mUseExtraBuffer && channel != end) {
+        *channel++ = mRenderData.mExtraBuffer.get();
+    }
+    while (channel != end) {
+        *channel++ = mRenderData.mExtraBuffer.get();
+    }
+}
+
+void SamplerAU::silenceOutputs(UInt32 frames) VELNOR_NONBLOCKING {
+    const UInt32 numBuses = GetScope(kAudioUnitScope_Output).GetNumberOfElements();
+    for (UInt32 bus = 0; bus < numBuses; ++bus) {
+        const AudioBufferList& list = outputBuffers(bus, frames);
+        for (UInt32 j = 0; j < list.mNumberBuffers; ++j) {
+            std::memset(list.mBuffers[j].mData, 0, list.mBuffers[j].mDataByteSize);
+        }
+    }
+}
+
 OSStatus SamplerAU::Render(AudioUnitRenderActionFlags& /*ioFlags*/,
                            const AudioTimeStamp& /*inTimeStamp*/,
                            UInt32 inFrames) VELNOR_NONBLOCKING {
@@ -26,47 +69,6 @@ OSStatus SamplerAU::Render(AudioUnitRenderActionFlags& /*ioFlags*/,
         silenceOutputs(inFrames);
     }
     return noErr;
-}
-
-// The render driver has prepared the first bus for this pull; it may be the host's own memory.
-AudioBufferList& SamplerAU::outputBuffers(UInt32 bus, UInt32 frames) VELNOR_NONBLOCKING {
-    AUOutputElement& output = GetOutput(bus);
-    return bus == 0 ? output.GetBufferList() : output.PrepareBuffer(frames);
-}
-
-// Channels that the engine was not opened for are silent. The one that makes their number even
-// writes to the extra buffer, and so do those that it was opened for and that are gone since.
-void SamplerAU::gatherChannels(UInt32 frames) VELNOR_NONBLOCKING {
-    const UInt32 known = std::min<UInt32>(mEngine.channelCount(), kOrmoMaxChannels);
-    const UInt32 numBuses = GetScope(kAudioUnitScope_Output).GetNumberOfElements();
-    UInt32 total = 0;
-    for (UInt32 bus = 0; bus < numBuses; ++bus) {
-        const AudioBufferList& list = outputBuffers(bus, frames);
-        for (UInt32 j = 0; j < list.mNumberBuffers; ++j, ++total) {
-            const AudioBuffer& buffer = list.mBuffers[j];
-            if (total < known) {
-                mRenderData.mChannelBuffers[total] = static_cast<float*>(buffer.mData);
-            } else {
-                std::memset(buffer.mData, 0, buffer.mDataByteSize);
-            }
-        }
-    }
-    if (mRenderData.mUseExtraBuffer && total < known) {
-        mRenderData.mChannelBuffers[total++] = mRenderData.mExtraBuffer.get();
-    }
-    for (; total < known; ++total) {
-        mRenderData.mChannelBuffers[total] = mRenderData.mExtraBuffer.get();
-    }
-}
-
-void SamplerAU::silenceOutputs(UInt32 frames) VELNOR_NONBLOCKING {
-    const UInt32 numBuses = GetScope(kAudioUnitScope_Output).GetNumberOfElements();
-    for (UInt32 bus = 0; bus < numBuses; ++bus) {
-        const AudioBufferList& list = outputBuffers(bus, frames);
-        for (UInt32 j = 0; j < list.mNumberBuffers; ++j) {
-            std::memset(list.mBuffers[j].mData, 0, list.mBuffers[j].mDataByteSize);
-        }
-    }
 }
 
 OSStatus SamplerAU::HandleMidiEvent(UInt8 inStatus, UInt8 inChannel, UInt8 inData1, UInt8 inData2,

@@ -45,15 +45,25 @@ double stepDown(double distance, double length, double limit) VELNOR_NONBLOCKING
 }
 
 // distance plus or minus whole lengths, as near above 0 as it gets: 0 stays 0, and length stays
-// length.
-double wrapIntoBar(double distance, double length) VELNOR_NONBLOCKING {
+// length. Apart from what calls it: hosts tell where the current bar starts, so that nearly no
+// block comes here.
+[[gnu::noinline]] double wrapIntoBar(double distance, double length) VELNOR_NONBLOCKING {
     return distance < 0 ? 0.0 - stepDown(-distance, length, 0.0)
                         : stepDown(distance, length, length);
 }
 
-int samplesIn(double beats, double bpm, double rate) VELNOR_NONBLOCKING {
-    const int samples = truncateToInt32(beats * rate / (bpm / 60.0));
+int samplesIn(double beats, double beatsPerSecond, double rate) VELNOR_NONBLOCKING {
+    const int samples = truncateToInt32(beats * rate / beatsPerSecond);
     return samples < 0 ? 0 : samples;
+}
+
+// Beats from ppq to the next line of bars so long, of which one starts at barStart.
+double beatsToNextBar(double ppq, double barStart, double length) VELNOR_NONBLOCKING {
+    if (ppq == barStart) {
+        return 0.0;
+    }
+    const double distance = length + barStart - ppq;
+    return distance < 0 || distance > length ? wrapIntoBar(distance, length) : distance;
 }
 
 } // namespace
@@ -61,15 +71,14 @@ int samplesIn(double beats, double bpm, double rate) VELNOR_NONBLOCKING {
 int samplesToNextBar(double bpm, double ppq, double barStart, double numerator, double denominator,
                      double rate) VELNOR_NONBLOCKING {
     const double length = barLength(numerator, denominator);
-    const double distance = ppq == barStart ? 0.0 : wrapIntoBar(length + barStart - ppq, length);
-    return samplesIn(distance, bpm, rate);
+    return samplesIn(beatsToNextBar(ppq, barStart, length), bpm / 60.0, rate);
 }
 
 int samplesToNextBeat(double bpm, double ppq, double barStart, double numerator, double denominator,
                       double rate) VELNOR_NONBLOCKING {
     const double barEnd = barStart + barLength(numerator, denominator);
     const double beat = std::ceil(ppq);
-    return samplesIn((beat < barEnd ? beat : barEnd) - ppq, bpm, rate);
+    return samplesIn((beat < barEnd ? beat : barEnd) - ppq, bpm / 60.0, rate);
 }
 
 SyncInfo::SyncInfo() : OrmoSyncInfo() {
@@ -101,8 +110,13 @@ bool SyncInfo::prepare(int frames, double rate, const char* /*label*/, std::stri
         playing = 0;
         return false;
     }
-    samplesToBar = samplesToNextBar(bpm, ppq, barStart, timeSigNumerator, timeSigDenominator, rate);
-    blockBeats = frames * ((bpm / 60.0) / rate);
+    // As samplesToNextBar, each quotient computed once.
+    const double beatsPerSecond = bpm / 60.0;
+    const double length = timeSigDenominator >= 1 && beatsPerBar > 0
+                              ? beatsPerBar
+                              : barLength(timeSigNumerator, timeSigDenominator);
+    samplesToBar = samplesIn(beatsToNextBar(ppq, barStart, length), beatsPerSecond, rate);
+    blockBeats = frames * (beatsPerSecond / rate);
     crossesBar = ppq == barStart || ppq + blockBeats > barStart + beatsPerBar;
     crossesLoopEnd = looping != 0 && (ppq == loopStart || ppq + blockBeats > loopEnd);
     return true;

@@ -101,26 +101,6 @@ std::unique_ptr<AUElement> AUBase::CreateElement(AudioUnitScope inScope, AudioUn
     }
 }
 
-AUScope& AUBase::GetScope(AudioUnitScope inScope) VELNOR_NONBLOCKING {
-    if (inScope >= mScopes.size()) {
-        ThrowStatus(kAudioUnitErr_InvalidScope);
-    }
-    return mScopes[inScope];
-}
-
-AUElement* AUBase::GetElement(AudioUnitScope inScope,
-                              AudioUnitElement inElement) VELNOR_NONBLOCKING {
-    return GetScope(inScope).GetElement(inElement);
-}
-
-AUInputElement& AUBase::GetInput(UInt32 inBus) VELNOR_NONBLOCKING {
-    return static_cast<AUInputElement&>(mScopes[kAudioUnitScope_Input].GetIOElement(inBus));
-}
-
-AUOutputElement& AUBase::GetOutput(UInt32 inBus) VELNOR_NONBLOCKING {
-    return static_cast<AUOutputElement&>(mScopes[kAudioUnitScope_Output].GetIOElement(inBus));
-}
-
 // Listeners and notifications.
 
 OSStatus AUBase::AddPropertyListener(AudioUnitPropertyID inID, AudioUnitPropertyListenerProc inProc,

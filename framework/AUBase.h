@@ -255,11 +255,23 @@ public:
     void CreateElements();
 
     // Thread any, concurrent, nonblocking.
-    AUScope& GetScope(AudioUnitScope inScope) VELNOR_NONBLOCKING;
+    AUScope& GetScope(AudioUnitScope inScope) VELNOR_NONBLOCKING {
+        if (inScope >= mScopes.size()) {
+            ThrowStatus(kAudioUnitErr_InvalidScope);
+        }
+        return mScopes[inScope];
+    }
     /// Null when the element does not exist.
-    AUElement* GetElement(AudioUnitScope inScope, AudioUnitElement inElement) VELNOR_NONBLOCKING;
-    AUInputElement& GetInput(UInt32 inBus) VELNOR_NONBLOCKING;
-    AUOutputElement& GetOutput(UInt32 inBus) VELNOR_NONBLOCKING;
+    AUElement* GetElement(AudioUnitScope inScope, AudioUnitElement inElement) VELNOR_NONBLOCKING {
+        return GetScope(inScope).GetElement(inElement);
+    }
+    // What CreateElement makes for these two scopes are buses.
+    AUInputElement& GetInput(UInt32 inBus) VELNOR_NONBLOCKING {
+        return static_cast<AUInputElement&>(mScopes[kAudioUnitScope_Input].SafeGetElement(inBus));
+    }
+    AUOutputElement& GetOutput(UInt32 inBus) VELNOR_NONBLOCKING {
+        return static_cast<AUOutputElement&>(mScopes[kAudioUnitScope_Output].SafeGetElement(inBus));
+    }
     bool IsInitialized() const VELNOR_NONBLOCKING {
         return mInitialized.load(std::memory_order_acquire);
     }

@@ -22,21 +22,15 @@ bool ListFits(const AudioBufferList& inList,
     if (inList.mNumberBuffers != NumberOfBuffers(inFormat)) {
         return false;
     }
-    const AudioBuffer* const buffers = inList.mBuffers;
-    return !HasMemory(inList) || std::all_of(buffers, buffers + inList.mNumberBuffers,
-                                             [](const AudioBuffer& buffer) VELNOR_NONBLOCKING {
-                                                 return buffer.mData != nullptr;
-                                             });
-}
-
-/// Sizes that an earlier, shorter pull has left in the host's list say inFrames frames again.
-void RaiseByteSizes(AudioBufferList& ioList, const AudioStreamBasicDescription& inFormat,
-                    UInt32 inFrames) VELNOR_NONBLOCKING {
-    const UInt32 bytes = inFormat.mBytesPerFrame * inFrames;
-    AudioBuffer* const buffers = ioList.mBuffers;
-    for (UInt32 i = 0; i < ioList.mNumberBuffers; ++i) {
-        buffers[i].mDataByteSize = std::max(buffers[i].mDataByteSize, bytes);
+    if (!HasMemory(inList)) {
+        return true;
     }
+    const AudioBuffer* buffer = inList.mBuffers;
+    const AudioBuffer* const end = buffer + inList.mNumberBuffers;
+    while (buffer != end && buffer->mData != nullptr) {
+        ++buffer;
+    }
+    return buffer == end;
 }
 
 /// Empties the events at the end of a render, however it ends, and keeps their room.
@@ -54,19 +48,37 @@ private:
 
 } // namespace
 
-OSStatus AUBase::DoRender(AudioUnitRenderActionFlags& ioFlags, const AudioTimeStamp& inTimeStamp,
-                          UInt32 inBus, UInt32 inFrames,
-                          AudioBufferList& ioData) VELNOR_NONBLOCKING {
-    const FloatingPointControl control;
-    const OSStatus status =
-        StatusOnRoad([&] { return PullBus(ioFlags, inTimeStamp, inBus, inFrames, ioData); });
-    RecordRenderError(status);
-    return status;
+// One pull is one function: what it hands down would otherwise go through the stack three times.
+
+[[gnu::always_inline]] inline OSStatus
+AUBase::DoRenderBus(AudioUnitRenderActionFlags& ioFlags, const AudioTimeStamp& inTimeStamp,
+                    UInt32 inBus, AUOutputElement& inOutput, UInt32 inFrames,
+                    AudioBufferList& ioData) VELNOR_NONBLOCKING {
+    const bool hostHasMemory = HasMemory(ioData);
+    if (hostHasMemory && GetScope(kAudioUnitScope_Output).GetNumberOfElements() < 2) {
+        // Sizes that an earlier, shorter pull has left in the host's list say inFrames frames
+        // again.
+        inOutput.SetBufferList(ioData, inOutput.GetStreamFormat().mBytesPerFrame * inFrames);
+    } else {
+        inOutput.PrepareBuffer(inFrames);
+    }
+    const OSStatus status = RenderBus(ioFlags, inTimeStamp, inBus, inFrames);
+    if (status != noErr) {
+        return status;
+    }
+    if (hostHasMemory) {
+        inOutput.CopyBufferContentsTo(ioData);
+        inOutput.InvalidateBufferList();
+    } else {
+        inOutput.CopyBufferListTo(ioData);
+    }
+    return noErr;
 }
 
-OSStatus AUBase::PullBus(AudioUnitRenderActionFlags& ioFlags, const AudioTimeStamp& inTimeStamp,
-                         UInt32 inBus, UInt32 inFrames,
-                         AudioBufferList& ioData) VELNOR_NONBLOCKING {
+[[gnu::always_inline]] inline OSStatus AUBase::PullBus(AudioUnitRenderActionFlags& ioFlags,
+                                                       const AudioTimeStamp& inTimeStamp,
+                                                       UInt32 inBus, UInt32 inFrames,
+                                                       AudioBufferList& ioData) VELNOR_NONBLOCKING {
     if (!IsInitialized()) {
         ThrowStatus(kAudioUnitErr_Uninitialized);
     }
@@ -90,26 +102,16 @@ OSStatus AUBase::PullBus(AudioUnitRenderActionFlags& ioFlags, const AudioTimeSta
     return status;
 }
 
-OSStatus AUBase::DoRenderBus(AudioUnitRenderActionFlags& ioFlags, const AudioTimeStamp& inTimeStamp,
-                             UInt32 inBus, AUOutputElement& inOutput, UInt32 inFrames,
-                             AudioBufferList& ioData) VELNOR_NONBLOCKING {
-    const bool hostHasMemory = HasMemory(ioData);
-    if (hostHasMemory && GetScope(kAudioUnitScope_Output).GetNumberOfElements() < 2) {
-        RaiseByteSizes(inOutput.SetBufferList(ioData), inOutput.GetStreamFormat(), inFrames);
-    } else {
-        inOutput.PrepareBuffer(inFrames);
-    }
-    const OSStatus status = RenderBus(ioFlags, inTimeStamp, inBus, inFrames);
+OSStatus AUBase::DoRender(AudioUnitRenderActionFlags& ioFlags, const AudioTimeStamp& inTimeStamp,
+                          UInt32 inBus, UInt32 inFrames,
+                          AudioBufferList& ioData) VELNOR_NONBLOCKING {
+    const FloatingPointControl control;
+    const OSStatus status =
+        StatusOnRoad([&] { return PullBus(ioFlags, inTimeStamp, inBus, inFrames, ioData); });
     if (status != noErr) {
-        return status;
+        RecordRenderError(status);
     }
-    if (hostHasMemory) {
-        inOutput.CopyBufferContentsTo(ioData);
-        inOutput.InvalidateBufferList();
-    } else {
-        inOutput.CopyBufferListTo(ioData);
-    }
-    return noErr;
+    return status;
 }
 
 OSStatus AUBase::RenderBus(AudioUnitRenderActionFlags& ioFlags, const AudioTimeStamp& inTimeStamp,
@@ -125,10 +127,10 @@ OSStatus AUBase::RenderBus(AudioUnitRenderActionFlags& ioFlags, const AudioTimeS
 }
 
 void AUBase::PrepareOtherOutputs(UInt32 inBus, UInt32 inFrames) VELNOR_NONBLOCKING {
-    const AUScope& outputs = GetScope(kAudioUnitScope_Output);
-    for (UInt32 bus = 0; bus < outputs.GetNumberOfElements(); ++bus) {
+    const UInt32 buses = GetScope(kAudioUnitScope_Output).GetNumberOfElements();
+    for (UInt32 bus = 0; bus < buses; ++bus) {
         if (bus != inBus) {
-            outputs.GetIOElement(bus).PrepareBuffer(inFrames);
+            GetOutput(bus).PrepareBuffer(inFrames);
         }
     }
 }
@@ -148,7 +150,7 @@ void AUBase::RecordRenderThread() VELNOR_NONBLOCKING {
 
 void AUBase::RecordRenderError(OSStatus inStatus) VELNOR_NONBLOCKING {
     OSStatus stored = noErr;
-    if (inStatus != noErr && mLastRenderError.compare_exchange_strong(stored, inStatus)) {
+    if (mLastRenderError.compare_exchange_strong(stored, inStatus)) {
         PropertyChanged(kAudioUnitProperty_LastRenderError, kAudioUnitScope_Global, 0);
     }
 }

@@ -16,7 +16,6 @@ namespace {
 
 constexpr UInt64 kAlignment = 16;
 constexpr UInt64 kMaximumBytes = std::numeric_limits<UInt32>::max();
-constexpr OSStatus kErrBufferList = -1;
 
 constexpr UInt64 RoundedDown(UInt64 inBytes) VELNOR_NONBLOCKING {
     return inBytes & ~(kAlignment - 1);
@@ -63,18 +62,6 @@ UInt32 FramesThatFit(const AudioStreamBasicDescription& inFormat, UInt64 inBytes
         return static_cast<UInt32>(frames);
     }
     return static_cast<UInt32>(RoundedDown(inBytes / buffers) / bytesPerFrame);
-}
-
-/// Moves one buffer's bytes and gives how many there are now.
-UInt32 CopyContents(const AudioBuffer& inFrom, const AudioBuffer& inTo) VELNOR_NONBLOCKING {
-    if (inFrom.mData == inTo.mData) {
-        return inFrom.mDataByteSize;
-    }
-    if (inFrom.mData == nullptr || inTo.mData == nullptr) {
-        return 0;
-    }
-    std::memmove(inTo.mData, inFrom.mData, inFrom.mDataByteSize);
-    return inFrom.mDataByteSize;
 }
 
 } // namespace
@@ -181,40 +168,19 @@ AudioBufferList& AUBufferList::PrepareNullBuffer(const AudioStreamBasicDescripti
     return FillList(inFormat, inFrames, nullptr, 0);
 }
 
-AudioBufferList& AUBufferList::SetBufferList(const AudioBufferList& inList) VELNOR_NONBLOCKING {
-    if (!mList || inList.mNumberBuffers > mAllocatedBuffers) {
-        ThrowStatus(kErrBufferList);
-    }
-    mState = kStateExternal;
-    mList->mNumberBuffers = inList.mNumberBuffers;
-    std::copy_n(inList.mBuffers, inList.mNumberBuffers, mList->mBuffers);
-    return *mList;
-}
-
-void AUBufferList::RequireValid() const VELNOR_NONBLOCKING {
-    if (mState == kStateInvalid) {
-        ThrowStatus(kErrBufferList);
-    }
-}
-
-AudioBufferList& AUBufferList::GetBufferList() VELNOR_NONBLOCKING {
-    RequireValid();
-    return *mList;
-}
-
 void AUBufferList::CopyBufferListTo(AudioBufferList& outList) VELNOR_NONBLOCKING {
     RequireValid();
     outList.mNumberBuffers = std::min(outList.mNumberBuffers, mList->mNumberBuffers);
     std::copy_n(mList->mBuffers, outList.mNumberBuffers, outList.mBuffers);
 }
 
-void AUBufferList::CopyBufferContentsTo(AudioBufferList& outList) VELNOR_NONBLOCKING {
-    RequireValid();
-    const UInt32 buffers = std::min(outList.mNumberBuffers, mList->mNumberBuffers);
-    for (UInt32 i = 0; i < buffers; ++i) {
-        AudioBuffer& to = outList.mBuffers[i];
-        to.mDataByteSize = CopyContents(mList->mBuffers[i], to);
+UInt32 AUBufferList::CopyContents(const AudioBuffer& inFrom,
+                                  const AudioBuffer& inTo) VELNOR_NONBLOCKING {
+    if (inFrom.mData == nullptr || inTo.mData == nullptr) {
+        return 0;
     }
+    std::memmove(inTo.mData, inFrom.mData, inFrom.mDataByteSize);
+    return inFrom.mDataByteSize;
 }
 
 } // namespace velnor

@@ -2,9 +2,11 @@
 #ifndef VELNOR_FRAMEWORK_AUBUFFERLIST_H
 #define VELNOR_FRAMEWORK_AUBUFFERLIST_H
 
+#include "framework/ThrowStatus.h"
 #include "platform/AudioUnitTypes.h"
 #include "platform/Facts.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <memory>
 
@@ -52,14 +54,34 @@ public:
     AudioBufferList& PrepareNullBuffer(const AudioStreamBasicDescription& inFormat,
                                        UInt32 inFrames) VELNOR_NONBLOCKING;
 
-    /// Takes a copy of inList, whose memory stays its owner's. -1: more buffers than there is room
-    /// for.
-    AudioBufferList& SetBufferList(const AudioBufferList& inList) VELNOR_NONBLOCKING;
+    /// Takes a copy of inList, whose memory stays its owner's, and raises lower byte sizes of the
+    /// copy to inLeastByteSize. -1: more buffers than there is room for.
+    AudioBufferList& SetBufferList(const AudioBufferList& inList,
+                                   UInt32 inLeastByteSize = 0) VELNOR_NONBLOCKING {
+        if (!mList || inList.mNumberBuffers > mAllocatedBuffers) {
+            ThrowStatus(kErrBufferList);
+        }
+        mState = kStateExternal;
+        mList->mNumberBuffers = inList.mNumberBuffers;
+        const AudioBuffer* from = inList.mBuffers;
+        AudioBuffer* to = mList->mBuffers;
+        for (const AudioBuffer* const end = from + inList.mNumberBuffers; from != end;
+             ++from, ++to) {
+            *to = *from;
+            if (to->mDataByteSize < inLeastByteSize) {
+                to->mDataByteSize = inLeastByteSize;
+            }
+        }
+        return *mList;
+    }
 
     void Invalidate() VELNOR_NONBLOCKING { mState = kStateInvalid; }
 
     /// The list as it was last prepared or set. -1: it is invalid.
-    AudioBufferList& GetBufferList() VELNOR_NONBLOCKING;
+    AudioBufferList& GetBufferList() VELNOR_NONBLOCKING {
+        RequireValid();
+        return *mList;
+    }
 
     /// Makes outList point where this list points. Never writes more buffers than outList counts.
     /// -1: this list is invalid.
@@ -68,7 +90,20 @@ public:
     /// Copies each buffer's bytes to where outList points, unless that is the same place, and sets
     /// outList's byte sizes to the bytes there. The destinations have room for them, whatever their
     /// byte sizes say; null ones get nothing. -1: this list is invalid.
-    void CopyBufferContentsTo(AudioBufferList& outList) VELNOR_NONBLOCKING;
+    void CopyBufferContentsTo(AudioBufferList& outList) VELNOR_NONBLOCKING {
+        RequireValid();
+        const UInt32 buffers = std::min(outList.mNumberBuffers, mList->mNumberBuffers);
+        const AudioBuffer* from = mList->mBuffers;
+        AudioBuffer* to = outList.mBuffers;
+        for (const AudioBuffer* const end = from + buffers; from != end; ++from, ++to) {
+            const UInt32 bytes =
+                from->mData == to->mData ? from->mDataByteSize : CopyContents(*from, *to);
+            // The next pull reads the whole buffer at once, which must not wait for a part of it.
+            if (to->mDataByteSize != bytes) {
+                to->mDataByteSize = bytes;
+            }
+        }
+    }
 
     State GetState() const VELNOR_NONBLOCKING { return mState; }
     bool HasExternalMemory() const { return mExternalMemory; }
@@ -77,6 +112,8 @@ public:
     UInt32 GetAllocatedBytes() const { return mAllocatedBytes; }
 
 private:
+    static constexpr OSStatus kErrBufferList = -1;
+
     struct Free {
         void operator()(void* inBlock) const { std::free(inBlock); }
     };
@@ -91,7 +128,14 @@ private:
     void CheckRoom(const AudioStreamBasicDescription& inFormat) const VELNOR_NONBLOCKING;
     AudioBufferList& FillList(const AudioStreamBasicDescription& inFormat, UInt32 inFrames,
                               UInt8* inMemory, UInt32 inStride) VELNOR_NONBLOCKING;
-    void RequireValid() const VELNOR_NONBLOCKING;
+    void RequireValid() const VELNOR_NONBLOCKING {
+        if (mState == kStateInvalid) {
+            ThrowStatus(kErrBufferList);
+        }
+    }
+    /// Moves one buffer's bytes to another place and gives how many there are now.
+    static UInt32 CopyContents(const AudioBuffer& inFrom,
+                               const AudioBuffer& inTo) VELNOR_NONBLOCKING;
 
     State mState = kStateInvalid;
     bool mExternalMemory = false;

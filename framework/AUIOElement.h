@@ -42,8 +42,9 @@ public:
     AudioBufferList& PrepareNullBuffer(UInt32 inFrames) VELNOR_NONBLOCKING {
         return mBuffers.PrepareNullBuffer(mStreamFormat, inFrames);
     }
-    AudioBufferList& SetBufferList(const AudioBufferList& inList) VELNOR_NONBLOCKING {
-        return mBuffers.SetBufferList(inList);
+    AudioBufferList& SetBufferList(const AudioBufferList& inList,
+                                   UInt32 inLeastByteSize = 0) VELNOR_NONBLOCKING {
+        return mBuffers.SetBufferList(inList, inLeastByteSize);
     }
     void InvalidateBufferList() VELNOR_NONBLOCKING { mBuffers.Invalidate(); }
     AudioBufferList& GetBufferList() VELNOR_NONBLOCKING { return mBuffers.GetBufferList(); }

@@ -1,7 +1,6 @@
 #include "framework/AUScope.h"
 
 #include "framework/StateDictionary.h"
-#include "framework/ThrowStatus.h"
 
 #include <algorithm>
 #include <charconv>
@@ -68,18 +67,6 @@ void AUScope::SetNumberOfElements(UInt32 inCount) {
     while (mElements.size() < inCount) {
         mElements.push_back(mCreator.CreateElement(mScope, GetNumberOfElements()));
     }
-}
-
-AUElement* AUScope::GetElement(AudioUnitElement inElement) const VELNOR_NONBLOCKING {
-    return inElement < mElements.size() ? mElements[inElement].get() : nullptr;
-}
-
-AUElement& AUScope::SafeGetElement(AudioUnitElement inElement) const VELNOR_NONBLOCKING {
-    AUElement* const element = GetElement(inElement);
-    if (element == nullptr) {
-        ThrowStatus(kAudioUnitErr_InvalidElement);
-    }
-    return *element;
 }
 
 AUIOElement& AUScope::GetIOElement(AudioUnitElement inElement) const VELNOR_NONBLOCKING {

@@ -4,6 +4,7 @@
 
 #include "framework/AUElement.h"
 #include "framework/AUIOElement.h"
+#include "framework/ThrowStatus.h"
 #include "platform/CFDictionary.h"
 
 #include <memory>
@@ -45,9 +46,17 @@ public:
     }
 
     /// Null when there is no such element.
-    AUElement* GetElement(AudioUnitElement inElement) const VELNOR_NONBLOCKING;
+    AUElement* GetElement(AudioUnitElement inElement) const VELNOR_NONBLOCKING {
+        return inElement < mElements.size() ? mElements[inElement].get() : nullptr;
+    }
     /// kAudioUnitErr_InvalidElement, thrown: no such element.
-    AUElement& SafeGetElement(AudioUnitElement inElement) const VELNOR_NONBLOCKING;
+    AUElement& SafeGetElement(AudioUnitElement inElement) const VELNOR_NONBLOCKING {
+        AUElement* const element = GetElement(inElement);
+        if (element == nullptr) {
+            ThrowStatus(kAudioUnitErr_InvalidElement);
+        }
+        return *element;
+    }
     /// kAudioUnitErr_InvalidElement, thrown: no such element, or one that is not a bus.
     AUIOElement& GetIOElement(AudioUnitElement inElement) const VELNOR_NONBLOCKING;
 

@@ -67,12 +67,8 @@ void RenderNotificationList::PushChain(Stack& ioStack, Node* inFirst, Node* inLa
     }
 }
 
-void RenderNotificationList::ApplyChanges() VELNOR_NONBLOCKING {
-    // Nearly always nothing is pending: a load costs the render less than an exchange.
-    Node* request = nullptr;
-    if (mPending.load(std::memory_order_relaxed) != nullptr) {
-        request = Reversed(mPending.exchange(nullptr, std::memory_order_acquire));
-    }
+void RenderNotificationList::ApplyPending() VELNOR_NONBLOCKING {
+    Node* request = Reversed(mPending.exchange(nullptr, std::memory_order_acquire));
     while (request != nullptr) {
         Apply(std::exchange(request, request->next));
     }
@@ -138,9 +134,10 @@ void RenderNotificationList::OfferSpent() VELNOR_NONBLOCKING {
     }
 }
 
-void RenderNotificationList::Notify(AudioUnitRenderActionFlags inFlags,
-                                    const AudioTimeStamp& inTimeStamp, UInt32 inBus,
-                                    UInt32 inFrames, AudioBufferList& ioData) VELNOR_NONBLOCKING {
+void RenderNotificationList::NotifyActive(AudioUnitRenderActionFlags inFlags,
+                                          const AudioTimeStamp& inTimeStamp, UInt32 inBus,
+                                          UInt32 inFrames,
+                                          AudioBufferList& ioData) VELNOR_NONBLOCKING {
     for (const Node* node = mActive; node != nullptr; node = node->next) {
         AudioUnitRenderActionFlags flags = inFlags;
         VELNOR_RT_ESCAPE(

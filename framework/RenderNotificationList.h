@@ -31,12 +31,21 @@ public:
 
     /// Thread render, exclusive, nonblocking: takes time in proportion to the requests and the
     /// pairs, and frees nothing.
-    void ApplyChanges() VELNOR_NONBLOCKING;
+    void ApplyChanges() VELNOR_NONBLOCKING {
+        // Nearly always there is nothing to do, which costs two loads and no exchange.
+        if (mPending.load(std::memory_order_relaxed) != nullptr || mSpentFirst != nullptr) {
+            ApplyPending();
+        }
+    }
 
     /// Calls every pair, first added first, with these arguments. Thread render, exclusive,
     /// nonblocking but for the callbacks themselves.
     void Notify(AudioUnitRenderActionFlags inFlags, const AudioTimeStamp& inTimeStamp, UInt32 inBus,
-                UInt32 inFrames, AudioBufferList& ioData) VELNOR_NONBLOCKING;
+                UInt32 inFrames, AudioBufferList& ioData) VELNOR_NONBLOCKING {
+        if (mActive != nullptr) {
+            NotifyActive(inFlags, inTimeStamp, inBus, inFrames, ioData);
+        }
+    }
 
 private:
     enum class Kind { kAdd, kRemove };
@@ -54,6 +63,9 @@ private:
     static void PushChain(Stack& ioStack, Node* inFirst, Node* inLast);
     static Node* Reversed(Node* inChain) VELNOR_NONBLOCKING;
     static void Free(Node* inChain);
+    void ApplyPending() VELNOR_NONBLOCKING;
+    void NotifyActive(AudioUnitRenderActionFlags inFlags, const AudioTimeStamp& inTimeStamp,
+                      UInt32 inBus, UInt32 inFrames, AudioBufferList& ioData) VELNOR_NONBLOCKING;
     void Apply(Node* inRequest) VELNOR_NONBLOCKING;
     Node** FindLink(const Node& inPair) VELNOR_NONBLOCKING;
     void Spend(Node* inNode) VELNOR_NONBLOCKING;

@@ -18,19 +18,6 @@ UInt64 CanonicalBytesPerFrame(const AudioStreamBasicDescription& inFormat) VELNO
 
 } // namespace
 
-bool IsNonInterleaved(const AudioStreamBasicDescription& inFormat) VELNOR_NONBLOCKING {
-    return inFormat.mFormatID == kAudioFormatLinearPCM &&
-           FlagIsSet(inFormat, kAudioFormatFlagIsNonInterleaved);
-}
-
-UInt32 NumberOfBuffers(const AudioStreamBasicDescription& inFormat) VELNOR_NONBLOCKING {
-    return IsNonInterleaved(inFormat) ? inFormat.mChannelsPerFrame : 1;
-}
-
-UInt32 ChannelsPerBuffer(const AudioStreamBasicDescription& inFormat) VELNOR_NONBLOCKING {
-    return IsNonInterleaved(inFormat) ? 1 : inFormat.mChannelsPerFrame;
-}
-
 bool FormatIsCanonical(const AudioStreamBasicDescription& inFormat,
                        UInt32 inInterfaceVersion) VELNOR_NONBLOCKING {
     return inFormat.mFormatID == kAudioFormatLinearPCM && inFormat.mFramesPerPacket == 1 &&

@@ -14,14 +14,21 @@ inline constexpr UInt32 kInterfaceVersion2 = 2;
 /// Thread any, concurrent, nonblocking: all functions of this file.
 
 /// Linear PCM with one buffer for each channel.
-bool IsNonInterleaved(const AudioStreamBasicDescription& inFormat) VELNOR_NONBLOCKING;
+inline bool IsNonInterleaved(const AudioStreamBasicDescription& inFormat) VELNOR_NONBLOCKING {
+    return inFormat.mFormatID == kAudioFormatLinearPCM &&
+           (inFormat.mFormatFlags & kAudioFormatFlagIsNonInterleaved) != 0;
+}
 
 /// The buffers that a list of this format has: one for each channel when it is non-interleaved,
 /// else one.
-UInt32 NumberOfBuffers(const AudioStreamBasicDescription& inFormat) VELNOR_NONBLOCKING;
+inline UInt32 NumberOfBuffers(const AudioStreamBasicDescription& inFormat) VELNOR_NONBLOCKING {
+    return IsNonInterleaved(inFormat) ? inFormat.mChannelsPerFrame : 1;
+}
 
 /// The channels in each of those buffers.
-UInt32 ChannelsPerBuffer(const AudioStreamBasicDescription& inFormat) VELNOR_NONBLOCKING;
+inline UInt32 ChannelsPerBuffer(const AudioStreamBasicDescription& inFormat) VELNOR_NONBLOCKING {
+    return IsNonInterleaved(inFormat) ? 1 : inFormat.mChannelsPerFrame;
+}
 
 /// Native-endian 32-bit float linear PCM, one frame a packet; non-interleaved at interface version
 /// 2 and above, interleaved at version 1. Sample rate and channel count are free, zero included.
