@@ -122,11 +122,14 @@ OSStatus AUBase::RenderBus(AudioUnitRenderActionFlags& ioFlags, const AudioTimeS
         return noErr;
     }
     mLastRenderedSampleTime.store(time, std::memory_order_relaxed);
-    PrepareOtherOutputs(inBus, inFrames);
+    if (GetScope(kAudioUnitScope_Output).GetNumberOfElements() > 1) {
+        PrepareOtherOutputs(inBus, inFrames);
+    }
     return Render(ioFlags, inTimeStamp, inFrames);
 }
 
-void AUBase::PrepareOtherOutputs(UInt32 inBus, UInt32 inFrames) VELNOR_NONBLOCKING {
+[[gnu::noinline]] void AUBase::PrepareOtherOutputs(UInt32 inBus,
+                                                   UInt32 inFrames) VELNOR_NONBLOCKING {
     const UInt32 buses = GetScope(kAudioUnitScope_Output).GetNumberOfElements();
     for (UInt32 bus = 0; bus < buses; ++bus) {
         if (bus != inBus) {
