@@ -249,7 +249,8 @@ public:
     /// buffers, or gives memory for the first of them only. Where it gives memory, that has room
     /// for inFrames frames, whatever the byte sizes say.
     OSStatus DoRender(AudioUnitRenderActionFlags& ioFlags, const AudioTimeStamp& inTimeStamp,
-                      UInt32 inBus, UInt32 inFrames, AudioBufferList& ioData) VELNOR_NONBLOCKING;
+                      UInt32 inBus, UInt32 inFrames,
+                      AudioBufferList& ioData) noexcept VELNOR_NONBLOCKING;
 
     /// Makes the elements of all scopes, on the first call only. A unit's PostConstructor calls it.
     void CreateElements();

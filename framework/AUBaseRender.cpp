@@ -104,14 +104,17 @@ AUBase::DoRenderBus(AudioUnitRenderActionFlags& ioFlags, const AudioTimeStamp& i
 
 OSStatus AUBase::DoRender(AudioUnitRenderActionFlags& ioFlags, const AudioTimeStamp& inTimeStamp,
                           UInt32 inBus, UInt32 inFrames,
-                          AudioBufferList& ioData) VELNOR_NONBLOCKING {
+                          AudioBufferList& ioData) noexcept VELNOR_NONBLOCKING {
     const FloatingPointControl control;
     const OSStatus status =
         StatusOnRoad([&] { return PullBus(ioFlags, inTimeStamp, inBus, inFrames, ioData); });
-    if (status != noErr) {
-        RecordRenderError(status);
+    if (status == noErr) {
+        return noErr;
     }
-    return status;
+    return StatusOnRoad([&] {
+        RecordRenderError(status);
+        return status;
+    });
 }
 
 OSStatus AUBase::RenderBus(AudioUnitRenderActionFlags& ioFlags, const AudioTimeStamp& inTimeStamp,

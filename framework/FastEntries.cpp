@@ -45,12 +45,12 @@ OSStatus AudioUnitBaseRender(void* inStorage, AudioUnitRenderActionFlags* ioFlag
     if (inStorage == nullptr || inTimeStamp == nullptr || ioData == nullptr) {
         return paramErr;
     }
-    AudioUnitRenderActionFlags none = 0;
-    AudioUnitRenderActionFlags& flags = ioFlags != nullptr ? *ioFlags : none;
-    return StatusOnRoad([&, inTimeStamp, ioData] {
-        return Stored<AUBase>(inStorage)->DoRender(flags, *inTimeStamp, inOutputBus, inFrames,
-                                                   *ioData);
-    });
+    AUBase& unit = *Stored<AUBase>(inStorage);
+    if (ioFlags == nullptr) {
+        AudioUnitRenderActionFlags none = 0;
+        return unit.DoRender(none, *inTimeStamp, inOutputBus, inFrames, *ioData);
+    }
+    return unit.DoRender(*ioFlags, *inTimeStamp, inOutputBus, inFrames, *ioData);
 }
 
 OSStatus MusicDeviceBaseMIDIEvent(void* inStorage, UInt32 inStatus, UInt32 inData1, UInt32 inData2,

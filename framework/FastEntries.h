@@ -1,5 +1,5 @@
 // What the fast-dispatch property hands out: operations that skip the parameter block. Each takes
-// the instance's storage and lets no exception out (StatusOf).
+// the instance's storage and lets no exception out (StatusOf, DoRender).
 #ifndef VELNOR_FRAMEWORK_FASTENTRIES_H
 #define VELNOR_FRAMEWORK_FASTENTRIES_H
 
