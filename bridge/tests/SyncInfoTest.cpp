@@ -45,6 +45,14 @@ TEST(SyncInfo, CountsSamplesToTheNextBarAndBeat) {
         SCOPED_TRACE(ppq);
         EXPECT_EQ(samplesToNextBar(bpm, ppq, barStart, numerator, denominator, kRate), toBar);
         EXPECT_EQ(samplesToNextBeat(bpm, ppq, barStart, numerator, denominator, kRate), toBeat);
+        SyncInfo sync; // stopped, so that every position counts
+        sync.bpm = bpm;
+        sync.ppq = ppq;
+        sync.barStart = barStart;
+        sync.timeSigNumerator = static_cast<int>(numerator);
+        sync.timeSigDenominator = static_cast<int>(denominator);
+        sync.prepare(256, kRate, nullptr, nullptr, true);
+        EXPECT_EQ(sync.samplesToBar, toBar) << "of a whole snapshot";
     }
 }
 
