@@ -37,6 +37,12 @@ CFRef<CFMutableDictionaryRef> MakeDictionary() {
         kCFAllocatorDefault, 0, PlatformTypeKeyCallBacks, PlatformTypeValueCallBacks));
 }
 
+CFRef<CFDataRef> MakeData(const std::string& bytes) {
+    return CFRef<CFDataRef>(CFDataCreate(kCFAllocatorDefault,
+                                         reinterpret_cast<const UInt8*>(bytes.data()),
+                                         static_cast<CFIndex>(bytes.size())));
+}
+
 CFDictionaryRef AsDictionary(const CFRef<CFTypeRef>& tree) {
     return static_cast<CFDictionaryRef>(tree.Get());
 }
@@ -79,10 +85,18 @@ PreferenceFiles::PreferenceFiles(const std::string& domain)
 }
 
 void PreferenceFiles::Remove() {
-    for (const std::string& folder :
-         {mHome.ConfigHome(), mHome.ConfigDirs(), mHome.ConfigDirs() + "2"}) {
-        std::filesystem::remove_all(folder + "/velnor");
+    const auto remove = [this] {
+        for (const std::string& folder :
+             {mHome.ConfigHome(), mHome.ConfigDirs(), mHome.ConfigDirs() + "2"}) {
+            std::filesystem::remove_all(folder + "/velnor");
+        }
+    };
+    remove();
+    for (int scope = 0; scope < kScopes; ++scope) {
+        const auto& [user, host, places] = NamesOf(static_cast<Scope>(scope));
+        FUZZ_CHECK(CFPreferencesSynchronize(mDomain.Get(), user, host));
     }
+    remove();
 }
 
 void PreferenceFiles::Write(unsigned places, const std::string& content) {
@@ -96,9 +110,7 @@ void PreferenceFiles::Write(unsigned places, const std::string& content) {
 // Null where there is no dictionary.
 CFRef<CFTypeRef> PreferenceFiles::TreeIn(std::size_t place) const {
     const std::string content = testing::ReadFile(mPaths[place]);
-    const CFRef<CFDataRef> data(CFDataCreate(kCFAllocatorDefault,
-                                             reinterpret_cast<const UInt8*>(content.data()),
-                                             static_cast<CFIndex>(content.size())));
+    const CFRef<CFDataRef> data(MakeData(content));
     CFRef<CFTypeRef> tree(CFPropertyListCreateWithData(kCFAllocatorDefault, data.Get(),
                                                        kCFPropertyListImmutable, nullptr, nullptr));
     const bool isDictionary = tree && CFGetTypeID(tree.Get()) == CFDictionaryGetTypeID();
@@ -148,7 +160,17 @@ std::vector<std::string> PreferenceFiles::Contents() const {
     return contents;
 }
 
+bool PreferenceFiles::IsWritable(Scope scope) const {
+    const std::string content = testing::ReadFile(mPaths[NamesOf(scope).places.front()]);
+    const CFRef<CFDataRef> data(MakeData(content));
+    const CFRef<CFTypeRef> list(CFPropertyListCreateWithData(
+        kCFAllocatorDefault, data.Get(), kCFPropertyListImmutable, nullptr, nullptr));
+    return list ? CFGetTypeID(list.Get()) == CFDictionaryGetTypeID()
+                : !PlatformPropertyListIsForeign(data.Get());
+}
+
 void PreferenceFiles::CheckWriting(Scope scope) const {
+    const bool isWritable = IsWritable(scope);
     const auto& [user, host, places] = NamesOf(scope);
     const CFRef<CFStringRef> text = MakeText("new");
     const CFRef<CFTypeRef> expected = Merged({places.front()});
@@ -159,10 +181,11 @@ void PreferenceFiles::CheckWriting(Scope scope) const {
     const bool isWritten = CFPreferencesSynchronize(mDomain.Get(), user, host);
     const std::vector<std::string> after = Contents();
     for (std::size_t place = 0; place < kFiles; ++place) {
-        FUZZ_CHECK(place == places.front() || after[place] == before[place]);
+        const bool isTarget = isWritable && place == places.front();
+        FUZZ_CHECK(isTarget || after[place] == before[place]);
     }
     const CFRef<CFTypeRef> tree = TreeIn(places.front());
-    FUZZ_CHECK(!isWritten || (tree && CFEqual(tree.Get(), expected.Get())));
+    FUZZ_CHECK(!isWritten || (isWritable && tree && CFEqual(tree.Get(), expected.Get())));
 }
 
 } // namespace velnor::fuzz

@@ -21,13 +21,18 @@ public:
 
     explicit PreferenceFiles(const std::string& domain);
 
+    // Takes the changes along that could not be written.
     void Remove();
     // Into the files whose bits are set; the search begins at the one of bit 0.
     void Write(unsigned places, const std::string& content);
 
+    // False for a file that only other programs read.
+    bool IsWritable(Scope scope) const;
+
     // Stops the fuzzer when the preferences are not what the files hold, one behind another.
     void CheckReading() const;
-    // Writes a value for a program; stops the fuzzer when another value or file changes by it.
+    // Writes a value for a program; stops the fuzzer when another value or file changes by it, or
+    // one that is not to be written to.
     void CheckWriting(Scope scope) const;
 
 private:

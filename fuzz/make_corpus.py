@@ -42,6 +42,11 @@ def domain_files():
         yield name + "_binary", plistlib.dumps(tree, fmt=plistlib.FMT_BINARY)
     yield "nested", plistlib.dumps({"Plugins": {"AU": {"a": {"b": {"c": {"d": "e"}}}}}})
     yield "cut", plistlib.dumps(REGISTRY)[:-20]
+    yield "text", b"// x\n{ \"a b\" = (1, <00ff>); c; /* y */ d = {e = '\\'';}; }"
+    yield "table", b"a = b; \"c\" = \"d\";"
+    yield "json", b'{"a": [1.5e+3, null, true, {}], "b": "\\u00e9"}'
+    yield "wide", plistlib.dumps({"a": [1]}).decode().encode("utf-16")
+    yield "latin", b"<?xml version='1.0' encoding='ISO-8859-1'?><plist><string>\xe9</string></plist>"
     yield "quotes", b"<plist a='>'><array a='\"><array>'><?x \"?><true/><!-- \"?> --></array></plist>"
 
 

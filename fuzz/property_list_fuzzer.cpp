@@ -23,6 +23,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t siz
         const CFRef<CFDataRef> file(
             CFDataCreate(kCFAllocatorDefault, bytes, static_cast<CFIndex>(size)));
         const auto tree = Read(file.Get());
+        const bool isForeign = PlatformPropertyListIsForeign(file.Get());
+        FUZZ_CHECK(!tree || !isForeign);
         if (tree) {
             const CFRef<CFDataRef> binary(CFPropertyListCreateData(
                 kCFAllocatorDefault, tree.Get(), kCFPropertyListBinaryFormat_v1_0, 0, nullptr));

@@ -15,12 +15,17 @@
 // A write takes effect in this process at once and in the file with CFPreferencesSynchronize, which
 // holds a lock file, reads the file again, merges the keys that changed here, writes a temporary
 // file, flushes it and renames it: writers of different keys lose nothing, and a reader sees the
-// old file or the new one. A link is followed to the file that it names. A binary file stays
-// binary; an XML file becomes binary when it gets a value that XML cannot hold, such as text with
-// control characters. A file that does not parse reads as absent and is kept under a new name,
-// NAME.damaged, before it is replaced. Values of other programs survive untouched. Reads are
-// answered from a cache per file that is checked against the file's identity, size and time each
-// time.
+// old file or the new one. A change that could not be written stays pending and remembers the value
+// that it was based on: when another program has given the key a new one by the next try, that one
+// stays and the change is dropped.
+//
+// A link is followed to the file that it names. A binary file stays binary; an XML file becomes
+// binary when it gets a value that XML cannot hold, such as text with control characters. Values of
+// other programs survive untouched. A property list that only other programs can read (too large,
+// too deep, of another form or encoding, its root no dictionary: PlatformPropertyListIsForeign)
+// reads as absent and is never written to. Any other file that does not parse reads as absent and
+// is kept under a new name, NAME.damaged, before it is replaced. Reads are answered from a cache
+// per file that is checked against the file's identity, size and time each time.
 #ifndef VELNOR_PLATFORM_CFPREFERENCES_H
 #define VELNOR_PLATFORM_CFPREFERENCES_H
 
@@ -51,8 +56,10 @@ VELNOR_PLATFORM_API CFArrayRef CFPreferencesCopyKeyList(CFStringRef domain, CFSt
 VELNOR_PLATFORM_API void CFPreferencesSetValue(CFStringRef key, CFPropertyListRef value,
                                                CFStringRef domain, CFStringRef user,
                                                CFStringRef host);
-// False when the file could not be written or what is there could not be read: a folder, say, or no
-// permission. The file is untouched then, and the changes stay pending. False, too, when the file
+// False when the file could not be written or what is there could not be read: a folder, say, no
+// permission, or a property list that only other programs read. The file is untouched then, and the
+// changes stay pending: until they are written, reads give what the file has, and the next call
+// tries again those whose key has the same value as when they were made. False, too, when the file
 // with all changes would be larger than a property list may be: those that it has no room for are
 // dropped then, the others written. It gives up on a writer
 // that holds the lock for more than ten seconds. True at once when there is nothing to write.

@@ -34,14 +34,18 @@ VELNOR_PLATFORM_API CFDataRef CFPropertyListCreateData(CFAllocatorRef allocator,
                                                        CFPropertyListRef tree,
                                                        CFPropertyListFormat format,
                                                        CFOptionFlags options, CFTypeRef* error);
-// Reads either form. Null when the bytes are no property list or are cut. XML is UTF-8; of equal
-// keys the last one counts. error is not used and may be null; containers are mutable when options
-// ask for it.
+// Reads either form. Null when the bytes are no property list or are cut. XML is UTF-8, or ASCII
+// whatever it declares; of equal keys the last one counts. error is not used and may be null;
+// containers are mutable when options ask for it.
 VELNOR_PLATFORM_API CFPropertyListRef CFPropertyListCreateWithData(CFAllocatorRef allocator,
                                                                    CFDataRef data,
                                                                    CFOptionFlags options,
                                                                    CFPropertyListFormat* format,
                                                                    CFTypeRef* error);
+// Whether bytes that are none here are a property list that another reader could take: of other
+// limits, of another form or encoding, or more lenient (not of the original interface). What
+// answers false can be read by nobody.
+VELNOR_PLATFORM_API Boolean PlatformPropertyListIsForeign(CFDataRef data);
 
 VELNOR_END_C
 

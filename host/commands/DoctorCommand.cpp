@@ -22,7 +22,6 @@
 #include <filesystem>
 #include <fstream>
 #include <optional>
-#include <unistd.h>
 #include <vector>
 
 namespace velnor::host {
@@ -61,16 +60,27 @@ private:
 // False when nothing can be read of them.
 bool examinePreferences(Findings& findings, const std::string& domain) {
     const std::string path = preferencePath(domain);
-    const std::string problem = checkPreferenceFile(path);
+    const PreferenceCheck check = checkPreferenceFile(path);
     std::error_code error;
-    if (problem.empty()) {
+    switch (check.trouble) {
+    case PreferenceTrouble::none:
         findings.note(path + (fs::exists(path, error) ? "" : " (not there)"));
-    } else {
-        findings.bad(problem, fs::is_regular_file(path, error) && access(path.c_str(), R_OK) == 0
-                                  ? "the preferences in " + path + " are damaged; install it again"
-                                  : path + " is no readable file; remove it and install again");
+        break;
+    case PreferenceTrouble::damaged:
+        findings.bad(check.problem,
+                     "the preferences in " + path + " are damaged; install it again");
+        break;
+    case PreferenceTrouble::foreign:
+        findings.bad(check.problem, "the preferences in " + path +
+                                        " are not of a kind that it reads; save them as a smaller "
+                                        "XML property list in UTF-8, a dictionary, or move them "
+                                        "away and install it again");
+        break;
+    case PreferenceTrouble::unreadable:
+        findings.bad(check.problem, path + " is no readable file; remove it and install again");
+        break;
     }
-    return problem.empty();
+    return check.trouble == PreferenceTrouble::none;
 }
 
 // command sets the component up.

@@ -3,6 +3,7 @@
 #include "bridge/OrmoEngine.h"
 #include "host/install/BundleRemoval.h"
 #include "host/install/Installation.h"
+#include "host/install/PreferenceCheck.h"
 #include "host/install/ProductFile.h"
 #include "host/install/Receipt.h"
 #include "host/instrument/ComponentFinder.h"
@@ -136,7 +137,10 @@ void takeBackBundle(const std::string& folder, const std::string& name, const Re
 
 // The value that install wrote; another stays.
 void takeBackPreference(const std::string& domain, const char* key, const std::string& value) {
-    if (!value.empty() && readPreference(domain, key) == value) {
+    const PreferenceCheck check = checkPreferenceFile(preferencePath(domain));
+    if (check.trouble == PreferenceTrouble::foreign) {
+        printNotice(check.problem + ", with its key " + key + " if it has one");
+    } else if (!value.empty() && readPreference(domain, key) == value) {
         writePreference(domain, key, "");
     }
 }

@@ -2,6 +2,7 @@
 
 #include "bridge/OrmoEngine.h"
 #include "host/install/Installation.h"
+#include "host/install/PreferenceCheck.h"
 #include "host/instrument/ComponentFinder.h"
 #include "host/job/JobError.h"
 #include "host/job/PlatformText.h"
@@ -42,6 +43,10 @@ void requireWritablePreferences(const std::string& domain) {
     }
     if (fs::exists(path, error) && access(path.c_str(), R_OK) != 0) {
         throw JobError(path + ": " + std::strerror(errno));
+    }
+    if (const PreferenceCheck check = checkPreferenceFile(path);
+        check.trouble == PreferenceTrouble::foreign) {
+        throw JobError(check.problem);
     }
     if (!path.empty()) {
         requireWritableFolder(fs::path(path).parent_path());

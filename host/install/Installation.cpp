@@ -1,5 +1,6 @@
 #include "host/install/Installation.h"
 
+#include "host/install/PreferenceCheck.h"
 #include "host/instrument/Instrument.h"
 #include "host/job/JobError.h"
 #include "host/job/PlatformText.h"
@@ -82,7 +83,11 @@ void writePreference(const std::string& domain, const char* key, const std::stri
                           kCFPreferencesCurrentUser, kCFPreferencesAnyHost);
     if (!CFPreferencesSynchronize(domainText.Get(), kCFPreferencesCurrentUser,
                                   kCFPreferencesAnyHost)) {
-        throw JobError(preferencePath(domain) + ": the preferences cannot be written");
+        const std::string path = preferencePath(domain);
+        const PreferenceCheck check = checkPreferenceFile(path);
+        throw JobError(check.trouble == PreferenceTrouble::foreign
+                           ? check.problem
+                           : path + ": the preferences cannot be written");
     }
 }
 

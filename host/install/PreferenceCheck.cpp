@@ -13,31 +13,52 @@ namespace velnor::host {
 
 namespace {
 
-constexpr std::size_t kSizeLimit = 256u << 20;
+constexpr std::size_t kSizeLimit = 64u << 20;
 
-bool isDictionary(const std::vector<std::uint8_t>& bytes) {
+PreferenceTrouble troubleOf(const std::vector<std::uint8_t>& bytes) {
     const CFRef<CFDataRef> data(
         CFDataCreate(kCFAllocatorDefault, bytes.data(), static_cast<CFIndex>(bytes.size())));
     const CFRef<CFPropertyListRef> list(CFPropertyListCreateWithData(
         kCFAllocatorDefault, data.Get(), kCFPropertyListImmutable, nullptr, nullptr));
-    return list && CFGetTypeID(list.Get()) == CFDictionaryGetTypeID();
+    if (list && CFGetTypeID(list.Get()) == CFDictionaryGetTypeID()) {
+        return PreferenceTrouble::none;
+    }
+    const bool isForeign = list || PlatformPropertyListIsForeign(data.Get());
+    return isForeign ? PreferenceTrouble::foreign : PreferenceTrouble::damaged;
+}
+
+PreferenceCheck checkRegularFile(const std::string& path) {
+    std::error_code error;
+    if (std::filesystem::file_size(path, error) > kSizeLimit && !error) {
+        return {PreferenceTrouble::foreign,
+                path + ": it is larger than 64 MiB, the most that is read; it is left untouched"};
+    }
+    switch (const PreferenceTrouble trouble = troubleOf(readInputFile(path, kSizeLimit))) {
+    case PreferenceTrouble::none:
+        return {};
+    case PreferenceTrouble::foreign:
+        return {trouble, path + ": it is a property list of a size, depth, form or encoding that "
+                                "cannot be read here; it is left untouched"};
+    default:
+        return {trouble, path + ": it cannot be parsed"};
+    }
 }
 
 } // namespace
 
-std::string checkPreferenceFile(const std::string& path) {
+PreferenceCheck checkPreferenceFile(const std::string& path) {
     std::error_code error;
     const auto status = std::filesystem::status(path, error);
     if (!std::filesystem::exists(status)) {
-        return "";
+        return {};
     }
     if (!std::filesystem::is_regular_file(status)) {
-        return path + ": it is no regular file";
+        return {PreferenceTrouble::unreadable, path + ": it is no regular file"};
     }
     try {
-        return isDictionary(readInputFile(path, kSizeLimit)) ? "" : path + ": it cannot be parsed";
+        return checkRegularFile(path);
     } catch (const JobError& problem) {
-        return problem.what();
+        return {PreferenceTrouble::unreadable, problem.what()};
     }
 }
 

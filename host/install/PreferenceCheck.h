@@ -6,9 +6,20 @@
 
 namespace velnor::host {
 
-// Empty when the file is sound or not there; else what is wrong: such a file reads as if nothing
-// were set.
-std::string checkPreferenceFile(const std::string& path);
+enum class PreferenceTrouble {
+    none,      // the file is sound or not there
+    damaged,   // nobody can read it: a write sets it aside
+    foreign,   // too large, or a property list that only other programs read: no write touches it
+    unreadable // a folder, no permission and the like: the same
+};
+
+// A file with any trouble reads as if nothing were set.
+struct PreferenceCheck {
+    PreferenceTrouble trouble = PreferenceTrouble::none;
+    std::string problem{}; // "PATH: what is wrong"
+};
+
+PreferenceCheck checkPreferenceFile(const std::string& path);
 
 } // namespace velnor::host
 

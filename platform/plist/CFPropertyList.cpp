@@ -1,5 +1,6 @@
 #include "platform/CFPropertyList.h"
 
+#include "platform/plist/ForeignPropertyList.h"
 #include "platform/plist/PropertyListReader.h"
 #include "platform/plist/PropertyListSize.h"
 #include "platform/plist/PropertyListWriter.h"
@@ -58,6 +59,15 @@ private:
     bool mMutableLeaves;
 };
 
+// Empty for another object than data.
+std::string_view FileOf(CFDataRef data) {
+    const auto* object = CastIf<DataObject>(data);
+    return object == nullptr
+               ? std::string_view()
+               : std::string_view(reinterpret_cast<const char*>(object->Bytes().data()),
+                                  object->Bytes().size());
+}
+
 } // namespace
 } // namespace velnor
 
@@ -79,12 +89,12 @@ CFDataRef CFPropertyListCreateData(CFAllocatorRef, CFPropertyListRef tree,
 CFPropertyListRef CFPropertyListCreateWithData(CFAllocatorRef, CFDataRef data,
                                                CFOptionFlags options, CFPropertyListFormat* format,
                                                CFTypeRef*) {
-    const auto* object = velnor::CastIf<velnor::DataObject>(data);
-    if (object == nullptr || object->Bytes().empty()) {
-        return nullptr;
-    }
-    const auto& bytes = object->Bytes();
-    return velnor::ReadPropertyList({reinterpret_cast<const char*>(bytes.data()), bytes.size()},
-                                    options, format)
-        .Detach();
+    const std::string_view file = velnor::FileOf(data);
+    return file.empty() ? nullptr : velnor::ReadPropertyList(file, options, format).Detach();
+}
+
+Boolean PlatformPropertyListIsForeign(CFDataRef data) {
+    const std::string_view file = velnor::FileOf(data);
+    return !velnor::ReadPropertyList(file, kCFPropertyListImmutable, nullptr) &&
+           velnor::IsForeignPropertyList(file);
 }

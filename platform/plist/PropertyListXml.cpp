@@ -1,5 +1,6 @@
 #include "platform/plist/PropertyListXml.h"
 
+#include "platform/plist/PropertyListEncoding.h"
 #include "platform/plist/PropertyListSize.h"
 #include "platform/plist/PropertyListXmlLeaf.h"
 #include "platform/values/Unicode.h"
@@ -11,7 +12,6 @@
 namespace velnor {
 namespace {
 
-constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
 constexpr std::string_view kSpace = " \t\n";
 constexpr std::string_view kCharacterData = "<![CDATA[";
 constexpr std::array<std::string_view, 11> kElements = {
@@ -219,11 +219,14 @@ bool IsXmlCharacter(char32_t c) {
 } // namespace
 
 std::optional<std::string> PreparedXml(std::string_view document) {
-    if (document.starts_with(kByteOrderMark)) {
-        document.remove_prefix(kByteOrderMark.size());
+    const bool isMarked = document.starts_with(kUtf8Mark);
+    document.remove_prefix(isMarked ? kUtf8Mark.size() : 0);
+    if (document.size() > kMaxPropertyListBytes || document.find('\0') != document.npos) {
+        return std::nullopt;
     }
-    if (document.size() > kMaxPropertyListBytes || document.find('\0') != document.npos ||
-        !Utf16Length(document)) {
+    const auto units = Utf16Length(document);
+    const bool isAscii = units == document.size();
+    if (!units || (!isAscii && !isMarked && !DeclaresUtf8(document))) {
         return std::nullopt;
     }
     const std::string text = WithLineFeeds(document);

@@ -10,10 +10,6 @@
 namespace velnor {
 namespace {
 
-bool HasContent(const PreferenceFile& file) {
-    return file.state == PreferenceFileState::sound || file.state == PreferenceFileState::damaged;
-}
-
 // By the clock that file systems take times from.
 timespec Now() {
     timespec now{};
@@ -37,23 +33,24 @@ void CachedPreferences::Learn(PreferenceFile file) {
 
 void CachedPreferences::Refresh() {
     PreferenceFile seen = LookAtPreferenceFile(mPath);
-    if (!HasContent(seen)) {
+    if (!HasContent(seen.state)) {
         if (mKnown->state != seen.state) {
             Learn(std::move(seen));
         }
         return;
     }
-    if (mSettled && HasContent(*mKnown) && seen.stamp == mStamp) {
+    if (mSettled && HasContent(mKnown->state) && seen.stamp == mStamp) {
         return;
     }
     const timespec before = Now();
     PreferenceFile loaded = LoadPreferenceFile(mPath);
     mSettled = loaded.stamp.IsSettledAt(before);
-    if (HasContent(loaded) && HasContent(*mKnown) && loaded.content == mKnown->content) {
+    if (HasContent(loaded.state) && HasContent(mKnown->state) &&
+        loaded.content == mKnown->content) {
         mStamp = loaded.stamp;
         return;
     }
-    if (HasContent(loaded)) {
+    if (HasContent(loaded.state)) {
         ParsePreferenceFile(loaded);
     }
     Learn(std::move(loaded));

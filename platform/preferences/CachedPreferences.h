@@ -27,8 +27,8 @@ public:
     void AddKeysTo(Keys& keys);
     // An empty value removes the key. value is immutable.
     void Put(std::string_view key, CFRef<CFTypeRef> value);
-    // False when the file could not be written; the changes stay. False, too, when it had no room
-    // for some of them, which are dropped. shared: see PreferenceWriter.
+    // False when the file could not be written or is not to be; the changes stay. False, too, when
+    // it had no room for some of them, which are dropped. shared: see PreferenceWriter.
     bool Synchronize(bool shared);
 
 private:

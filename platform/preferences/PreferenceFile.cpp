@@ -1,6 +1,7 @@
 #include "platform/preferences/PreferenceFile.h"
 
 #include "platform/UniqueFd.h"
+#include "platform/plist/ForeignPropertyList.h"
 #include "platform/plist/PropertyListReader.h"
 #include "platform/plist/PropertyListSize.h"
 
@@ -114,7 +115,8 @@ void ParsePreferenceFile(PreferenceFile& file) {
     gParseCount.fetch_add(1);
     auto root = ReadPropertyList(file.content, kCFPropertyListImmutable, &file.format);
     if (CastIf<DictionaryObject>(root.Get()) == nullptr) {
-        file.state = PreferenceFileState::damaged;
+        const bool isForeign = root || IsForeignPropertyList(file.content);
+        file.state = isForeign ? PreferenceFileState::foreign : PreferenceFileState::damaged;
         return;
     }
     file.tree = CacheHold(CFRef(static_cast<CFDictionaryRef>(root.Detach())));

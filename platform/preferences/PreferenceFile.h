@@ -31,25 +31,31 @@ struct FileStamp {
 enum class PreferenceFileState {
     absent,
     sound,     // a property list whose root is a dictionary
+    foreign,   // a property list that other programs may read, but not this one
     damaged,   // anything else that can be read
     unreadable // something is there that cannot be read as a file of bearable size
 };
 
+// True of a file whose bytes are known.
+constexpr bool HasContent(PreferenceFileState state) {
+    return state != PreferenceFileState::absent && state != PreferenceFileState::unreadable;
+}
+
 struct PreferenceFile {
     PreferenceFileState state = PreferenceFileState::absent;
-    FileStamp stamp;     // of sound and damaged files
+    FileStamp stamp;     // of a file with content
     std::string content; // likewise
     CFPropertyListFormat format = kCFPropertyListXMLFormat_v1_0;
     CacheHold<CFDictionaryRef> tree; // empty unless sound
 };
 
-// The state and stamp alone, by one system call: sound stands for damaged too.
+// The state and stamp alone, by one system call: sound stands for foreign and damaged too.
 PreferenceFile LookAtPreferenceFile(const std::string& path);
 
-// Reads without parsing: sound stands for damaged too, and there is no tree.
+// Reads without parsing: sound stands for foreign and damaged too, and there is no tree.
 PreferenceFile LoadPreferenceFile(const std::string& path);
 
-// Makes the tree of a loaded file, or finds it damaged.
+// Makes the tree of a loaded file, or finds it foreign or damaged.
 void ParsePreferenceFile(PreferenceFile& file);
 
 // How often that was done in this process.

@@ -111,9 +111,7 @@ MergedTree Merged(CFDictionaryRef tree, const std::vector<PreferenceChange>& cha
 
 // The tree of a file just loaded, from what is known of it where its content is the same.
 void Understand(PreferenceFile& file, const PreferenceFile& known) {
-    const bool isKnown =
-        known.state == PreferenceFileState::sound || known.state == PreferenceFileState::damaged;
-    if (!isKnown || known.content != file.content) {
+    if (!HasContent(known.state) || known.content != file.content) {
         ParsePreferenceFile(file);
         return;
     }
@@ -137,11 +135,12 @@ std::optional<PreferenceWriter::Written>
 PreferenceWriter::Merge(const std::vector<PreferenceChange>& all, const PreferenceFile& known) {
     Written written{LoadPreferenceFile(mPath), true};
     PreferenceFile& file = written.file;
-    if (file.state == PreferenceFileState::unreadable) {
-        return std::nullopt;
-    }
     if (file.state == PreferenceFileState::sound) {
         Understand(file, known);
+    }
+    if (file.state == PreferenceFileState::unreadable ||
+        file.state == PreferenceFileState::foreign) {
+        return std::nullopt;
     }
     const auto changes = StillWanted(file.tree.Get(), all);
     if (Holds(file.tree.Get(), changes)) {

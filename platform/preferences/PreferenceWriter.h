@@ -27,8 +27,8 @@ public:
     };
     // Merges the changes into the file as it is now. known is the file as it was seen last and
     // spares a parse when nothing changed. A damaged file is kept under another name before it is
-    // replaced, and binary files stay binary. Nothing when the file could not be read or written:
-    // it is untouched then.
+    // replaced, and binary files stay binary. Nothing when the file could not be read or written,
+    // or is a property list that only other programs read: it is untouched then.
     std::optional<Written> Merge(const std::vector<PreferenceChange>& changes,
                                  const PreferenceFile& known);
 

@@ -138,7 +138,7 @@ TEST_F(Preferences, DamagedFilesReadAsAbsentAndAreKept) {
     int number = 0;
     for (const std::string& content :
          {std::string(), std::string("<plist><dict><key>a</key><tru"), PlistFile("<true/>"),
-          std::string("<plist><array/></plist>")}) {
+          std::string("{ a = 1; b = "), std::string("bplist00")}) {
         WriteFile(PathOf(), content);
         EXPECT_EQ(Search("a"), "<none>");
         EXPECT_TRUE(Save("a", nullptr));
@@ -148,6 +148,43 @@ TEST_F(Preferences, DamagedFilesReadAsAbsentAndAreKept) {
         const std::string suffix = ++number == 1 ? "" : "-" + std::to_string(number);
         EXPECT_EQ(ReadFile(PathOf() + ".damaged" + suffix), content);
         EXPECT_TRUE(std::filesystem::exists(PathOf() + ".damaged" + suffix));
+    }
+}
+
+std::string Repeated(std::string_view text, int times) {
+    std::string result;
+    for (int i = 0; i < times; ++i) {
+        result += text;
+    }
+    return result;
+}
+
+TEST_F(Preferences, FilesThatOnlyOthersReadReadAsAbsentAndAreLeftAsTheyAre) {
+    const std::string entry = "<key>a</key><true/>";
+    std::string wide = "\xFF\xFE";
+    for (const char c : PlistFile(entry)) {
+        wide += {c, '\0'};
+    }
+    for (const std::string& content :
+         {PlistFile(entry + "<key>b</key><array>" + Repeated("<true/>", 1 << 17) + "</array>"),
+          PlistFile(entry + "<key>b</key>" + Repeated("<array>", 256) + Repeated("</array>", 256)),
+          wide, std::string("<plist><array/></plist>"), std::string("{ a = 1; }"),
+          std::string("{\"a\": 1}")}) {
+        WriteFile(PathOf(), content);
+        const CFIndex parsed = PlatformPreferencesParseCount();
+        EXPECT_EQ(Search("a"), "<none>");
+        EXPECT_THAT(KeyList(), IsEmpty());
+        EXPECT_FALSE(Save("a", nullptr));
+        EXPECT_FALSE(Save("b", Value("new").Get())) << "and not at the next try";
+        EXPECT_FALSE(Synchronize());
+        EXPECT_EQ(Search("b"), "<none>") << "until it is written the file counts";
+        EXPECT_EQ(PlatformPreferencesParseCount(), parsed + 1);
+        EXPECT_EQ(ReadFile(PathOf()), content);
+        EXPECT_FALSE(std::filesystem::exists(PathOf() + ".damaged"));
+        WriteFile(PathOf(), PlistFile("<key>c</key><string>x</string>"));
+        EXPECT_EQ(Search("c"), "x") << "mended";
+        EXPECT_TRUE(Synchronize());
+        EXPECT_THAT(KeyList(), ElementsAre("b", "c"));
     }
 }
 

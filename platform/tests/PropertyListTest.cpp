@@ -224,6 +224,87 @@ TEST(PropertyList, SharedObjectsCannotOutgrowMemory) {
     EXPECT_FALSE(CFPropertyListCreateDeepCopy(nullptr, tree.Get(), kCFPropertyListImmutable));
 }
 
+std::string InBigEndian(std::string_view text, std::size_t unit) {
+    std::string file;
+    for (const char c : text) {
+        file += std::string(unit - 1, '\0') + c;
+    }
+    return file;
+}
+
+TEST(PropertyList, WhatAnotherReaderCouldTakeIsToldFromWhatNobodyCan) {
+    const std::string plain = "<plist><dict><key>a</key><string>b</string></dict></plist>";
+    const std::string table = BinaryList({"\x50"s});
+    const std::string latin = "<?xml version='1.0' encoding = 'ISO-8859-1'?><plist><string>";
+    for (const std::string& file : {Xml("<integer>99999999999999999999</integer>"),
+                                    Xml("<date>2024-01-02Z</date>"),
+                                    Xml("<data>!</data>"),
+                                    Xml("<string>&unknown;</string>"),
+                                    Xml("<note><true/></note>"),
+                                    Xml("<dict><key/><key>a</key><true/></dict>"),
+                                    "<dict/>"s,
+                                    plain + "x",
+                                    latin + "\xE9</string></plist>",
+                                    latin + "\u00E9</string></plist>",
+                                    "<!DOCTYPE plist [<!-- ]> --><!ELEMENT plist ']>'>]>" + plain,
+                                    "\xFE\xFF" + InBigEndian(plain, 2),
+                                    InBigEndian(plain, 2),
+                                    InBigEndian(plain, 4),
+                                    "\xFF\xFE\0\0"s + InBigEndian("{}", 4).substr(3) + "\0\0\0"s,
+                                    "// x\n{ \"a b\" = (1, <00ff>, {},); c; d = '\\''; }"s,
+                                    "a = b; /* c */ \"d\" = \"e\";"s,
+                                    "[1.5e+3, {\"a\": null, \"b\": [true]}]"s,
+                                    SharedArrays(50, false),
+                                    SharedArrays(1, true),
+                                    BinaryList({"\0"s}),
+                                    BinaryList({"\xD1\1\2"s, "\x10\5"s, "\x62\xD8\0\0a"s}),
+                                    BinaryList({"\xC1\1"s, "\x14" + std::string(16, '\xFF')})}) {
+        EXPECT_FALSE(Read(file)) << file;
+        EXPECT_TRUE(PlatformPropertyListIsForeign(Data(file).Get())) << file;
+    }
+    const std::string inverted = table.substr(0, table.size() - 1) + '\x7F';
+    for (const std::string& file : {""s,
+                                    "word"s,
+                                    "several words"s,
+                                    "{ a = b"s,
+                                    "( a b )"s,
+                                    "{ a = b; ]"s,
+                                    "a = b"s,
+                                    "[1, \"]"s,
+                                    "<0f0>"s,
+                                    "{ a = 1; /* }"s,
+                                    std::string(64, '\0'),
+                                    plain.substr(0, plain.size() - 1),
+                                    InBigEndian(plain, 2).substr(1),
+                                    InBigEndian(plain.substr(0, 30), 4),
+                                    "<plist><string>\xE9</string></plist>"s,
+                                    "<html><body/></html>"s,
+                                    "x" + plain,
+                                    Xml(""),
+                                    Xml("<dict><true/></dict>"),
+                                    Xml("<dict><key>a</key></dict>"),
+                                    Xml("<dict><key>a</key><key>b</key><true/></dict>"),
+                                    Xml("<array><key>a</key></array>"),
+                                    Xml("<integer>12a</integer>"),
+                                    Xml("<real>x</real>"),
+                                    Xml("<date>2024-13-01T00:00:00Z</date>"),
+                                    Xml("<string>a & b</string>"),
+                                    Xml("<string>"s + '\0' + "</string>"),
+                                    Xml("<array></dict>"),
+                                    "bplist00"s,
+                                    inverted,
+                                    table.substr(0, table.size() - 1),
+                                    BinaryList({"\xA1\7"s}),
+                                    BinaryList({"\x5F\x10\x60"s}),
+                                    BinaryList({"\xD1\1\1"s, "\xA0"s}),
+                                    BinaryList({"\x70"s})}) {
+        EXPECT_FALSE(Read(file)) << file;
+        EXPECT_FALSE(PlatformPropertyListIsForeign(Data(file).Get())) << file;
+    }
+    EXPECT_TRUE(Read(latin + "a</string></plist>")) << "ASCII is the same in all of them";
+    EXPECT_FALSE(PlatformPropertyListIsForeign(Data(plain).Get()));
+}
+
 TEST(PropertyList, WhatCanBeWrittenCanBeRead) {
     const auto entries = Dictionary();
     for (int i = 0; i < 65535; ++i) {
