@@ -163,6 +163,29 @@ TEST(Install, OfASecondProductSaysWhoseEngineChangesAndUninstallAsksWhich) {
     EXPECT_TRUE(std::filesystem::is_empty(program.home.DataHome() + "/velnor/Engines"));
 }
 
+TEST(FormatsDocument, TheReceiptIsTheFileThatInstallLeaves) {
+    HostProgram program;
+    const std::string component = program.path("Velnor.component");
+    const std::string contents = "/Contents/" VELNOR_PLATFORM_FOLDER;
+    std::filesystem::create_directories(component + contents);
+    for (const std::string& file : {std::string("/Contents/Info.plist"), contents + "/Velnor"}) {
+        std::filesystem::copy(VELNOR_BUNDLE_DIR "/Velnor.component" + file, component + file);
+    }
+    ASSERT_EQ(program.install("Odd", component).status, 0);
+    std::string receipt =
+        ReadFile(program.home.DataHome() + "/velnor/Receipts/Components/Velnor.component");
+    for (const auto& [own, shown] :
+         Rows<std::string, std::string>{{program.home.DataHome(), "/home/ada/.local/share"},
+                                        {program.path("data"), "/home/ada/sounds"},
+                                        {VELNOR_PLATFORM_FOLDER, "x86_64-linux"}}) {
+        for (std::size_t at = 0; (at = receipt.find(own, at)) != receipt.npos; at += shown.size()) {
+            receipt.replace(at, own.size(), shown);
+        }
+    }
+    EXPECT_THAT(ReadFile(VELNOR_SOURCE_DIR "/docs/formats.md"),
+                HasSubstr("\n```receipt\n" + receipt + "```\n"));
+}
+
 TEST(Info, NamesTheEditorOfTheSameBundleAlthoughAllProductsShareItsCodes) {
     HostProgram program;
     const std::string copy = program.path("Copy.component");
