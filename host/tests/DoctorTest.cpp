@@ -75,6 +75,19 @@ TEST(Doctor, TellsOfPreferencesThatOnlyOthersReadAndNothingTouchesThem) {
     }
 }
 
+TEST(Doctor, TellsOfASetupFileThatNestsTooDeep) {
+    HostProgram program;
+    ASSERT_EQ(program.install("Odd").status, 0);
+    std::string deep;
+    for (int i = 0; i < 1000000; ++i) {
+        deep += "<a>";
+    }
+    WriteFile(program.path("data/OrmoSetup.xml"), deep);
+    EXPECT_THAT(program.run({"doctor"}).out,
+                AllOf(HasSubstr("OrmoSetup.xml: Could not load file\n"),
+                      HasSubstr("Tavo Tarn 12 is ready to play.\n")));
+}
+
 TEST(Doctor, ShowsTheLastLinesOfTheYoungestLog) {
     HostProgram program;
     ASSERT_EQ(program.install("Odd").status, 0);

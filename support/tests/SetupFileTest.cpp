@@ -40,7 +40,7 @@ TEST(SetupFile, EveryVendorAndProductMustAgree) {
     std::string attributes;
     std::string longNames;
     for (int i = 0; i < 2048; ++i) {
-        flat += "<a>" + std::string(1 << 10, '>') + "</a>";
+        flat += "<a>" + std::string(16 << 10, '>') + "</a>";
         attributes += " a" + std::to_string(i) + "=''";
         longNames += i < 1000 ? " a" + std::string(1000, 'x') + std::to_string(i) + "=''" : "";
     }
