@@ -57,11 +57,15 @@ private:
     std::string mRemedy;
 };
 
-// False when nothing can be read of them.
-bool examinePreferences(Findings& findings, const std::string& domain) {
+// The user's. False when nothing can be read of it, which is bad where the value is needed.
+bool examinePreferenceFile(Findings& findings, const std::string& domain, bool isNeeded) {
     const std::string path = preferencePath(domain);
     const PreferenceCheck check = checkPreferenceFile(path);
     std::error_code error;
+    if (check.trouble != PreferenceTrouble::none && !isNeeded) {
+        findings.note(check.problem);
+        return false;
+    }
     switch (check.trouble) {
     case PreferenceTrouble::none:
         findings.note(path + (fs::exists(path, error) ? "" : " (not there)"));
@@ -83,17 +87,28 @@ bool examinePreferences(Findings& findings, const std::string& domain) {
     return check.trouble == PreferenceTrouble::none;
 }
 
+// The value that the instrument reads. Empty when there is none: what is wrong then is said.
+std::string examinePreference(Findings& findings, const std::string& domain, const char* key,
+                              const std::string& command) {
+    const std::string value = searchPreference(domain, key);
+    const bool isSound = examinePreferenceFile(findings, domain, value.empty());
+    if (value.empty() && isSound) {
+        findings.bad(std::string(key) + " is not set", "it is not set up for you; run: " + command);
+    } else if (readPreference(domain, key) != value) {
+        findings.note(std::string(key) + " is that of this host, or of all users");
+    }
+    return value;
+}
+
 // command sets the component up.
 void examineData(Findings& findings, const ProductNames& names, const std::string& command) {
     findings.note("preferences of the product:");
-    if (!examinePreferences(findings, names.domain())) {
+    const std::string data =
+        examinePreference(findings, names.domain(), ORMO_DATA_DIR_KEY, command);
+    if (data.empty()) {
         return;
     }
-    const std::string data = readPreference(names.domain(), ORMO_DATA_DIR_KEY);
     std::error_code error;
-    if (data.empty()) {
-        return findings.bad("base_dir is not set", "it is not set up for you; run: " + command);
-    }
     if (!fs::is_directory(data, error)) {
         return findings.bad("base_dir: " + data + " is no folder",
                             "the sounds' folder is gone; install again with --data DIR");
@@ -115,12 +130,10 @@ std::string versionOf(OrmoOpcodeProc proc) {
 
 void examineEngine(Findings& findings, const std::string& command) {
     findings.note("preferences of the engine:");
-    if (!examinePreferences(findings, ORMO_ENGINE_DOMAIN)) {
-        return;
-    }
-    const std::string path = readPreference(ORMO_ENGINE_DOMAIN, ORMO_ENGINE_PATH_KEY);
+    const std::string path =
+        examinePreference(findings, ORMO_ENGINE_DOMAIN, ORMO_ENGINE_PATH_KEY, command);
     if (path.empty()) {
-        return findings.bad("path is not set", "it is not set up for you; run: " + command);
+        return;
     }
     const CFRef<CFURLRef> url(CFURLCreateWithFileSystemPath(
         kCFAllocatorDefault, platformString(path).Get(), kCFURLPOSIXPathStyle, true));

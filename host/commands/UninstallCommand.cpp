@@ -2,6 +2,7 @@
 
 #include "bridge/OrmoEngine.h"
 #include "host/install/BundleRemoval.h"
+#include "host/install/InstallChecks.h"
 #include "host/install/Installation.h"
 #include "host/install/PreferenceCheck.h"
 #include "host/install/ProductFile.h"
@@ -124,14 +125,33 @@ std::string nameOfWord(const std::string& word) {
                           "install it again, and it can be uninstalled");
 }
 
-void takeBackBundle(const std::string& folder, const std::string& name, const Receipt& receipt) {
-    const std::string path = folder + "/" + name;
-    if (receipt.entries.empty()) {
-        printLine(receipt.path + " was not copied by install and stays");
-    } else if (removeBundle(folder, name, receipt.entries)) {
-        printLine("removed " + path);
-    } else {
-        printLine(path + " stays: it holds more than install copied");
+// A bundle, and the preference that install wrote for it.
+struct Part {
+    std::string folder;
+    std::string name;
+    std::optional<Receipt> receipt; // what has none stays
+    std::string domain;
+    const char* key;
+    std::string value; // empty: another component needs it
+
+    std::string path() const { return folder + "/" + name; }
+    bool wasCopied() const { return receipt && !receipt->entries.empty(); }
+};
+
+void takeBackBundle(const Part& part) {
+    if (!part.receipt) {
+        return printLine(part.path() + " stays: there is no receipt of it");
+    }
+    if (!part.wasCopied()) {
+        return printLine(part.receipt->path + " was not copied by install and stays");
+    }
+    switch (removeBundle(part.folder, part.name, part.receipt->entries)) {
+    case Removal::kDone:
+        return printLine("removed " + part.path());
+    case Removal::kGone:
+        return printLine(part.path() + " is gone already");
+    case Removal::kHoldsMore:
+        return printLine(part.path() + " stays: it holds more than install copied");
     }
 }
 
@@ -145,23 +165,42 @@ void takeBackPreference(const std::string& domain, const char* key, const std::s
     }
 }
 
-void takeBackEngine(const std::string& name) {
-    const std::optional<Receipt> receipt = readReceipt(enginesFolder(), name);
-    if (!receipt) {
-        printLine(enginesFolder() + "/" + name + " stays: there is no receipt of it");
-        return;
-    }
-    takeBackBundle(enginesFolder(), name, *receipt);
-    takeBackPreference(ORMO_ENGINE_DOMAIN, ORMO_ENGINE_PATH_KEY, receipt->path);
-    removeReceipt(enginesFolder(), name);
-}
-
 bool hasDomain(const std::string& bundleName, const std::string& domain) {
     try {
         const std::optional<Receipt> receipt = readReceipt(componentsFolder(), bundleName);
         return receipt && receipt->domain == domain;
     } catch (const JobError&) {
         return false;
+    }
+}
+
+bool isDomainOfOthers(const std::string& domain, const Names& others) {
+    return std::any_of(others.begin(), others.end(),
+                       [&](const std::string& other) { return hasDomain(other, domain); });
+}
+
+// With the last component go the engines.
+std::vector<Part> partsOf(const std::string& name, const Receipt& receipt, const Names& others) {
+    const bool isShared = isDomainOfOthers(receipt.domain, others);
+    std::vector<Part> parts = {{componentsFolder(), name, receipt, receipt.domain,
+                                ORMO_DATA_DIR_KEY, isShared ? "" : receipt.baseDir}};
+    if (!others.empty()) {
+        return parts;
+    }
+    for (const std::string& engine : installedBundles(enginesFolder(), kEngineExtension)) {
+        const std::optional<Receipt> its = readReceipt(enginesFolder(), engine);
+        parts.push_back({enginesFolder(), engine, its, ORMO_ENGINE_DOMAIN, ORMO_ENGINE_PATH_KEY,
+                         its ? its->path : ""});
+    }
+    return parts;
+}
+
+void requireTakingBack(const Part& part) {
+    if (part.wasCopied()) {
+        requireRemovable(part.folder, part.name);
+    }
+    if (!part.value.empty() && readPreference(part.domain, part.key) == part.value) {
+        requireWritablePreferences(part.domain);
     }
 }
 
@@ -175,17 +214,15 @@ void uninstallCommand(const std::string& word) {
     }
     Names others = installedNames();
     std::erase(others, name);
-    takeBackBundle(componentsFolder(), name, *receipt);
-    if (std::none_of(others.begin(), others.end(),
-                     [&](const std::string& other) { return hasDomain(other, receipt->domain); })) {
-        takeBackPreference(receipt->domain, ORMO_DATA_DIR_KEY, receipt->baseDir);
+    const std::vector<Part> parts = partsOf(name, *receipt, others);
+    std::for_each(parts.begin(), parts.end(), requireTakingBack);
+    for (const Part& part : parts) {
+        takeBackBundle(part);
+        takeBackPreference(part.domain, part.key, part.value);
     }
-    if (others.empty()) {
-        for (const std::string& engine : installedBundles(enginesFolder(), kEngineExtension)) {
-            takeBackEngine(engine);
-        }
-    }
-    removeReceipt(componentsFolder(), name); // last, so that what failed can be repeated
+    // The component's is the last, so that what failed can be repeated.
+    std::for_each(parts.rbegin(), parts.rend(),
+                  [](const Part& part) { removeReceipt(part.folder, part.name); });
 }
 
 } // namespace velnor::host

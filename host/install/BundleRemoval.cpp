@@ -59,34 +59,59 @@ int removeEntry(int bundle, const BundleEntry& entry) {
     return result == 0 || isLeft ? 0 : errno;
 }
 
+bool isGone(const std::string& path) {
+    struct stat info = {};
+    return lstat(path.c_str(), &info) != 0 && errno == ENOENT;
+}
+
+// The folder and the bundle in it; none of a bundle that is gone.
+struct Place {
+    UniqueFd folder;
+    UniqueFd bundle;
+};
+
+Place openPlace(const std::string& folder, const std::string& bundleName) {
+    const std::string path = folder + "/" + bundleName;
+    Place place;
+    place.folder.Reset(open(folder.c_str(), kFolderFlags));
+    place.bundle.Reset(openat(place.folder.Get(), bundleName.c_str(), kFolderFlags));
+    if (!place.bundle && !isGone(path)) {
+        throw JobError(path + ": it, or the folder that it lies in, is no folder of install's any "
+                              "more; nothing of it was removed; put the folder back, or move away "
+                              "what is there, and uninstall again");
+    }
+    return place;
+}
+
 } // namespace
 
-bool removeBundle(const std::string& folder, const std::string& bundleName,
-                  const std::vector<BundleEntry>& entries) {
+void requireRemovable(const std::string& folder, const std::string& bundleName) {
+    const Place place = openPlace(folder, bundleName);
+    if (place.bundle && faccessat(place.folder.Get(), ".", W_OK | X_OK, AT_EACCESS) != 0) {
+        throw JobError(folder + ": " + std::strerror(errno));
+    }
+}
+
+Removal removeBundle(const std::string& folder, const std::string& bundleName,
+                     const std::vector<BundleEntry>& entries) {
     const std::string path = folder + "/" + bundleName;
-    const UniqueFd place(open(folder.c_str(), kFolderFlags));
-    const UniqueFd bundle(openat(place.Get(), bundleName.c_str(), kFolderFlags));
-    if (!bundle) {
-        struct stat info = {};
-        if (lstat(path.c_str(), &info) != 0 && errno == ENOENT) {
-            return true;
-        }
-        throw JobError(path + ": it, or the folder that it lies in, is no folder of install's any "
-                              "more; nothing of it was removed");
+    const Place place = openPlace(folder, bundleName);
+    if (!place.bundle) {
+        return Removal::kGone;
     }
     for (auto entry = entries.rbegin(); entry != entries.rend(); ++entry) {
-        const int error = removeEntry(bundle.Get(), *entry);
+        const int error = removeEntry(place.bundle.Get(), *entry);
         if (error != 0) {
             throw JobError(path + "/" + entry->path + ": " + std::strerror(error));
         }
     }
-    if (unlinkat(place.Get(), bundleName.c_str(), AT_REMOVEDIR) == 0) {
-        return true;
+    if (unlinkat(place.folder.Get(), bundleName.c_str(), AT_REMOVEDIR) == 0) {
+        return Removal::kDone;
     }
     if (errno != ENOTEMPTY && errno != EEXIST) {
         throw JobError(path + ": " + std::strerror(errno));
     }
-    return false;
+    return Removal::kHoldsMore;
 }
 
 } // namespace velnor::host

@@ -9,12 +9,21 @@
 
 namespace velnor::host {
 
+enum class Removal {
+    kDone,     // it is gone now
+    kGone,     // it was not there
+    kHoldsMore // it is still there, for what else it holds
+};
+
+// Throws JobError when removeBundle would: the folder or the bundle has become a link or file, or
+// the folder may not be changed.
+void requireRemovable(const std::string& folder, const std::string& bundleName);
+
 // Removes these entries of the bundle in the folder, and the bundle's folder when nothing else is
-// in it. No link is followed, neither the folder nor the bundle may be one, and an entry that has
-// become something of another kind stays. False when the bundle is still there, for what else it
-// holds. Throws JobError when something cannot be removed.
-bool removeBundle(const std::string& folder, const std::string& bundleName,
-                  const std::vector<BundleEntry>& entries);
+// in it. No link is followed, and an entry that has become something of another kind stays. Throws
+// JobError when something cannot be removed.
+Removal removeBundle(const std::string& folder, const std::string& bundleName,
+                     const std::vector<BundleEntry>& entries);
 
 } // namespace velnor::host
 

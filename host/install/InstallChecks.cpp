@@ -35,24 +35,6 @@ void requireWritableFolder(fs::path folder) {
     }
 }
 
-void requireWritablePreferences(const std::string& domain) {
-    const std::string path = preferencePath(domain);
-    std::error_code error;
-    if (fs::exists(path, error) && !fs::is_regular_file(path, error)) {
-        throw JobError(path + ": not a file");
-    }
-    if (fs::exists(path, error) && access(path.c_str(), R_OK) != 0) {
-        throw JobError(path + ": " + std::strerror(errno));
-    }
-    if (const PreferenceCheck check = checkPreferenceFile(path);
-        check.trouble == PreferenceTrouble::foreign) {
-        throw JobError(check.problem);
-    }
-    if (!path.empty()) {
-        requireWritableFolder(fs::path(path).parent_path());
-    }
-}
-
 std::string infoText(CFBundleRef bundle, CFStringRef key) {
     const CFTypeRef value = CFBundleGetValueForInfoDictionaryKey(bundle, key);
     const bool isText = value && CFGetTypeID(value) == CFStringGetTypeID();
@@ -147,6 +129,24 @@ void requireDataFolder(const std::string& path) {
     }
 }
 
+void requireWritablePreferences(const std::string& domain) {
+    const std::string path = preferencePath(domain);
+    std::error_code error;
+    if (fs::exists(path, error) && !fs::is_regular_file(path, error)) {
+        throw JobError(path + ": not a file");
+    }
+    if (fs::exists(path, error) && access(path.c_str(), R_OK) != 0) {
+        throw JobError(path + ": " + std::strerror(errno));
+    }
+    if (const PreferenceCheck check = checkPreferenceFile(path);
+        check.trouble == PreferenceTrouble::foreign) {
+        throw JobError(check.problem);
+    }
+    if (!path.empty()) {
+        requireWritableFolder(fs::path(path).parent_path());
+    }
+}
+
 void requireWritableTargets(const ProductNames& names) {
     for (const std::string& folder : {componentsFolder(), enginesFolder(), receiptsFolder()}) {
         std::error_code error;
@@ -180,7 +180,7 @@ void warnOfSameCodes(const std::string& component) {
 void warnOfOthersWithEngine(const std::string& component, const std::string& engine,
                             const std::string& path) {
     const std::string others = productsBeside(component);
-    const std::string before = readPreference(ORMO_ENGINE_DOMAIN, ORMO_ENGINE_PATH_KEY);
+    const std::string before = searchPreference(ORMO_ENGINE_DOMAIN, ORMO_ENGINE_PATH_KEY);
     if (others.empty() || before.empty()) {
         return;
     }

@@ -16,6 +16,8 @@ void requireUtf8Home();
 // It loads and has an entry point.
 void requireEngine(const std::string& path);
 void requireDataFolder(const std::string& path);
+// The user's file of the domain can be written.
+void requireWritablePreferences(const std::string& domain);
 // Both folders of bundles and both preference files can be written; neither folder is a link, which
 // could lead elsewhere when it comes to uninstalling.
 void requireWritableTargets(const ProductNames& names);

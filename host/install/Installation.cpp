@@ -7,6 +7,7 @@
 #include "platform/CFPreferences.h"
 #include "platform/FileCopy.h"
 #include "platform/Folders.h"
+#include "support/ConfigStore.h"
 
 #include <filesystem>
 
@@ -71,6 +72,12 @@ std::string readPreference(const std::string& domain, const char* key) {
         return "";
     }
     return textOf(static_cast<CFStringRef>(value.Get()));
+}
+
+std::string searchPreference(const std::string& domain, const char* key) {
+    std::string value;
+    readConfigStringValue(domain, key, value, CONFIG_LEVEL_SEARCH);
+    return value;
 }
 
 void writePreference(const std::string& domain, const char* key, const std::string& value) {

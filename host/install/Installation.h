@@ -21,6 +21,8 @@ void makeFolder(const std::string& path);
 
 // The user's own value; empty when there is none or it is no text.
 std::string readPreference(const std::string& domain, const char* key);
+// What an instrument reads: the user's value or that of all users; empty when it finds none.
+std::string searchPreference(const std::string& domain, const char* key);
 // Empty removes the key. Throws JobError when the file cannot be written.
 void writePreference(const std::string& domain, const char* key, const std::string& value);
 // The file that holds the user's values of a domain.

@@ -38,8 +38,8 @@ std::string firstEngine() {
 
 bool isSetUp(const std::string& component) {
     try {
-        return !readPreference(productOfBundle(component).domain(), ORMO_DATA_DIR_KEY).empty() &&
-               !readPreference(ORMO_ENGINE_DOMAIN, ORMO_ENGINE_PATH_KEY).empty();
+        return !searchPreference(productOfBundle(component).domain(), ORMO_DATA_DIR_KEY).empty() &&
+               !searchPreference(ORMO_ENGINE_DOMAIN, ORMO_ENGINE_PATH_KEY).empty();
     } catch (const JobError&) {
         return true;
     }

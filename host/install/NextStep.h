@@ -7,8 +7,8 @@
 
 namespace velnor::host {
 
-// Whether the user's preferences name an engine, and data for the product of this bundle; true for
-// what is no product of ours.
+// Whether preferences, the user's or those of all users, name an engine, and data for the product
+// of this bundle; true for what is no product of ours.
 bool isSetUp(const std::string& component);
 
 // The command that writes these preferences. The engine is the first that is installed for all

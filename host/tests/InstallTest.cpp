@@ -44,6 +44,61 @@ TEST(Install, ReceiptsAreFoundWhateverHomeAndBundleAreCalled) {
     EXPECT_TRUE(fs::is_empty(home + "/velnor/Engines"));
 }
 
+TEST(Uninstall, RemovesNothingUntilItCanRemoveEverything) {
+    HostProgram program;
+    const std::string velnor = program.home.DataHome() + "/velnor";
+    const std::string engines = program.home.ConfigHome() + "/velnor/com.velnor.ormo.plist";
+    const std::string component = velnor + "/Components/Velnor.component";
+    ASSERT_EQ(program.install("Odd").status, 0);
+    fs::rename(velnor + "/Engines", program.path("moved"));
+    fs::create_directory_symlink(program.path("moved"), velnor + "/Engines");
+    const std::string receipt = velnor + "/Receipts/Engines/Odd.engine";
+    const std::string text = ReadFile(receipt);
+    for (const auto& [content, says] : Rows<std::string, const char*>{
+             {text, "/Engines/Odd.engine: it, or the folder that it lies in"},
+             {"junk", "is damaged"}}) {
+        WriteFile(receipt, content);
+        const Outcome outcome = program.run({"uninstall"});
+        EXPECT_EQ(outcome.status, 1);
+        EXPECT_EQ(outcome.out, "");
+        EXPECT_THAT(outcome.error, HasSubstr(says));
+        EXPECT_TRUE(fs::exists(component + "/Contents/Info.plist"));
+    }
+    WriteFile(receipt, text);
+    fs::remove(velnor + "/Engines");
+    fs::rename(program.path("moved"), velnor + "/Engines");
+    fs::remove_all(component);
+    EXPECT_EQ(program.run({"uninstall"}).out,
+              component + " is gone already\nremoved " + velnor + "/Engines/Odd.engine\n");
+    EXPECT_THAT(ReadFile(engines), Not(HasSubstr("Odd.engine")));
+    EXPECT_FALSE(fs::exists(velnor + "/Receipts"));
+}
+
+TEST(Install, SetUpForAllUsersIsSeenAsTheInstrumentSeesIt) {
+    HostProgram program;
+    ASSERT_EQ(program.install("Odd").status, 0);
+    const std::string shared = program.home.ConfigDirs() + "/velnor";
+    fs::rename(program.home.ConfigHome() + "/velnor", shared);
+    const Outcome doctor = program.run({"doctor"});
+    EXPECT_EQ(doctor.status, 0);
+    EXPECT_THAT(doctor.out, AllOf(HasSubstr("    base_dir is that of this host, or of all users\n"),
+                                  HasSubstr("    path is that of this host, or of all users\n"),
+                                  HasSubstr("Tavo Tarn 12 is ready to play.\n")));
+    EXPECT_EQ(program.run({"components"}).error, "");
+    // A damaged file of the user's own hides nothing.
+    WriteFile(program.home.ConfigHome() + "/velnor/com.velnor.ormo.plist", "junk");
+    const Outcome damaged = program.run({"doctor"});
+    EXPECT_EQ(damaged.status, 0);
+    EXPECT_THAT(damaged.out, HasSubstr("com.velnor.ormo.plist: it cannot be parsed"));
+    const std::string copy = program.path("Copy.component");
+    fs::copy(VELNOR_BUNDLE_DIR "/Velnor.component", copy, fs::copy_options::recursive);
+    EXPECT_THAT(program.install("Probe", copy).error,
+                HasSubstr("that of Tavo Tarn 12 changes, too, from "));
+    const std::string theirs = ReadFile(shared + "/com.velnor.ormo.plist");
+    EXPECT_EQ(program.run({"uninstall", "Copy.component"}).status, 0);
+    EXPECT_EQ(ReadFile(shared + "/com.velnor.ormo.plist"), theirs);
+}
+
 TEST(Brand, KeepsWhatIsNotGiven) {
     HostProgram program;
     const std::string original = program.patchedComponent(192, FromHex("01000000"));
