@@ -250,7 +250,7 @@ TEST(Install, ShownPathsNamesAndPlacesMayBeAnything) {
                   .status,
               0);
     EXPECT_EQ(program.run({"doctor"}).status, 0);
-    for (const std::size_t size : {511, 512}) {
+    for (const std::size_t size : {511U, 512U}) {
         std::string data = program.path("");
         while (data.size() + 200 < size) {
             data += std::string(99, 'd') + "/";
