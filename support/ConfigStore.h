@@ -5,7 +5,9 @@
 //
 // All text is UTF-8. Text of more than 2,047 bytes can be written, but not read or listed. Writes
 // go to the current user's own value and are flushed before the call returns; one that cannot be
-// flushed (no permission, full disk) still answers true and goes out with the domain's next write.
+// flushed (no permission, full disk) still answers true and goes out with the domain's next write,
+// where no other process has written the same key, or leaf of a tree, since. Until then reads give
+// what is stored.
 // Every failure is a false result that leaves the output and the stored value as they were; nothing
 // is logged. Lists are appended to, never cleared, and come in the store's order.
 //

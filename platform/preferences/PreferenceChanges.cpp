@@ -1,11 +1,18 @@
 #include "platform/preferences/PreferenceChanges.h"
 
+#include "platform/preferences/TreeMerge.h"
+
 namespace velnor {
 
 void PreferenceChanges::Put(std::string_view key, CFRef<CFTypeRef> value, CFRef<CFTypeRef> base) {
     ++mMoment;
-    if (const Entry* earlier = FindVisible(key)) {
-        base = earlier->base.Share();
+    if (const auto earlier = mEntries.find(key); earlier != mEntries.end()) {
+        const Entry& entry = earlier->second;
+        if (entry.hasFailed) {
+            value = MergeChanges(entry.base.Get(), entry.value.Get(), value.Get());
+        } else {
+            base = entry.base.Share();
+        }
     }
     mEntries.insert_or_assign(std::string(key),
                               Entry{CacheHold<CFTypeRef>(std::move(value)),

@@ -18,7 +18,7 @@ struct PreferenceChange {
     std::string key;
     CFRef<CFTypeRef> value;
     // What the file had when the change was made. One that failed to reach the file once gives way
-    // when the file has something else by now.
+    // where the file has something else by now: as a whole, or in a tree entry by entry.
     CFRef<CFTypeRef> base;
     bool hasFailed = false;
 };
@@ -41,7 +41,7 @@ public:
     using Entries = std::map<std::string, Entry, std::less<>>;
 
     // base is what the file has now. A change on top of one that was not tried yet keeps that
-    // one's.
+    // one's; one on top of a failed one keeps what that changed in other parts of a tree.
     void Put(std::string_view key, CFRef<CFTypeRef> value, CFRef<CFTypeRef> base);
     // The change that a reader sees, or null.
     const Entry* FindVisible(std::string_view key) const;

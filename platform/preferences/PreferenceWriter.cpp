@@ -3,6 +3,7 @@
 #include "platform/plist/PropertyListSize.h"
 #include "platform/plist/PropertyListWriter.h"
 #include "platform/preferences/AtomicFile.h"
+#include "platform/preferences/TreeMerge.h"
 #include "platform/values/CFStringObject.h"
 
 #include <algorithm>
@@ -32,16 +33,18 @@ bool Holds(CFDictionaryRef tree, const std::vector<PreferenceChange>& changes) {
     });
 }
 
-// Without those that failed before and whose key the file has changed since.
+// Those that failed before give way to what the file has by now.
 std::vector<PreferenceChange> StillWanted(CFDictionaryRef tree,
                                           const std::vector<PreferenceChange>& changes) {
     const auto* dictionary = CastIf<DictionaryObject>(tree);
     std::vector<PreferenceChange> wanted;
     for (const PreferenceChange& change : changes) {
         const CFTypeRef now = dictionary == nullptr ? nullptr : dictionary->Find(change.key);
-        if (!change.hasFailed || IsSame(now, change.base.Get())) {
-            wanted.push_back(
-                {change.key, change.value.Share(), change.base.Share(), change.hasFailed});
+        CFRef<CFTypeRef> value = change.hasFailed
+                                     ? MergeChanges(change.base.Get(), change.value.Get(), now)
+                                     : change.value.Share();
+        if (!change.hasFailed || !IsSame(now, value.Get())) {
+            wanted.push_back({change.key, std::move(value), change.base.Share(), change.hasFailed});
         }
     }
     return wanted;

@@ -40,8 +40,7 @@ CFRef<CFTypeRef> MergeChanges(CFTypeRef base, CFTypeRef earlier, CFTypeRef later
             }
         }
     }
-    return CFRef<CFTypeRef>(
-        RefOf<CFTypeRef>(new DictionaryObject(std::move(merged), false)));
+    return CFRef<CFTypeRef>(RefOf<CFTypeRef>(new DictionaryObject(std::move(merged), false)));
 }
 
 } // namespace velnor

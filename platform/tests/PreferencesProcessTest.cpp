@@ -74,16 +74,19 @@ TEST(PreferencesProcess, AWriterWaitsForTheOneThatHoldsTheLock) {
 
 TEST(PreferencesProcess, AWriteThatFailedGivesWayToWhatAnotherProcessWroteSince) {
     const TempHome home;
-    const auto tree = [](const char* leaf) {
-        auto top = Dictionary();
-        Set(top.Get(), leaf, kCFBooleanTrue);
-        return top;
+    const auto saveTree = [](std::initializer_list<const char*> leaves) {
+        const auto top = Dictionary();
+        for (const char* leaf : leaves) {
+            Set(top.Get(), leaf, kCFBooleanTrue);
+        }
+        return Save("tree", top.Get());
     };
-    ASSERT_TRUE(Save("k", Value("first").Get()) && Save("tree", tree("first").Get()));
+    ASSERT_TRUE(Save("k", Value("first").Get()) && saveTree({"first"}));
     const std::string obstacle = home.ConfigHome() + "/velnor/.velnor-preferences.new";
     std::filesystem::create_directories(obstacle + "/x");
     EXPECT_FALSE(Save("k", Value("old").Get()));
-    EXPECT_FALSE(Save("tree", tree("old").Get()));
+    EXPECT_FALSE(saveTree({"old", "both"}));
+    EXPECT_FALSE(saveTree({"first", "second"})); // readers see no "old"
     EXPECT_FALSE(Save("own", Value("kept").Get()));
     EXPECT_EQ(Search("k"), "first") << "readers see the file";
     EXPECT_THAT(KeyList(), ElementsAre("k", "tree"));
@@ -93,13 +96,16 @@ TEST(PreferencesProcess, AWriteThatFailedGivesWayToWhatAnotherProcessWroteSince)
                               kCFPreferencesCurrentUser, kCFPreferencesAnyHost);
         return execlp("python3", "python3", "-c", R"(
 import plistlib, sys
-plistlib.dump({'k': 'new', 'tree': {'new': True}}, open(sys.argv[1], 'wb'))
+plistlib.dump({'k': 'new', 'tree': {'new': True, 'both': 'new'}}, open(sys.argv[1], 'wb'))
 )",
                       PathOf().c_str(), nullptr) == 0;
     })));
     EXPECT_TRUE(Save("anything", Value("x").Get()));
     EXPECT_EQ(Search("k"), "new");
-    EXPECT_THAT(Keys(static_cast<CFDictionaryRef>(Load("tree").Get())), ElementsAre("new"));
+    const auto tree = Load("tree");
+    const auto merged = static_cast<CFDictionaryRef>(tree.Get());
+    EXPECT_THAT(Keys(merged), UnorderedElementsAre("both", "new", "old", "second"));
+    EXPECT_TRUE(CFEqual(CFDictionaryGetValue(merged, String("both").Get()), String("new").Get()));
     EXPECT_EQ(Search("own"), "kept") << "nobody else has changed it";
 }
 
