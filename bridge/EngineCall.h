@@ -4,6 +4,7 @@
 
 #include "bridge/OrmoEngine.h"
 #include "platform/Facts.h"
+#include "platform/RealtimeUnwinding.h"
 
 #include <cstdint>
 #include <type_traits>
@@ -30,6 +31,7 @@ std::int32_t callEngine(OrmoOpcodeProc entry, std::uint32_t target, OrmoOpcode o
                         Val2 val2 = 0) VELNOR_NONBLOCKING {
     std::int32_t result = 0;
     VELNOR_RT_ESCAPE("the engine's own code, whose contract says which calls must not block",
+                     [[maybe_unused]] const RealtimeThrower thrower;
                      result = entry(engineWord(target), engineWord(opcode), engineWord(ptr1),
                                     engineWord(ptr2), engineWord(ptr3), engineWord(val1),
                                     engineWord(val2), 0, 0));

@@ -5,6 +5,8 @@
 #include "platform/Facts.h"
 #include "platform/Types.h"
 
+#include <exception>
+
 namespace velnor {
 
 // Declared before a try block whose handlers call Caught first of all. The sanitizer counts how
@@ -31,6 +33,26 @@ public:
 private:
     const int mDepth;
     const int mThrown;
+#endif
+};
+
+// Stands around a call of foreign code on the render road: what that throws counts as thrown here.
+class RealtimeThrower {
+public:
+    RealtimeThrower() noexcept {}
+#if defined(VELNOR_REALTIME_SANITIZER)
+    ~RealtimeThrower() {
+        if (std::uncaught_exceptions() > mBefore) {
+            RealtimeUnwinding::Thrown();
+        }
+    }
+#endif
+    RealtimeThrower(const RealtimeThrower&) = delete;
+    RealtimeThrower& operator=(const RealtimeThrower&) = delete;
+
+#if defined(VELNOR_REALTIME_SANITIZER)
+private:
+    const int mBefore = std::uncaught_exceptions();
 #endif
 };
 
