@@ -20,16 +20,12 @@ mode_t FileMode(bool shared) {
     return shared ? 0644 : 0600;
 }
 
-bool IsSame(CFTypeRef a, CFTypeRef b) {
-    return a == b || (a != nullptr && b != nullptr && CFEqual(a, b));
-}
-
 // True when a tree, which may be null, is already as the changes want it.
 bool Holds(CFDictionaryRef tree, const std::vector<PreferenceChange>& changes) {
     return std::all_of(changes.begin(), changes.end(), [tree](const PreferenceChange& change) {
         const auto* dictionary = CastIf<DictionaryObject>(tree);
         const CFTypeRef now = dictionary == nullptr ? nullptr : dictionary->Find(change.key);
-        return IsSame(now, change.value.Get());
+        return IsSameValue(now, change.value.Get());
     });
 }
 
@@ -43,7 +39,7 @@ std::vector<PreferenceChange> StillWanted(CFDictionaryRef tree,
         CFRef<CFTypeRef> value = change.hasFailed
                                      ? MergeChanges(change.base.Get(), change.value.Get(), now)
                                      : change.value.Share();
-        if (!change.hasFailed || !IsSame(now, value.Get())) {
+        if (!change.hasFailed || !IsSameValue(now, value.Get())) {
             wanted.push_back({change.key, std::move(value), change.base.Share(), change.hasFailed});
         }
     }

@@ -6,18 +6,18 @@
 namespace velnor {
 namespace {
 
-bool IsSame(CFTypeRef a, CFTypeRef b) {
-    return a == b || (a != nullptr && b != nullptr && CFEqual(a, b));
-}
-
 CFTypeRef EntryOf(const DictionaryObject* tree, std::string_view key) {
     return tree != nullptr ? tree->Find(key) : nullptr;
 }
 
 } // namespace
 
+bool IsSameValue(CFTypeRef a, CFTypeRef b) {
+    return a == b || (a != nullptr && b != nullptr && CFEqual(a, b));
+}
+
 CFRef<CFTypeRef> MergeChanges(CFTypeRef base, CFTypeRef earlier, CFTypeRef later) {
-    if (IsSame(later, base)) {
+    if (IsSameValue(later, base)) {
         return CFRef<CFTypeRef>::Retained(earlier);
     }
     const auto* before = CastIf<DictionaryObject>(base);

@@ -6,6 +6,9 @@
 
 namespace velnor {
 
+// Of two values or nulls.
+bool IsSameValue(CFTypeRef a, CFTypeRef b);
+
 // What both were based on, what the one made of it earlier, what the other made of it since: values
 // or null. Gives the later one with what the earlier one alone has changed: entry by entry where
 // all three are dictionaries, the base also when it is none; whole else. The values are immutable
