@@ -6,10 +6,10 @@
 #include <string>
 
 // One open log. From init until destruction g_pluginStream designates its stream; everything else
-// writes lines with velnor::LogLine. A log that was not closed by its destructor, which ends it with
-// "@", is copied to PATH + "_" + date + ".log" before the next run truncates it. Processes that run
-// at the same time share the log: later ones go on in it, and the last one closes it, also for one
-// that crashed beside it.
+// writes lines with velnor::LogLine. The destructor ends the log with "@"; one without is copied to
+// PATH + "_" + date + ".log" before the next run truncates it. Processes that run at the same time
+// share the log: later ones go on in it, and the last one closes it, also for one that crashed
+// beside it.
 //
 // Thread main, exclusive, may block. No line may be written while a logger is made or destroyed.
 class ConsoleLogger {
