@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
 """Plants faults in the code, one at a time, and counts how many the tests catch.
 
-  scripts/plant-faults.py [--check] [--own] [--survivors] [--preset P] [--only NAME...] [LAYER...]
+  scripts/plant-faults.py [--check] [--own] [--every] [--survivors] [--preset P] [--only NAME...] [LAYER...]
 
 scripts/faults/LAYER.txt holds a layer's faults: what a developer could get wrong and a user would feel.
 
@@ -16,9 +16,11 @@ scripts/faults/LAYER.txt holds a layer's faults: what a developer could get wron
 A fault may change several places: each begins with its own "--" line.
 
 The tree is copied to build/faults/tree, where each fault is planted, built and tested: the layer's own
-test program first, then those of the layers above it, until a test fails. A test that fails is run a
-second time by itself, as CTest runs it, and must fail again: what comes and goes catches nothing. What
-does not end in time counts as caught. Results stand in build/faults/LAYER.json.
+test program first, then those of the layers above it, until a test fails. A program's tests are spread
+over the processors, the quick ones first. A test that fails is run a second time by itself, as CTest runs it, and must fail
+again: what comes and goes catches nothing. What does not end in time counts as caught. Results stand in
+build/faults/LAYER.json and, with --every, all tests that failed in build/faults/LAYER.tests.json: a test
+that no fault needs is seen there.
 
 Exit status 1: less than 92% of a layer's faults are caught, or a fault does not fit the code or build.
 """
@@ -43,6 +45,7 @@ TREE = WORK / "tree"
 LEAST_FAULTS = 20
 LEAST_SHARE = 0.92
 LARGEST_FILE = 16 << 30  # sparse, in tests of long files
+SLOW_MS = 700  # what takes longer is run after the quick tests
 JOBS = os.cpu_count() or 1
 # A layer's own tests first, then those of the layers above it.
 PROGRAMS = {
@@ -163,27 +166,27 @@ class TestTree:
         self.build_folder = TREE / "build" / self.name
         self.log = WORK / f"{preset}.log"
         self.limits = {}
+        self.slow = {}  # tests of a program
         self.configured = False
 
-    def run(self, command, limit, log, environment=None):
-        """The exit status, or None when it did not end in time; nothing that it started goes on."""
+    def start(self, command, log, environment=None):
         def limit_resources():
             resource.setrlimit(resource.RLIMIT_CORE, (0, 0))
             resource.setrlimit(resource.RLIMIT_FSIZE, (LARGEST_FILE, LARGEST_FILE))
         with open(log, "wb") as output:
-            process = subprocess.Popen(command, cwd=TREE, stdin=subprocess.DEVNULL, stdout=output,
-                                       stderr=subprocess.STDOUT, start_new_session=True,
-                                       env=environment, preexec_fn=limit_resources)
+            return subprocess.Popen(command, cwd=TREE, stdin=subprocess.DEVNULL, stdout=output,
+                                    stderr=subprocess.STDOUT, start_new_session=True,
+                                    env=environment, preexec_fn=limit_resources)
+
+    def run(self, command, limit, log):
+        """The exit status, or None when it did not end in time; nothing that it started goes on."""
+        process = self.start(command, log)
         try:
             return process.wait(limit)
         except subprocess.TimeoutExpired:
             return None
         finally:
-            try:
-                os.killpg(process.pid, signal.SIGKILL)
-            except ProcessLookupError:
-                pass
-            process.wait()
+            end(process)
 
     def build(self, targets):
         if not self.configured:
@@ -200,33 +203,66 @@ class TestTree:
         return {**os.environ, "TMPDIR": str(temporary), "ASAN_OPTIONS": "allocator_may_return_null=1",
                 "GTEST_BRIEF": "0", "GTEST_COLOR": "no", **more}
 
-    def failing_test(self, program, passed_over, only=None):
-        """None when all pass, else the test that fails and whether it did not end in time."""
-        log = WORK / "test.log"
+    def failing_tests(self, program, pattern, every=False):
+        """The tests that fail, of the first process that fails or of every one, and whether one did not end."""
         memory = pathlib.Path("/dev/shm")
         temporary = (memory if os.access(memory, os.W_OK) else WORK) / f"velnor-faults.{os.getpid()}"
-        pattern = only or "-" + ":".join(passed_over)
         limit = self.limits.get(program, 900)
-        command = [str(self.build_folder / "bin" / program), "--gtest_fail_fast", "--gtest_shuffle=0",
+        only = pattern if re.fullmatch(r"[\w/]+\.[\w/]+", pattern) else None
+        deadline = time.monotonic() + (min(limit, 60) if only else limit)
+        command = [str(self.build_folder / "bin" / program), "--gtest_shuffle=0",
                    f"--gtest_filter={pattern}"]
-        status = self.run(command, min(limit, 300) if only else limit, log, self.environment(temporary))
-        shutil.rmtree(temporary, ignore_errors=True)
-        if status == 0:
-            return None
-        text = log.read_text(errors="replace")
-        began = re.findall(r"\[ RUN      \] (\S+)", text)
-        failed = re.findall(r"\[  FAILED  \] ([\w/]+\.[\w/]+)", text)
-        return (failed or began or [only or "its start"])[0 if failed else -1], status is None
+        command += [] if every else ["--gtest_fail_fast"]
+        shards = 1 if only else JOBS
+        logs = [WORK / f"test.{shard}.log" for shard in range(shards)]
+        processes = [self.start(command, log, self.environment(temporary / str(shard), GTEST_SHARD_INDEX=str(shard),
+                                                               GTEST_TOTAL_SHARDS=str(shards)))
+                     for shard, log in enumerate(logs)]
+        try:
+            while time.monotonic() < deadline:
+                statuses = [process.poll() for process in processes]
+                if None not in statuses or (not every and any(statuses)):
+                    break
+                time.sleep(0.02)
+        finally:
+            for process in processes:
+                end(process)
+            shutil.rmtree(temporary, ignore_errors=True)
+        failing = []
+        timed_out = not any(statuses) and None in statuses
+        for status, log in zip(statuses, logs):
+            if status == 0 or (status is None and not timed_out and not every):
+                continue
+            text = log.read_text(errors="replace")
+            failed = re.findall(r"\[  FAILED  \] ([\w/]+\.[\w/]+)", text)
+            began = re.findall(r"\[ RUN      \] (\S+)", text)
+            ended = re.findall(r"\[       OK \] (\S+)|\[  SKIPPED \] (\S+)", text)
+            if began and not any(began[-1] in names for names in ended):
+                failed.append(began[-1])  # it ended the process, or went on too long
+            failing += failed or [only or "its start"]
+        return list(dict.fromkeys(failing)), timed_out
 
-    def catcher(self, program, first=None):
-        """The test of the program that catches the fault, or None. The test that caught it before goes first."""
-        if first and (failing := self.failing_test(program, [], first)):
-            return describe(program, failing)
+    def catcher(self, program, first=None, every=None):
+        """The test of the program that catches the fault, or None. The test that caught it before goes first.
+        A list receives every test that failed."""
+        if first and every is None:
+            failing, timed_out = self.failing_tests(program, first)
+            if failing:
+                return describe(program, failing[0], timed_out)
         passed_over = []
-        while len(passed_over) < 5 and (failing := self.failing_test(program, passed_over)):
-            name, timed_out = failing
-            if timed_out or name == "its start" or self.failing_test(program, [], name):
-                return describe(program, failing)
+        slow = ":".join(self.slow.get(program, []))
+        parts = ["", slow] if slow and every is None else [""]
+        while parts and len(passed_over) < 5:
+            without = ":".join(passed_over + ([slow] if len(parts) == 2 else []))
+            failing, timed_out = self.failing_tests(program, f"{parts[0]}-{without}", every is not None)
+            if not failing:
+                parts.pop(0)
+                continue
+            name = failing[0]
+            if timed_out or name == "its start" or self.failing_tests(program, name)[0]:
+                if every is not None:
+                    every += failing
+                return describe(program, name, timed_out)
             print(f"    {program}: {name} failed, but not by itself", flush=True)
             passed_over.append(name)
         return None
@@ -245,14 +281,27 @@ class TestTree:
                 if failing:
                     print(f"the tree without a fault does not pass: {failing}")
                     return False
-                known[program] = [digest, time.monotonic() - begin]
+                seconds = time.monotonic() - begin
+                ended = re.findall(r"OK \] (\S+) \((\d+) ms\)", "".join(
+                    log.read_text(errors="replace") for log in WORK.glob("test.*.log")))
+                known[program] = [digest, seconds, [test for test, ms in ended if int(ms) > SLOW_MS]]
                 stamps.write_text(json.dumps(known, indent=1))
-            self.limits[program] = 30 + 5 * known[program][1]
+            self.limits[program] = 30 + 2 * known[program][1]
+            self.slow[program] = known[program][2]
         return True
 
 
-def describe(program, failing):
-    return f"{program} {failing[0]}{' (time-out)' if failing[1] else ''}"
+def end(process):
+    """Ends the process and what it started."""
+    try:
+        os.killpg(process.pid, signal.SIGKILL)
+    except ProcessLookupError:
+        pass
+    process.wait()
+
+
+def describe(program, test, timed_out):
+    return f"{program} {test}{' (time-out)' if timed_out else ''}"
 
 
 def write_tree(texts):
@@ -260,8 +309,8 @@ def write_tree(texts):
         (TREE / path).write_text(text)
 
 
-def try_fault(fault, tree, programs, before):
-    """'caught by ...', 'survived' or 'invalid ...'."""
+def try_fault(fault, tree, programs, before, every):
+    """'caught by ...', 'survived' or 'invalid ...'. A list receives every test that failed."""
     try:
         write_tree(fault.planted())
         if tree.preset == EFFECTS:
@@ -269,13 +318,13 @@ def try_fault(fault, tree, programs, before):
                 return "survived"
             refused = "-Wfunction-effects" in tree.log.read_text(errors="replace")
             return "caught by effects" if refused else f"invalid: does not build ({tree.log})"
-        caught = re.match(r"caught by (\w+) (\w+\.\w+)$", before or "")
+        caught = re.match(r"caught by (\w+) ([\w/]+\.[\w/]+)$", before or "")
         if caught and caught[1] in programs:  # what caught it before, first
             programs = [caught[1]] + [program for program in programs if program != caught[1]]
         for program in programs:
             if not tree.build([program]):
                 return f"invalid: does not build ({tree.log})"
-            if failing := tree.catcher(program, caught[2] if caught and caught[1] == program else None):
+            if failing := tree.catcher(program, caught[2] if caught and caught[1] == program else None, every):
                 return f"caught by {failing}"
         return "survived"
     except ValueError as error:
@@ -284,16 +333,18 @@ def try_fault(fault, tree, programs, before):
         write_tree({path: (ROOT / path).read_text() for path, _, _ in fault.edits if (ROOT / path).is_file()})
 
 
-def results_file(layer):
-    return WORK / f"{layer}.json"
-
-
-def read_results(layer):
-    path = results_file(layer)
+def read_results(name):
+    path = WORK / f"{name}.json"
     return json.loads(path.read_text()) if path.exists() else {}
 
 
-def run_layer(layer, faults, trees, own, digest):
+def keep_result(name, fault, result):
+    results = read_results(name)
+    results[fault] = result
+    (WORK / f"{name}.json").write_text(json.dumps(results, indent=1))
+
+
+def run_layer(layer, faults, trees, own, every, digest):
     """Caught and valid of the layer's faults; None when the tree without a fault does not pass."""
     programs = PROGRAMS[layer][:1] if own else PROGRAMS[layer]
     for preset in sorted({fault.preset for fault in faults}):
@@ -303,16 +354,17 @@ def run_layer(layer, faults, trees, own, digest):
             return None
     caught = valid = 0
     for fault in faults:
-        results = read_results(layer)
+        tests = [] if every else None
         begin = time.monotonic()
-        result = try_fault(fault, trees[fault.preset], programs, results.get(fault.name))
+        result = try_fault(fault, trees[fault.preset], programs, read_results(layer).get(fault.name), tests)
         print(f"{layer} {fault.name}: {result} [{time.monotonic() - begin:.0f} s]", flush=True)
         if result == "survived":
             print(f"    {fault.effect}", flush=True)
         caught += result.startswith("caught")
         valid += not result.startswith("invalid")
-        results[fault.name] = result
-        results_file(layer).write_text(json.dumps(results, indent=1))
+        keep_result(layer, fault.name, result)
+        if every:
+            keep_result(f"{layer}.tests", fault.name, tests)
     return caught, valid
 
 
@@ -321,6 +373,7 @@ def main():
     parser.add_argument("layers", nargs="*", metavar="LAYER", help=", ".join(PROGRAMS))
     parser.add_argument("--check", action="store_true", help="only check that the faults fit the code")
     parser.add_argument("--own", action="store_true", help="run the layer's own test program alone")
+    parser.add_argument("--every", action="store_true", help="find all tests that catch a fault")
     parser.add_argument("--survivors", action="store_true", help="only the faults that no test caught the last time")
     parser.add_argument("--preset", choices=sorted(PRESETS), help="run all faults with this preset")
     parser.add_argument("--only", nargs="+", metavar="NAME", default=[], help="only these faults")
@@ -339,6 +392,7 @@ def main():
         print("\n".join(wrong) if wrong else f"{sum(map(len, chosen.values()))} faults fit the code")
         return 1 if wrong else 0
 
+    signal.signal(signal.SIGTERM, lambda *_: sys.exit(1))  # what is planted is taken back
     WORK.mkdir(parents=True, exist_ok=True)
     lock = open(WORK / "lock", "w")
     fcntl.flock(lock, fcntl.LOCK_EX)
@@ -352,7 +406,7 @@ def main():
         for fault in faults:
             fault.preset = arguments.preset or fault.preset
         if faults:
-            counted = run_layer(layer, faults, trees, arguments.own, digest)
+            counted = run_layer(layer, faults, trees, arguments.own, arguments.every, digest)
             if counted is None:
                 return 1
             table.append((layer, len(faults), *counted))

@@ -10,6 +10,13 @@ using Properties = Opened;
 using State = Opened;
 using PlayingState = Playing;
 
+rlimit openFilesLimit() {
+    rlimit limit = {};
+    getrlimit(RLIMIT_NOFILE, &limit);
+    return limit;
+}
+const rlimit kLimitAtStart = openFilesLimit(); // before any instrument was initialized
+
 struct Saved {
     CFRef<CFPropertyListRef> list;
     OSStatus status;
@@ -68,12 +75,9 @@ TEST_F(Properties, WhatTheInstrumentSaysOfItself) {
     const MusicDeviceNoteParams note = {2, 60, 100, {}};
     EXPECT_EQ(MusicDevicePrepareInstrument(instrument.unit(), 0), noErr);
     EXPECT_EQ(MusicDeviceReleaseInstrument(instrument.unit(), 0), noErr);
-    rlimit before = {}, after = {};
-    getrlimit(RLIMIT_NOFILE, &before);
     EXPECT_EQ(instrument.initialize(), noErr);
-    getrlimit(RLIMIT_NOFILE, &after);
-    EXPECT_GE(after.rlim_cur, before.rlim_cur);
-    EXPECT_GE(after.rlim_max, before.rlim_max);
+    EXPECT_GE(openFilesLimit().rlim_cur, kLimitAtStart.rlim_cur);
+    EXPECT_GE(openFilesLimit().rlim_max, kLimitAtStart.rlim_max);
     takeCalls();
     EXPECT_EQ(MusicDeviceStartNote(instrument.unit(), 0, 0, nullptr, 0, &note), noErr);
     EXPECT_EQ(MusicDeviceStopNote(instrument.unit(), 0, 60, 0), noErr);
@@ -154,6 +158,7 @@ TEST_F(State, CarriesTheEnginesChunkAndGivesItBack) {
     freshProbe().behaviour.chunk = chunk;
     const Saved state = save(instrument);
     EXPECT_EQ(state.chunk, chunk);
+    EXPECT_EQ(CFGetRetainCount(state.list.Get()), 1);
     EXPECT_THAT(takeCalls(), ElementsAre("18 E ptr ptr 0 0 0 0 0"));
     EXPECT_EQ(restore(instrument, state.list.Get()), noErr);
     EXPECT_EQ(callsOf(kOpSetChunk).at(0).bytes[0], chunk);

@@ -207,6 +207,11 @@ TEST(Properties, ReadWhatTheUnitAnswers) {
         EXPECT_THAT(list, UnorderedElementsAreArray(ids));
         EXPECT_TRUE(std::ranges::is_sorted(list));
     }
+    unit->mMadeMeanwhile = 5;
+    std::array<AudioUnitParameterID, 4> list = {77, 77, 77, 77};
+    UInt32 size = 3 * sizeof list[0];
+    EXPECT_EQ(AudioUnitGetProperty(unit, 3, kPart, 0, list.data(), &size), noErr);
+    EXPECT_THAT(list, ElementsAre(2, 4, 5, 77)) << "what there was room for";
 }
 
 TEST(Properties, HostCallbacksOfAnySizeReplaceThoseBefore) {

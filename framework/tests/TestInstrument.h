@@ -53,7 +53,11 @@ public:
         FailIn("constructor");
         ++sLive;
     }
-    ~TestInstrument() override { --sLive; }
+    ~TestInstrument() override {
+        EXPECT_EQ(GetComponentInstanceStorage(GetComponentInstance()), nullptr)
+            << "reached no more";
+        --sLive;
+    }
     void PostConstructor() override {
         EXPECT_EQ(GetComponentInstanceStorage(GetComponentInstance()), nullptr) << "not up yet";
         CreateElements();
@@ -89,6 +93,9 @@ public:
             FailIn("GetProperty");
             std::memcpy(outData, own, 4);
             return noErr;
+        }
+        if (mMadeMeanwhile != 0) {
+            SetParameter(mMadeMeanwhile, kPart, 0, 1, 0);
         }
         return MusicDeviceBase::GetProperty(inID, inScope, inElement, outData);
     }
@@ -233,8 +240,9 @@ public:
     bool mAllocates = false;     ///< in Render and StartNote, which promise not to
     bool mRendersSlices = false; ///< through ProcessForScheduledParams
     OSStatus mSliceStatus = noErr;
-    UInt32 mQuality = 17; ///< property 26
-    Float32 mLoad = 0.5f; ///< property 6
+    AudioUnitParameterID mMadeMeanwhile = 0; ///< by another thread, after the size was asked
+    UInt32 mQuality = 17;                    ///< property 26
+    Float32 mLoad = 0.5f;                    ///< property 6
 
 private:
     static constexpr AudioChannelLayoutTag kTag = kAudioChannelLayoutTag_Stereo;

@@ -2,9 +2,11 @@
 #include "host/audio/LevelMeter.h"
 #include "host/job/InputFile.h"
 #include "host/job/PartialFile.h"
+#include "host/job/TemporaryNames.h"
 #include "testing/SystemFault.h"
 #include "testing/Testing.h"
 
+#include <atomic>
 #include <cmath>
 #include <cstring>
 #include <fcntl.h>
@@ -124,6 +126,8 @@ TEST_F(AudioTest, AFileGetsItsNameModeAndPlaceOnlyWhenItIsWhole) {
     for (int i = 0; i < 100; ++i) { // more than there are temporary files at once
         const PartialFile dropped(folder / "plain");
     }
+    const PartialFile atCrash(folder / "plain");
+    removeTemporaryFiles();
     for (const std::string& name :
          {std::string("plain"), std::string("link"), std::string(250, 'x')}) {
         PartialFile file(folder / name);
@@ -157,10 +161,11 @@ TEST_F(AudioTest, AFileGetsItsNameModeAndPlaceOnlyWhenItIsWhole) {
 TEST(InputFile, ReadsAPipeToItsEndHoweverItsWriterPauses) {
     int ends[2];
     ASSERT_EQ(pipe2(ends, O_CLOEXEC), 0);
+    std::atomic<bool> isRead{false};
     std::thread writer([&] {
         for (const char* piece : {"one ", "two ", "three"}) {
             EXPECT_GT(write(ends[1], piece, std::strlen(piece)), 0);
-            for (int waiting = 1; waiting != 0;) { // until it was read
+            for (int waiting = 1; waiting != 0 && !isRead;) { // until it was read
                 std::this_thread::yield();
                 ioctl(ends[0], FIONREAD, &waiting);
             }
@@ -169,6 +174,7 @@ TEST(InputFile, ReadsAPipeToItsEndHoweverItsWriterPauses) {
     });
     const std::string path = "/proc/self/fd/" + std::to_string(ends[0]);
     const std::vector<std::uint8_t> bytes = readInputFile(path, 100);
+    isRead = true;
     writer.join();
     close(ends[0]);
     EXPECT_EQ(std::string(bytes.begin(), bytes.end()), "one two three");

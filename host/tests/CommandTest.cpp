@@ -33,8 +33,15 @@ TEST(Install, ChecksEverythingBeforeItChangesAnything) {
     const std::string component = bundles + "/Velnor.component";
     const std::string odd = bundles + "/Odd.engine";
     const std::string data = program.path("data");
+    // What looks like a record's beginning just before it hides no record.
+    const std::string record = program.path("Record"), magic = "\x78\x56\x34\x12";
+    WriteFile(record + "/Contents/Info.plist", ReadFile(component + "/Contents/Info.plist"));
+    WriteFile(record + "/Contents/" VELNOR_PLATFORM_FOLDER "/Velnor",
+              magic + magic + std::string(60, '\0') + "V" + std::string(63, '\0') + "P" +
+                  std::string(123, '\0') + "\x21\x43\x65\x87");
     for (const auto& [bundle, engine, folder, says] :
          Rows<std::string, std::string, std::string, const char*>{
+             {record, odd, data, "ends in .component"},
              {program.path("none"), odd, data, "not a bundle"},
              {odd, odd, data, "no product record"},
              {component, bundles + "/NoEntryPoint.engine", data, "does not load"},

@@ -50,6 +50,9 @@ TEST_F(RenderFailure, FailuresAreOneLineAndLeaveNothingBehind) {
              {{"render", tune, "-o", out, "--tail", ""}, 2, "--tail \"\""},
              {{"render", tune, "-o", out, "--preset", tune}, 1, "not a preset file"},
              {{"render", tune, "-o", out, "--component", "Nobody"}, 1, "no such instrument"},
+             {{"render", tune, "-o", out, "--component", "ATXQ"},
+              1,
+              "no such instrument"}, // a view
              {{"render", tune, "-o", out, "--preset", ""}, 2, "--preset: the name is empty"},
              {{"render", tune, "-o", out, "--buses", "2,2"}, 1, "number of buses"},
              {{"render", tune, "-o", out, "--buses", "2,,2"}, 2, "--buses \"2,,2\""},

@@ -130,6 +130,13 @@ TEST(Render, ASystemResetSilencesAndRestoresTheChannels) {
     EXPECT_EQ(voices, 0);
 }
 
+TEST(Render, AControllerResetTakesKeyPressuresOutOfTheState) {
+    const Engine pressed, plain;
+    pressed.render({{0, 0xA2, 60, 9}, {0, 0xB2, 121, 0}}, 64);
+    plain.render({{0, 0xB2, 121, 0}}, 64);
+    EXPECT_EQ(pressed.chunk(), plain.chunk());
+}
+
 TEST(Render, ASystemResetKeepsTheQualityOfAnOfflineRender) {
     const std::vector<TimedEvent> reset = {{0, 0xFF, 0, 0}};
     const std::vector<TimedEvent> note = {{0, 0x90, 61, 100}};

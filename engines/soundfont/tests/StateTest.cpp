@@ -32,7 +32,12 @@ TEST(Chunk, RestoresEverythingThatIsHeard) {
              {"portamento key", {{0, kCc, 84, 72}}},
              {"bend", {{0, 0xE0, 17, 100}, {0, 0xE1, 0, 0}}},
              {"bend range",
-              {{0, kCc, 101, 0}, {0, kCc, 100, 0}, {0, kCc, 6, 24}, {0, 0xE0, 0, 127}}},
+              {{0, kCc, 101, 0},
+               {0, kCc, 100, 0},
+               {0, kCc, 6, 24},
+               {0, kCc, 101, 127},
+               {0, kCc, 100, 127},
+               {0, 0xE0, 0, 127}}},
              {"widest bend range",
               {{0, kCc, 101, 0}, {0, kCc, 100, 0}, {0, kCc, 6, 127}, {0, 0xE0, 0, 90}}},
              {"tuning",
@@ -127,7 +132,7 @@ TEST(Chunk, ADamagedOneChangesNothing) {
     }
     auto longer = good;
     longer.push_back(0);
-    EXPECT_NE(engine.setChunk(longer), 0);
+    EXPECT_NE(engine.setChunk(withByte(longer, 16, longer[16])), 0) << "rightly sealed";
     for (size_t offset = 0; offset < good.size(); ++offset) {
         auto damaged = good;
         damaged[offset] ^= static_cast<uint8_t>(1U << offset % 8);
@@ -173,6 +178,12 @@ TEST(Chunk, ValuesThatCannotBeAreRefusedInARightlySealedOne) {
     EXPECT_EQ(engine.chunk(), good);
     EXPECT_EQ(engine.setChunk(withByte(good, 54 + 4 + 7, 11)), 0);
     EXPECT_NE(engine.chunk(), good);
+    const Engine replaced, violin;
+    EXPECT_EQ(replaced.setChunk(withByte(withByte(good, 54, 77), 54 + 2, 40)), 0);
+    replaced.render({}, 64);
+    violin.render({{0, 0xC0, 40, 0}}, 64);
+    const std::vector<TimedEvent> note = {{0, 0x90, 60, 100}};
+    EXPECT_EQ(replaced.render(note, 4096), violin.render(note, 4096)) << "bank 77 is empty";
 }
 
 struct PropertyCase {

@@ -37,7 +37,7 @@ inline std::string tinyFont() {
         return padded;
     };
     const std::string none(46, '\0'); // each list ends with a record of its own
-    const std::string presets = name("Tiny") + numbers(2, {0, 0, 0}) + none.substr(0, 12) +
+    const std::string presets = name("Ti\xF1y") + numbers(2, {0, 0, 0}) + none.substr(0, 12) +
                                 name("EOP") + numbers(2, {0, 0, 1}) + none.substr(0, 12);
     const std::string samples = name("Wave") +
                                 numbers(4, {0, kSamples, kPeriod, 3 * kPeriod, 44100}) +

@@ -1,9 +1,9 @@
 // An engine that renders in the way that VELNOR_ODD_ENGINE names: "crash", "abort", "throw", "nan",
 // "infinite", "denormal", "slow" (a tenth of a second a block), "stall" (a second for the first
-// block), "loud". "play" is the level of the last note on, velocity / 128, until a note off, each
-// channel half as loud as the one before it; after a key from 100 it fades by half ten times a
-// second, after a key from 120 on the third channel and those behind it alone. Otherwise it is
-// silent. It knows no vendor property.
+// block), "loud", "spoilt" (half of full scale but for one sample a block). "play" is the level of
+// the last note on, velocity / 128, until a note off, each channel half as loud as the one before
+// it; after a key from 100 it fades by half ten times a second, after a key from 120 on the third
+// channel and those behind it alone. Otherwise it is silent. It knows no vendor property.
 #include "bridge/OrmoEngine.h"
 
 #include <chrono>
@@ -27,8 +27,8 @@ bool sFades = false;
 std::uint32_t sFirst = 0; // channel that fades
 std::uint32_t sFaded = 0; // frames since the note off
 
-float badSample(const std::string& way) {
-    if (way == "nan") {
+float badSample(const std::string& way, std::uint32_t frame) {
+    if (way == "nan" || (way == "spoilt" && frame == 0)) {
         return std::numeric_limits<float>::quiet_NaN();
     }
     if (way == "infinite") {
@@ -37,7 +37,7 @@ float badSample(const std::string& way) {
     if (way == "denormal") {
         return std::numeric_limits<float>::denorm_min();
     }
-    return way == "loud" ? 2.0F : 0.0F;
+    return way == "loud" ? 2.0F : way == "spoilt" ? 0.5F : 0.0F;
 }
 
 void obey(const MIDIEvent& event) {
@@ -94,7 +94,7 @@ void render(const MIDIEventBlock& block, float* const* channels, std::uint32_t f
     }
     for (std::uint32_t channel = 0; channel < sChannels; ++channel) {
         for (std::uint32_t i = 0; i < frames; ++i) {
-            channels[channel][i] = badSample(way);
+            channels[channel][i] = badSample(way, i);
         }
     }
 }
