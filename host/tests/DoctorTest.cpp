@@ -53,18 +53,21 @@ TEST(Doctor, EndsWithItsSentenceWhateverIsDamagedAndUninstallRemovesIt) {
 TEST(Doctor, TellsOfPreferencesThatOnlyOthersReadAndNothingTouchesThem) {
     for (const char* file : {"/velnor/com.velnor.ormo.plist", "/velnor/com.Tavo.Tarn 12.plist"}) {
         HostProgram program;
-        ASSERT_EQ(program.install("Odd").status, 0);
         const std::string path = program.home.ConfigHome() + file;
         const std::string content = "{ path = old; }";
+        WriteFile(path, content);
+        const Outcome install = program.install("Odd");
+        EXPECT_EQ(install.status, 1);
+        EXPECT_THAT(install.error, HasSubstr(path + ": it is a property list of a size"));
+        EXPECT_FALSE(std::filesystem::exists(program.home.DataHome() + "/velnor"));
+        std::filesystem::remove(path);
+        ASSERT_EQ(program.install("Odd").status, 0);
         WriteFile(path, content);
         const Outcome doctor = program.run({"doctor"});
         EXPECT_EQ(doctor.status, 1);
         EXPECT_THAT(doctor.out,
                     AllOf(HasSubstr("!!  " + path + ": it is a property list of a size"),
                           HasSubstr("will not play: the preferences in " + path + " are not of")));
-        const Outcome install = program.install("Odd");
-        EXPECT_EQ(install.status, 1);
-        EXPECT_THAT(install.error, HasSubstr(path + ": it is a property list of a size"));
         const Outcome uninstall = program.run({"uninstall"});
         EXPECT_EQ(uninstall.status, 0);
         EXPECT_THAT(uninstall.error, HasSubstr(path + ": it is a property list of a size"));

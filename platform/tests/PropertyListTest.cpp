@@ -249,6 +249,7 @@ TEST(PropertyList, WhatAnotherReaderCouldTakeIsToldFromWhatNobodyCan) {
                                     "<!DOCTYPE plist [<!-- ]> --><!ELEMENT plist ']>'>]>" + plain,
                                     "\xFE\xFF" + InBigEndian(plain, 2),
                                     InBigEndian(plain, 2),
+                                    InBigEndian(plain, 2).substr(1) + '\0',
                                     InBigEndian(plain, 4),
                                     "\xFF\xFE\0\0"s + InBigEndian("{}", 4).substr(3) + "\0\0\0"s,
                                     "// x\n{ \"a b\" = (1, <00ff>, {},); c; d = '\\''; }"s,
