@@ -13,6 +13,7 @@ namespace velnor {
 namespace {
 
 constexpr std::size_t kMaximumNameBytes = 255;
+constexpr int kMostLinks = 40;
 
 struct MallocDeleter {
     void operator()(char* text) const noexcept { std::free(text); }
@@ -69,6 +70,27 @@ OSErr StatusOfErrno(int error) {
 OSErr WriteStatusOfErrno(int error) {
     const OSErr status = StatusOfErrno(error);
     return status == permErr ? static_cast<OSErr>(wrPermErr) : status;
+}
+
+std::optional<std::string> FollowLinks(std::string path) {
+    for (int i = 0; i < kMostLinks; ++i) {
+        char target[PATH_MAX];
+        const ssize_t length = readlink(path.c_str(), target, sizeof target);
+        if (length < 0) {
+            return path;
+        }
+        const std::string next(target, static_cast<std::size_t>(length));
+        if (next.starts_with('/')) {
+            path = next;
+        } else {
+            path.erase(path.rfind('/') + 1).append(next);
+        }
+    }
+    return std::nullopt;
+}
+
+std::string FolderOf(const std::string& path) {
+    return path.substr(0, path.rfind('/'));
 }
 
 int WriteAll(int fd, std::string_view bytes) {

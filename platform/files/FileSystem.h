@@ -42,6 +42,13 @@ bool IsFolder(const std::string& path);
 // The path without links, "." and ".."; nothing when it names no object.
 std::optional<std::string> CanonicalPath(const std::string& path);
 
+// Where writing to the path leads: links at its end are followed, also to a file that does not
+// exist. Nothing when they lead in a circle.
+std::optional<std::string> FollowLinks(std::string path);
+
+// The part before the last "/".
+std::string FolderOf(const std::string& path);
+
 // All of it, whatever pieces the system takes it in. Gives 0 or what errno says.
 int WriteAll(int fd, std::string_view bytes);
 

@@ -1,6 +1,6 @@
 #include "platform/preferences/FolderLock.h"
 
-#include "platform/preferences/AtomicFile.h"
+#include "platform/files/FolderMaking.h"
 
 #include <algorithm>
 #include <cerrno>

@@ -1,8 +1,10 @@
 #include "platform/preferences/PreferenceWriter.h"
 
+#include "platform/files/FileSystem.h"
+#include "platform/files/FolderMaking.h"
 #include "platform/plist/PropertyListSize.h"
 #include "platform/plist/PropertyListWriter.h"
-#include "platform/preferences/AtomicFile.h"
+#include "platform/preferences/FileReplacement.h"
 #include "platform/preferences/TreeMerge.h"
 #include "platform/values/CFStringObject.h"
 

@@ -1,10 +1,10 @@
-#include "platform/preferences/AtomicFile.h"
+#include "platform/preferences/FileReplacement.h"
 
 #include "platform/UniqueFd.h"
 #include "platform/files/FileSystem.h"
+#include "platform/files/FolderMaking.h"
 
 #include <cerrno>
-#include <climits>
 #include <cstdio>
 #include <fcntl.h>
 #include <unistd.h>
@@ -15,7 +15,6 @@ namespace {
 constexpr mode_t kPermissions = S_IRWXU | S_IRWXG | S_IRWXO;
 constexpr std::size_t kLongestKeptName = 240; // of the 255 bytes that a name may have
 constexpr int kMostKeptFiles = 9999;
-constexpr int kMostLinks = 40;
 
 // The new file looks like the old one.
 bool TakeAttributes(int fd, const std::string& path, mode_t mode) {
@@ -96,48 +95,6 @@ bool KeepUnderOtherName(const std::string& path) {
         }
     }
     return false;
-}
-
-bool TakeOwner(int fd, const std::string& model) {
-    struct stat info;
-    return geteuid() != 0 ||
-           (stat(model.c_str(), &info) == 0 && fchown(fd, info.st_uid, info.st_gid) == 0);
-}
-
-bool MakeFolders(const std::string& path, mode_t mode) {
-    for (std::size_t end = 1; end != std::string::npos && !IsFolder(path);) {
-        end = path.find('/', end + 1);
-        const std::string folder = path.substr(0, end);
-        if (mkdir(folder.c_str(), mode) == 0) {
-            const UniqueFd made(
-                open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
-            if (made) {
-                TakeOwner(made.Get(), folder + "/..");
-            }
-        }
-    }
-    return IsFolder(path);
-}
-
-std::optional<std::string> FollowLinks(std::string path) {
-    for (int i = 0; i < kMostLinks; ++i) {
-        char target[PATH_MAX];
-        const ssize_t length = readlink(path.c_str(), target, sizeof target);
-        if (length < 0) {
-            return path;
-        }
-        const std::string next(target, static_cast<std::size_t>(length));
-        if (next.starts_with('/')) {
-            path = next;
-        } else {
-            path.erase(path.rfind('/') + 1).append(next);
-        }
-    }
-    return std::nullopt;
-}
-
-std::string FolderOf(const std::string& path) {
-    return path.substr(0, path.rfind('/'));
 }
 
 } // namespace velnor

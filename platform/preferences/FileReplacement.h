@@ -1,6 +1,6 @@
 // Replacement of a file as a whole.
-#ifndef VELNOR_PLATFORM_PREFERENCES_ATOMICFILE_H
-#define VELNOR_PLATFORM_PREFERENCES_ATOMICFILE_H
+#ifndef VELNOR_PLATFORM_PREFERENCES_FILEREPLACEMENT_H
+#define VELNOR_PLATFORM_PREFERENCES_FILEREPLACEMENT_H
 
 #include <optional>
 #include <string>
@@ -21,21 +21,6 @@ std::optional<struct stat> ReplaceFile(const std::string& path, std::string_view
 // Makes sure that the file is found under another name of its folder too, NAME.damaged or
 // NAME.damaged-2 and so on, before the path is replaced. False when that cannot be done.
 bool KeepUnderOtherName(const std::string& path);
-
-// Gives an open file that this process has made to the owner of another, where it may: only the
-// administrator can. False when that fails.
-bool TakeOwner(int fd, const std::string& model);
-
-// Makes the folder and those above it, each for the owner of the one that it lies in; false when it
-// is none afterwards.
-bool MakeFolders(const std::string& path, mode_t mode);
-
-// Where writing to the path leads: links at its end are followed, also to a file that does not
-// exist. Nothing when they lead in a circle.
-std::optional<std::string> FollowLinks(std::string path);
-
-// The part before the last "/".
-std::string FolderOf(const std::string& path);
 
 } // namespace velnor
 
