@@ -5,6 +5,7 @@
 #include <fcntl.h>
 #include <fstream>
 #include <map>
+#include <memory>
 #include <sys/file.h>
 #include <sys/stat.h>
 #include <thread>
@@ -22,10 +23,30 @@ struct Writer {
     pid_t process = 0;  // a child process inherits the lock and must not touch it
 };
 
-// By path.
-std::map<std::string, Writer>& writers() {
-    static auto& all = *new std::map<std::string, Writer>;
-    return all;
+// By path. Null while there is none: a module that is unloaded leaves nothing behind, and a logger
+// that goes at the process's end still finds its own.
+using Writers = std::map<std::string, Writer>;
+Writers* sWriters = nullptr;
+
+Writer& writerOf(const std::string& path) {
+    if (sWriters == nullptr) {
+        sWriters = std::make_unique<Writers>().release();
+    }
+    return (*sWriters)[path];
+}
+
+// Null for a log that was not entered.
+Writer* findWriter(const std::string& path) {
+    const auto found = sWriters != nullptr ? sWriters->find(path) : Writers::iterator();
+    return sWriters != nullptr && found != sWriters->end() ? &found->second : nullptr;
+}
+
+void forgetWriter(const std::string& path) {
+    sWriters->erase(path);
+    if (sWriters->empty()) {
+        std::unique_ptr<Writers>(sWriters).reset();
+        sWriters = nullptr;
+    }
 }
 
 bool isFileAt(int file, const std::string& path) {
@@ -81,9 +102,10 @@ void share(int file, const std::string& path, const std::function<void()>& saveO
 } // namespace
 
 void enterSharedLog(const std::string& path, const std::function<void()>& saveOld) {
-    Writer& writer = writers()[path];
+    Writer& writer = writerOf(path);
     openLock(writer, path);
     if (writer.file < 0) {
+        forgetWriter(path);
         saveOld();
         return;
     }
@@ -92,25 +114,22 @@ void enterSharedLog(const std::string& path, const std::function<void()>& saveOl
 }
 
 SharedLogExit::SharedLogExit(const std::string& path) noexcept : mPath(path) {
-    const auto writer = writers().find(path);
-    if (writer != writers().end() && writer->second.file >= 0) {
-        mIsLast = writer->second.process == getpid() && isAlone(writer->second.file);
+    if (const Writer* writer = findWriter(path)) {
+        mIsLast = writer->process == getpid() && isAlone(writer->file);
     }
 }
 
 SharedLogExit::~SharedLogExit() {
-    const auto entry = writers().find(mPath);
-    const bool isMine = entry != writers().end() && entry->second.process == getpid();
-    if (!isMine || entry->second.file < 0) {
+    Writer* writer = findWriter(mPath);
+    if (writer == nullptr || writer->process != getpid()) {
         return;
     }
-    Writer& writer = entry->second;
-    flock(writer.file, LOCK_SH | LOCK_NB);
-    if (writer.count <= 1) {
-        close(writer.file);
-        writers().erase(entry);
+    flock(writer->file, LOCK_SH | LOCK_NB);
+    if (writer->count <= 1) {
+        close(writer->file);
+        forgetWriter(mPath);
     } else {
-        --writer.count;
+        --writer->count;
     }
 }
 
