@@ -29,10 +29,12 @@ using Writers = std::map<std::string, Writer>;
 Writers* sWriters = nullptr;
 
 Writer& writerOf(const std::string& path) {
-    if (sWriters == nullptr) {
-        sWriters = std::make_unique<Writers>().release();
+    auto made = sWriters == nullptr ? std::make_unique<Writers>() : nullptr;
+    Writer& writer = (sWriters == nullptr ? *made : *sWriters)[path];
+    if (made) {
+        sWriters = made.release();
     }
-    return (*sWriters)[path];
+    return writer;
 }
 
 // Null for a log that was not entered.
