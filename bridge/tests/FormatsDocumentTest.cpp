@@ -13,9 +13,14 @@ namespace {
 
 const std::string kDataHome = "/home/ada/.local/share";
 
-// The fenced block of that name in the document, without its fences.
+const std::string& theDocument() {
+    static const std::string document = ReadFile(VELNOR_SOURCE_DIR "/docs/formats.md");
+    return document;
+}
+
+// The fenced block of that name, without its fences.
 std::string example(const std::string& name) {
-    const std::string document = ReadFile(VELNOR_SOURCE_DIR "/docs/formats.md");
+    const std::string& document = theDocument();
     const std::string fence = "\n```" + name + "\n";
     const std::size_t start = document.find(fence);
     EXPECT_NE(start, document.npos) << name;
@@ -58,9 +63,44 @@ std::string atAdas(const TestHost& host, std::string text) {
 
 using FormatsInUse = Opened;
 
+// The record that the document's table describes: rows of offset, size, field and shipped value.
+std::string recordOfTheTable() {
+    const std::string section = theDocument().substr(0, theDocument().find("```product-record"));
+    const std::regex row("\n\\| (\\d+) \\| (\\d+) \\| [^|]+ \\| *([^|]*?) *\\|");
+    std::string record;
+    for (auto it = std::sregex_iterator(section.begin(), section.end(), row);
+         it != std::sregex_iterator(); ++it) {
+        EXPECT_EQ(std::stoul((*it)[1]), record.size());
+        const std::string shown = (*it)[3];
+        std::string value = shown.starts_with('`') ? shown.substr(1, shown.size() - 2) : "";
+        std::istringstream words(shown.starts_with('`') ? "" : shown);
+        for (std::string word; std::getline(words, word, ',');) {
+            const auto number = static_cast<UInt32>(std::stoul(word, nullptr, 0));
+            value.append(reinterpret_cast<const char*>(&number), sizeof number);
+        }
+        value.resize(std::stoul((*it)[2]));
+        record += value;
+    }
+    return record;
+}
+
+TEST(FormatsDocument, EveryExampleIsReadByATest) {
+    const std::string& document = theDocument();
+    const std::string tests = ReadFile(VELNOR_SOURCE_DIR "/bridge/tests/FormatsDocumentTest.cpp") +
+                              ReadFile(VELNOR_SOURCE_DIR "/host/tests/CommandTest.cpp");
+    const std::regex fence("\n```([a-z].*)");
+    std::sregex_iterator name(document.begin(), document.end(), fence);
+    EXPECT_NE(name, std::sregex_iterator());
+    for (; name != std::sregex_iterator(); ++name) {
+        const std::string text = (*name)[1];
+        EXPECT_THAT(tests, AnyOf(HasSubstr("example(\"" + text), HasSubstr("```" + text)));
+    }
+}
+
 TEST(FormatsDocument, TheProductRecordIsTheBuiltFilesTwice) {
     const ProductRecord shipped;
     const std::string record(reinterpret_cast<const char*>(&shipped), sizeof shipped);
+    EXPECT_EQ(dumpOf(recordOfTheTable()), dumpOf(record));
     EXPECT_EQ(example("product-record"), dumpOf(record));
     const std::string file = ReadFile(executableOf(builtBundle("Velnor.component")));
     for (const std::string& block : {record, record.substr(0, 12)}) {
