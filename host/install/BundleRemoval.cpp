@@ -35,6 +35,9 @@ bool isOfKind(mode_t mode, EntryKind kind) {
 UniqueFd openFolderOf(int bundle, const fs::path& entry) {
     UniqueFd folder(openat(bundle, ".", kFolderFlags));
     for (const fs::path& name : entry.parent_path()) {
+        if (!folder) {
+            break;
+        }
         folder = UniqueFd(openat(folder.Get(), name.c_str(), kFolderFlags));
     }
     return folder;
@@ -74,7 +77,9 @@ Place openPlace(const std::string& folder, const std::string& bundleName) {
     const std::string path = folder + "/" + bundleName;
     Place place;
     place.folder.Reset(open(folder.c_str(), kFolderFlags));
-    place.bundle.Reset(openat(place.folder.Get(), bundleName.c_str(), kFolderFlags));
+    if (place.folder) {
+        place.bundle.Reset(openat(place.folder.Get(), bundleName.c_str(), kFolderFlags));
+    }
     if (!place.bundle && !isGone(path)) {
         throw JobError(path + ": it, or the folder that it lies in, is no folder of install's any "
                               "more; nothing of it was removed; put the folder back, or move away "
