@@ -23,11 +23,8 @@ public:
               std::int32_t offset) VELNOR_NONBLOCKING {
         const std::int32_t write = mRingWrite.load(std::memory_order_relaxed);
         const std::int32_t next = (write + 1) % kSlots;
-        if (next == mReadSeen) {
-            mReadSeen = mRingRead.load(std::memory_order_acquire);
-            if (next == mReadSeen) {
-                return false;
-            }
+        if (next == mRingRead.load(std::memory_order_acquire)) {
+            return false;
         }
         MIDIEvent& slot = mSlots[static_cast<std::size_t>(write)];
         slot.offset = offset;
@@ -79,9 +76,6 @@ private:
     // Each side's index on a cache line of its own.
     alignas(kCacheLine) std::atomic<std::int32_t> mRingRead{0};
     alignas(kCacheLine) std::atomic<std::int32_t> mRingWrite{0};
-    // The producer's last look at mRingRead. However old, it lies on the way from the slot to fill
-    // to the slot to read next, so the producer looks again before it could overtake.
-    std::int32_t mReadSeen = 0;
     alignas(kCacheLine) std::array<MIDIEvent, kSlots> mSlots{};
 };
 

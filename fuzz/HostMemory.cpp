@@ -50,16 +50,17 @@ AudioBufferList* HostMemory::BufferList(UInt32 count, UInt32 frames) {
     auto* const list = reinterpret_cast<AudioBufferList*>(Block(size));
     list->mNumberBuffers = count;
     const int kind = mInput.ConsumeIntegralInRange<int>(0, 3);
-    const UInt32 exact = std::min(frames, kMostBufferBytes / 4) * 4;
+    const bool isTooLong = frames > kMostBufferBytes / 4;
+    const UInt32 exact = isTooLong ? kMostBufferBytes : frames * 4;
     for (UInt32 i = 0; i < count; ++i) {
-        const bool hasMemory = kind < 2 || (kind == 2 && mInput.ConsumeBool());
+        const bool hasMemory = !isTooLong && (kind < 2 || (kind == 2 && mInput.ConsumeBool()));
         UInt32 bytes = exact;
         if (OneIn(mInput, 8)) {
             bytes = hasMemory ? exact - std::min(exact, mInput.ConsumeIntegralInRange(1U, 32U))
                               : Number(mInput, 4096);
         }
         list->mBuffers[i] = {mInput.ConsumeIntegral<UInt8>(), bytes,
-                             hasMemory ? Block(bytes) : nullptr};
+                             hasMemory ? Block(exact) : nullptr};
     }
     return list;
 }

@@ -1,4 +1,4 @@
-// What a host points its arguments at: blocks of exactly the size that is told, and objects.
+// What a host points its arguments at: blocks of exactly the size that it promises, and objects.
 #ifndef VELNOR_FUZZ_HOSTMEMORY_H
 #define VELNOR_FUZZ_HOSTMEMORY_H
 
@@ -42,7 +42,8 @@ public:
         mObjects.emplace_back(object);
         return object;
     }
-    // count buffers in a list, with memory for all, some or none of them.
+    // count buffers in a list, with memory for all, some or none of them: always for all frames,
+    // whatever the byte sizes tell. None for a pull of very many.
     AudioBufferList* BufferList(UInt32 count, UInt32 frames);
 
 private:

@@ -76,12 +76,14 @@ bool examinePreferenceFile(Findings& findings, const std::string& domain, bool i
         break;
     case PreferenceTrouble::foreign:
         findings.bad(check.problem, "the preferences in " + path +
-                                        " are not of a kind that it reads; save them as a smaller "
-                                        "XML property list in UTF-8, a dictionary, or move them "
-                                        "away and install it again");
+                                        " can be read by other programs only; save them as an XML "
+                                        "property list in UTF-8, or move the file away and install "
+                                        "it again");
         break;
     case PreferenceTrouble::unreadable:
-        findings.bad(check.problem, path + " is no readable file; remove it and install again");
+        findings.bad(check.problem, path +
+                                        " cannot be read; give yourself access to it, or move it "
+                                        "away and install it again");
         break;
     }
     return check.trouble == PreferenceTrouble::none;

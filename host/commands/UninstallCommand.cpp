@@ -158,8 +158,9 @@ void takeBackBundle(const Part& part) {
 // The value that install wrote; another stays.
 void takeBackPreference(const std::string& domain, const char* key, const std::string& value) {
     const PreferenceCheck check = checkPreferenceFile(preferencePath(domain));
-    if (check.trouble == PreferenceTrouble::foreign) {
-        printNotice(check.problem + ", with its key " + key + " if it has one");
+    if (check.trouble == PreferenceTrouble::foreign ||
+        check.trouble == PreferenceTrouble::unreadable) {
+        printNotice(check.problem + "; if the setting " + key + " is in it, it stays");
     } else if (!value.empty() && readPreference(domain, key) == value) {
         writePreference(domain, key, "");
     }

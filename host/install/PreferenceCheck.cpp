@@ -37,8 +37,10 @@ PreferenceCheck checkRegularFile(const std::string& path) {
     case PreferenceTrouble::none:
         return {};
     case PreferenceTrouble::foreign:
-        return {trouble, path + ": it is a property list of a size, depth, form or encoding that "
-                                "cannot be read here; it is left untouched"};
+        return {trouble,
+                path + ": it is a property list that only other programs read (too large, too "
+                       "deep, no dictionary, or of another form or encoding); it is left "
+                       "untouched"};
     default:
         return {trouble, path + ": it cannot be parsed"};
     }
@@ -49,6 +51,9 @@ PreferenceCheck checkRegularFile(const std::string& path) {
 PreferenceCheck checkPreferenceFile(const std::string& path) {
     std::error_code error;
     const auto status = std::filesystem::status(path, error);
+    if (status.type() == std::filesystem::file_type::none) {
+        return {PreferenceTrouble::unreadable, path + ": " + error.message()};
+    }
     if (!std::filesystem::exists(status)) {
         return {};
     }

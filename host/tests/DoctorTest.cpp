@@ -58,7 +58,7 @@ TEST(Doctor, TellsOfPreferencesThatOnlyOthersReadAndNothingTouchesThem) {
         WriteFile(path, content);
         const Outcome install = program.install("Odd");
         EXPECT_EQ(install.status, 1);
-        EXPECT_THAT(install.error, HasSubstr(path + ": it is a property list of a size"));
+        EXPECT_THAT(install.error, HasSubstr(path + ": it is a property list that only"));
         EXPECT_FALSE(std::filesystem::exists(program.home.DataHome() + "/velnor"));
         std::filesystem::remove(path);
         ASSERT_EQ(program.install("Odd").status, 0);
@@ -66,11 +66,11 @@ TEST(Doctor, TellsOfPreferencesThatOnlyOthersReadAndNothingTouchesThem) {
         const Outcome doctor = program.run({"doctor"});
         EXPECT_EQ(doctor.status, 1);
         EXPECT_THAT(doctor.out,
-                    AllOf(HasSubstr("!!  " + path + ": it is a property list of a size"),
-                          HasSubstr("will not play: the preferences in " + path + " are not of")));
+                    AllOf(HasSubstr("!!  " + path + ": it is a property list that only"),
+                          HasSubstr("will not play: the preferences in " + path + " can be read")));
         const Outcome uninstall = program.run({"uninstall"});
         EXPECT_EQ(uninstall.status, 0);
-        EXPECT_THAT(uninstall.error, HasSubstr(path + ": it is a property list of a size"));
+        EXPECT_THAT(uninstall.error, HasSubstr(path + ": it is a property list that only"));
         EXPECT_EQ(ReadFile(path), content);
         std::filesystem::remove(path);
         EXPECT_EQ(program.install("Odd").status, 0);

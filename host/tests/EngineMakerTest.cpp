@@ -16,7 +16,7 @@ struct EngineMaker : RenderFixture {
             fs::create_symlink(fs::path(VELNOR_SOURCE_DIR) / folder, program.path(folder));
         }
         fs::create_directory(program.path("build"));
-        fs::create_symlink(VELNOR_BUNDLE_DIR, program.path("build/bundles"));
+        fs::create_symlink(VELNOR_BUNDLE_DIR, program.path("build/release-bundles"));
         const std::string document = ReadFile(VELNOR_SOURCE_DIR "/engines/soundfont/README.md");
         const std::string begin = "\n```sh\n";
         const std::size_t at = document.find(begin) + begin.size();
